@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string_view>
+
+#include "module/frame/path_string.h"
+#include "module/frame/string.h"
+
+// Names of files and folders, and folders as a whole. Any thread.
+
+namespace orn {
+
+// Joins: exactly one separator stands between the two, whatever `left` ends in and `right` begins
+// with. An empty `right` changes nothing; an empty `left` gets no separator. `right` must not lie
+// in `left`.
+void AppendPath(StringT<wchar_t>& left, std::wstring_view right);
+
+// These end in a backslash. False, and the empty path, on failure.
+bool GetTempFolder(PathStringT<260>& path);
+// The folder of the DLL or program that this code is linked into. A name longer than what `path`
+// has room for is a failure.
+bool GetModuleFolder(PathStringT<260>& path);
+
+// Creates the folder and what is missing above it. True where the path exists, be it a file;
+// otherwise GetLastError says why not.
+bool CreateFolderRecursively(PathStringT<260>& path);
+
+// Deletes a folder with all that is in it, read-only or not, and goes on after a failure. True when
+// nothing is left; false also where there is no such folder. Of a link to a folder only the link
+// goes.
+bool DeleteFolderRecursively(PathStringT<260>& path);
+
+}  // namespace orn
