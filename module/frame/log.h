@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "module/frame/log_reference.h"
@@ -9,7 +10,8 @@
 //   LogFunctionTrace trace(L"orn::RemoteAccess::RemoteAccessAL::Init");
 //   ORN_LOG(logging::kError, trace.function(), L"Failed to get %s plugin.", name);
 //
-// Without a log library nothing is written and nothing fails. `%s` takes a wide text, `%S` a narrow one.
+// Without a log library nothing is written and nothing fails. `%s` takes a wide text, `%S` a narrow
+// one.
 
 namespace logging {
 
@@ -21,23 +23,32 @@ enum Level : uint32_t {
   kTrace = 32,        // entry, exit, and the steps of long sequences
 };
 
-// Whether anybody holds a reference on the shared logging object; one addition and a test.
-bool IsOn() noexcept;
+// References on the shared logging object. This binding raises only the first count.
+extern std::atomic<uint32_t> use_counts[2];
 
-// Writes one line through the log library. Any thread. `function` is the qualified name of the function
-// that logs. Keeps the calling thread's last Windows error.
+// Whether anybody holds a reference: while nobody does, a message costs this addition and test.
+inline bool IsOn() noexcept {
+  return use_counts[0].load(std::memory_order_relaxed) +
+             use_counts[1].load(std::memory_order_relaxed) !=
+         0;
+}
+
+// Writes one line through the log library, which gets `format` and the arguments as they are. Any
+// thread. `function` is the qualified name of the function that logs. Keeps the calling thread's
+// last Windows error, and holds a reference of its own meanwhile: the library stays loaded until
+// the line is written.
 void Write(Level level, const wchar_t* function, const wchar_t* format, ...);
 
 }  // namespace logging
 
 // The arguments are not evaluated while logging is off.
-#define ORN_LOG(level, function, ...)                                         \
-  do {                                                                        \
+#define ORN_LOG(level, function, ...)                                          \
+  do {                                                                         \
     if (::logging::IsOn()) ::logging::Write((level), (function), __VA_ARGS__); \
   } while (false)
 
-// Marks entry ("-> %s") and exit ("<- %s [%d]", milliseconds) of a function, the exit on every way out.
-// Allocates nothing. `function` must be a literal: the qualified name.
+// Marks entry ("-> %s") and exit ("<- %s [%d]", milliseconds) of a function, the exit on every way
+// out. Allocates nothing. `function` must be a literal: the qualified name.
 class LogFunctionTrace {
  public:
   explicit LogFunctionTrace(const wchar_t* function) noexcept;

@@ -7,8 +7,8 @@ namespace logging {
 
 class CLogDLL;
 
-// Keeps the shared logging object alive for as long as its holder lives. Long-lived objects own one as
-// their first member, so that it goes last.
+// Keeps the shared logging object alive for as long as its holder lives. Long-lived objects own one
+// as their first member, so that it goes last.
 class LogReference {
  public:
   LogReference() { Acquire(); }
