@@ -19,14 +19,15 @@ namespace EndpointService {
 //   ...
 //   feature.StartHost({.job = &job});
 //
-// The control object of the host, of "ServiceInstance.Comm.dll", says whether it runs and stops it; the
-// process itself is started from here. Not thread-safe: one operation at a time, but for
+// The control object of the host, of "ServiceInstance.Comm.dll", says whether it runs and stops it;
+// the process itself is started from here. Not thread-safe: one operation at a time, but for
 // OnHostStateChanged. Results are Windows codes, 0 for success.
 class FeatureHost : public IControl::IEvents {
  public:
   struct StartParams {
-    uint64_t start_value = 0;                // kept, not used further
-    const orn::UniqueHandle* job = nullptr;  // takes the new process; null, or a null handle, for none
+    uint64_t start_value = 0;  // kept, not used further
+    const orn::UniqueHandle* job =
+        nullptr;  // takes the new process; null, or a null handle, for none
   };
 
   FeatureHost() = default;
@@ -38,13 +39,13 @@ class FeatureHost : public IControl::IEvents {
 
   virtual ~FeatureHost() = default;
 
-  // Starts the host unless it runs, and does not wait for it to come up. A failure to load the control
-  // object is returned as it is, else the code of the process start.
+  // Starts the host unless it runs, and does not wait for it to come up. A failure to load the
+  // control object is returned as it is, else the code of the process start.
   virtual uint32_t StartHost(const StartParams& params);
   // `timeout` in milliseconds, 0xFFFFFFFF for no limit. 0 where there is nothing to stop.
   virtual uint32_t StopHost(uint32_t timeout);
-  // Waits, in steps of 2500 ms, until the host runs. 5002 before StartHost, 2250 where the host stopped or
-  // cannot be watched, 1460 when more than `timeoutMs` was waited.
+  // Waits, in steps of 2500 ms, until the host runs. 5002 before StartHost, 2250 where the host
+  // stopped or cannot be watched, 1460 when more than `timeoutMs` was waited.
   virtual uint32_t WaitForConnectionEstablishment(uint32_t timeoutMs);
   // Names the control object and the configuration "NAME.exe.xml".
   virtual orn::StringT<wchar_t> GetHostName() = 0;
@@ -52,19 +53,18 @@ class FeatureHost : public IControl::IEvents {
   virtual orn::StringT<wchar_t> GetProcessName();
 
  protected:
-  // Where library and executable lie; empty: the library is searched, the executable lies beside this
-  // module. Only for deriving classes that keep theirs elsewhere.
+  // Where library and executable lie; empty: the library is searched, the executable lies beside
+  // this module. Only for deriving classes that keep theirs elsewhere.
   void SetBaseFolder(std::wstring_view folder);
 
  private:
   uint32_t LoadControl();
-  bool IsHostRunning(uint32_t& code);
   uint32_t StartAsProcess(const StartParams& params);
 
   logging::LogReference log_;
   uint64_t start_value_ = 0;
   orn::UniqueHandle state_event_;
-  orn::ExportedPlugin<IControl, IControl> control_plugin_;
+  ExportedPlugin<IControl, IControl> control_plugin_;
   IControl* control_ = nullptr;  // Not owned; null until the plug-in is loaded.
   uint32_t state_ = 0;           // ordered by `state_event_`
   orn::StringT<wchar_t> base_folder_;
