@@ -39,7 +39,6 @@ class CSyncRWLock : public ISyncRWLock {
  private:
   void HandOverToWriterLocked();
   void ReleaseWriterRoleLocked();
-  void TakeWriterRoleLocked(uint32_t id);
 
   std::mutex mutex_;
   // Guarded by mutex_, which nobody holds while asleep.
