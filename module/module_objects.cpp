@@ -1,0 +1,23 @@
+// The objects that RemoteAccess.dll exports, in the order in which they enter the table: the one
+// place that knows all their classes.
+
+#include "module/feature/remote_access_al.h"
+#include "module/frame/base64.h"
+#include "module/frame/object_declaration.h"
+#include "module/terminal/host/remote_terminal_manager.h"
+
+namespace {
+
+// The bare name of a feature is the plug-in that any process loads; a suffix tells its other
+// objects.
+const std::wstring kRemoteAccess = L"RemoteAccess";
+const std::wstring kRemoteTerminalManager = L"RemoteTerminalManager";
+const std::wstring kLogic = L".AL";
+
+const ExportedObjectDeclaration<Base64ObjectImplementation> base64(L"Crypt.Base64");
+const ExportedObjectDeclaration<orn::RemoteAccess::RemoteAccessAL> remote_access(
+    (kRemoteAccess + kLogic).c_str());
+const ExportedObjectDeclaration<orn::RemoteTerminal::RemoteTerminalManager> terminal_manager(
+    (kRemoteTerminalManager + kLogic).c_str());
+
+}  // namespace
