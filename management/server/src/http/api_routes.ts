@@ -1,0 +1,81 @@
+import type { FastifyInstance, FastifyRequest } from "fastify";
+import { type Access, checkOrigin, type Identity } from "../access/access.ts";
+import { badRequest } from "../errors.ts";
+import type { Registry } from "../machines/registry.ts";
+import type { AuditLog } from "../storage/audit_log.ts";
+import { EventStream } from "./event_stream.ts";
+import type { LiveFeed } from "./live_feed.ts";
+import type { Metrics } from "./metrics.ts";
+
+export interface ApiContext {
+  access: Access;
+  audit: AuditLog;
+  metrics: Metrics;
+  registry: Registry;
+}
+
+interface MachineRoute {
+  Params: { id: string; method: string };
+  Querystring: { module?: string };
+  Body: Buffer | undefined;
+}
+
+/** The calls under /api for administrators and scripts, as docs/protocol.md has them. */
+export function apiRoutes(context: ApiContext, live: LiveFeed) {
+  const { access, audit, metrics, registry } = context;
+  const identities = new WeakMap<FastifyRequest, Identity>();
+
+  return async (api: FastifyInstance): Promise<void> => {
+    api.addHook("onRequest", async (request) => {
+      const identity = access.identify(request.headers);
+      const changes = request.method !== "GET" && request.method !== "HEAD";
+      if (identity.session && changes) checkOrigin(request.headers, true);
+      identities.set(request, identity);
+    });
+    // Parameters are the module's own business: whatever the content type says, the text goes through as it is.
+    api.removeAllContentTypeParsers();
+    api.addContentTypeParser("*", { parseAs: "buffer" }, (_request, body, done) =>
+      done(null, body),
+    );
+
+    api.get("/machines", async () => registry.machines.map((machine) => machine.state));
+
+    api.get("/live", (_request, reply) => live.add(reply));
+
+    api.post<MachineRoute>("/machines/:id/rpc/:method", async (request) => {
+      const machine = registry.get(request.params.id);
+      const params = readUtf8(request.body);
+      const { method } = request.params;
+      const module = request.query.module ?? "RemoteAccess";
+      const who = identities.get(request)?.who ?? "token";
+      audit.record({ who, action: "call", machine: machine.id, details: { module, method } });
+      metrics.count("remote_access_calls_total");
+      return machine.call(module, method, params);
+    });
+
+    api.get<MachineRoute>("/machines/:id/events", (request, reply) => {
+      const { events } = registry.get(request.params.id);
+      const last = readLastEventId(request.headers["last-event-id"]);
+      const stream = new EventStream(reply, () => stopFollowing());
+      const send = (event: { id: number; name: string; payload: unknown }) =>
+        stream.send({ name: event.name, payload: event.payload }, event.id);
+      if (last !== undefined) events.since(last).forEach(send);
+      const stopFollowing = events.follow(send);
+    });
+  };
+}
+
+function readUtf8(body: Buffer | undefined): string {
+  try {
+    return new TextDecoder("utf-8", { fatal: true, ignoreBOM: true }).decode(body ?? Buffer.of());
+  } catch {
+    throw badRequest("The body is not UTF-8.");
+  }
+}
+
+function readLastEventId(header: string | string[] | undefined): number | undefined {
+  if (header === undefined) return undefined;
+  const id = Number(header);
+  if (!Number.isSafeInteger(id) || id < 0) throw badRequest("Last-Event-ID is no event's id.");
+  return id;
+}

@@ -1,0 +1,87 @@
+import { type IncomingMessage, STATUS_CODES } from "node:http";
+import type { Duplex } from "node:stream";
+import type { FastifyBaseLogger } from "fastify";
+import { type WebSocket, WebSocketServer } from "ws";
+import { checkOrigin } from "../access/access.ts";
+import { ApiError, badRequest, notFound } from "../errors.ts";
+import { MAX_MESSAGE_BYTES } from "../limits.ts";
+
+export interface UpgradeRequest {
+  headers: IncomingMessage["headers"];
+  url: URL;
+  /** What the route's pattern captured. */
+  match: RegExpExecArray;
+}
+
+/**
+ * One kind of WebSocket. `admit` refuses by throwing an ApiError, which the peer gets as an HTTP response instead of the upgrade,
+ * and otherwise gives what is to be done with the open socket.
+ */
+export interface UpgradeRoute {
+  path: RegExp;
+  admit(request: UpgradeRequest): (socket: WebSocket) => void;
+}
+
+/** Decides, before a WebSocket comes about, whether it may. */
+export class Upgrades {
+  readonly #routes: UpgradeRoute[];
+  readonly #log: FastifyBaseLogger;
+  readonly #sockets = new WebSocketServer({ noServer: true, maxPayload: MAX_MESSAGE_BYTES });
+
+  constructor(routes: UpgradeRoute[], log: FastifyBaseLogger) {
+    this.#routes = routes;
+    this.#log = log;
+  }
+
+  handle(request: IncomingMessage, socket: Duplex, head: Buffer): void {
+    socket.on("error", () => socket.destroy());
+    let opened: (socket: WebSocket) => void;
+    try {
+      opened = this.#admit(request);
+    } catch (error) {
+      if (!(error instanceof ApiError)) this.#log.error({ err: error }, "upgrade failed");
+      const refusal =
+        error instanceof ApiError ? error : new ApiError(500, "internal", "Something went wrong.");
+      this.#log.info({ path: pathOf(request), refusal: refusal.word }, "upgrade refused");
+      return refuse(socket, refusal);
+    }
+    this.#sockets.handleUpgrade(request, socket, head, opened);
+  }
+
+  /** Waits for the close of every socket, and cuts off those that take longer than the time given. */
+  async drain(graceMs: number): Promise<void> {
+    const closed = [...this.#sockets.clients].map(
+      (client) => new Promise((resolve) => client.once("close", resolve)),
+    );
+    const timer = setTimeout(() => {
+      for (const client of this.#sockets.clients) client.terminate();
+    }, graceMs);
+    await Promise.all(closed);
+    clearTimeout(timer);
+  }
+
+  #admit(request: IncomingMessage): (socket: WebSocket) => void {
+    if (!URL.canParse(request.url ?? "", "http://localhost")) throw badRequest("No valid address.");
+    const url = new URL(request.url ?? "", "http://localhost");
+    checkOrigin(request.headers, false);
+    for (const route of this.#routes) {
+      const match = route.path.exec(url.pathname);
+      if (match) return route.admit({ headers: request.headers, url, match });
+    }
+    throw notFound("route");
+  }
+}
+
+/** The path alone: a query may hold a token. */
+export function pathOf(request: { url?: string | undefined }): string {
+  return request.url?.split("?", 1)[0] ?? "";
+}
+
+function refuse(socket: Duplex, refusal: ApiError): void {
+  const body = JSON.stringify(refusal.body);
+  socket.end(
+    `HTTP/1.1 ${refusal.status} ${STATUS_CODES[refusal.status]}\r\n` +
+      "Content-Type: application/json\r\nConnection: close\r\n" +
+      `Content-Length: ${Buffer.byteLength(body)}\r\n\r\n${body}`,
+  );
+}

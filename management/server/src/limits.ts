@@ -1,0 +1,34 @@
+/** Sizes that both ends of a connection agree on. */
+export const MAX_MESSAGE_BYTES = 1024 * 1024;
+export const WINDOW_BYTES = 256 * 1024;
+
+/** How long and how many: times in milliseconds. Replaced as a whole by tests that cannot wait. */
+export interface Limits {
+  /** From the upgrade of an agent's connection to its "hello". */
+  helloMs: number;
+  /** Silence of an agent after which it is pinged. */
+  pingMs: number;
+  /** Silence of an agent after which it is given up. */
+  silenceMs: number;
+  /** One remote call, from its sending on. */
+  callMs: number;
+  /** Calls of one machine that may wait for their turn. */
+  callsWaiting: number;
+  /** From the request for a session's end to the agent's "streamClosed". */
+  closeMs: number;
+  /** What a stopping server gives the machines to end their sessions. */
+  shutdownMs: number;
+  /** Between two WebSocket pings to a terminal's client. */
+  clientPingMs: number;
+}
+
+export const defaultLimits: Limits = {
+  helloMs: 10_000,
+  pingMs: 15_000,
+  silenceMs: 45_000,
+  callMs: 60_000,
+  callsWaiting: 32,
+  closeMs: 30_000,
+  shutdownMs: 3_000,
+  clientPingMs: 30_000,
+};

@@ -1,0 +1,159 @@
+import type { FastifyBaseLogger } from "fastify";
+import type WebSocket from "ws";
+import type { AgentConnection, AgentListener } from "../agent/agent_connection.ts";
+import type {
+  CallReply,
+  EventMessage,
+  StreamClosed,
+  StreamMessage,
+} from "../agent/agent_messages.ts";
+import { CloseCode, notConnected } from "../errors.ts";
+import type { Limits } from "../limits.ts";
+import {
+  type EndReason,
+  type TerminalOptions,
+  TerminalSession,
+} from "../terminal/terminal_session.ts";
+import { CallQueue } from "./call_queue.ts";
+import type { EventLog } from "./event_log.ts";
+
+/** A machine as `GET /api/machines` shows it. */
+export interface MachineState {
+  id: string;
+  name: string;
+  connected: boolean;
+  enabled: boolean | null;
+  sessions: number;
+}
+
+export interface MachineContext {
+  limits: Limits;
+  log: FastifyBaseLogger;
+  /** Something of the machine's state is different now. */
+  onChange(): void;
+}
+
+/** A machine that has connected at least once, with the connection of its agent while there is one. */
+export class Machine implements AgentListener {
+  readonly id: string;
+  readonly events: EventLog;
+  name: string;
+  /** As the machine said last; null before it has. */
+  enabled: boolean | null;
+  /** When it was connected or, if it is away, when it was lost. */
+  since: Date;
+  readonly #context: MachineContext;
+  readonly #sessions = new Map<string, TerminalSession>();
+  readonly #calls: CallQueue;
+  #agent: AgentConnection | undefined;
+
+  constructor(
+    known: { id: string; name: string; enabled: boolean | null; since: Date },
+    events: EventLog,
+    context: MachineContext,
+  ) {
+    this.id = known.id;
+    this.name = known.name;
+    this.enabled = known.enabled;
+    this.since = known.since;
+    this.events = events;
+    this.#context = context;
+    this.#calls = new CallQueue(context.limits.callsWaiting);
+  }
+
+  get connected(): boolean {
+    return this.#agent !== undefined;
+  }
+
+  get sessions(): TerminalSession[] {
+    return [...this.#sessions.values()];
+  }
+
+  get state(): MachineState {
+    const { id, name, connected, enabled } = this;
+    return { id, name, connected, enabled, sessions: this.#sessions.size };
+  }
+
+  /** The machine's agent has said hello; an earlier connection of it gives way. */
+  attach(agent: AgentConnection, name: string, enabled: boolean): void {
+    this.#agent?.close(CloseCode.replaced, "replaced");
+    this.#agent = agent;
+    this.name = name;
+    this.enabled = enabled;
+    this.since = new Date();
+    agent.listen(this);
+    this.#context.onChange();
+  }
+
+  /** Ends the connection, and with it every session. */
+  detach(code: number, reason: string): void {
+    this.#agent?.close(code, reason);
+  }
+
+  /** A remote call in its turn. Rejects with ApiError: not_connected, busy, timeout, too_large. */
+  call(module: string, method: string, params: string): Promise<CallReply> {
+    return this.#inTurn((agent) => agent.call(module, method, params));
+  }
+
+  /**
+   * A new session for a client whose WebSocket has just opened; the caller opens it. `onEnded` comes once, when its client
+   * has been told.
+   */
+  createSession(
+    client: WebSocket,
+    options: TerminalOptions,
+    onEnded: (reason: EndReason) => void,
+  ): TerminalSession {
+    const agent = this.#agent;
+    if (!agent) throw notConnected();
+    const session = new TerminalSession(client, options, {
+      agent,
+      limits: this.#context.limits,
+      runCall: (job) => this.#inTurn(job),
+      onEnded: (_session, reason) => onEnded(reason),
+      onRemoved: () => {
+        this.#sessions.delete(options.streamId);
+        this.#context.onChange();
+      },
+    });
+    this.#sessions.set(options.streamId, session);
+    this.#context.onChange();
+    return session;
+  }
+
+  onState(enabled: boolean): void {
+    this.enabled = enabled;
+    this.#context.onChange();
+  }
+
+  onStream(message: StreamMessage): void {
+    const session = this.#sessions.get(message.stream);
+    if (session) return session.fromMachine(message);
+    // A stream that was opened by a bare call, or is forgotten already: its output goes nowhere, but must not block.
+    if (message.message === "streamStop" || message.message === "resize") return;
+    const bytes = Buffer.byteLength(message.content);
+    this.#agent?.send({ type: "streamCredit", stream: message.stream, bytes });
+  }
+
+  onStreamClosed(message: StreamClosed): void {
+    this.#sessions.get(message.stream)?.onStreamClosed(message.reason);
+  }
+
+  onEvent({ seq, name, payload }: EventMessage): void {
+    this.events.append({ seq, name, payload });
+  }
+
+  onGone(): void {
+    this.#agent = undefined;
+    this.since = new Date();
+    this.#calls.clear();
+    for (const session of this.sessions) session.onMachineLost();
+    this.#context.onChange();
+  }
+
+  #inTurn(job: (agent: AgentConnection) => Promise<CallReply>): Promise<CallReply> {
+    const agent = this.#agent;
+    if (!agent) return Promise.reject(notConnected());
+    return this.#calls.run(() => job(agent));
+  }
+}

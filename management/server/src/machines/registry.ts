@@ -1,0 +1,108 @@
+import { join } from "node:path";
+import type { FastifyBaseLogger } from "fastify";
+import { z } from "zod";
+import type { AgentConnection } from "../agent/agent_connection.ts";
+import { notFound } from "../errors.ts";
+import type { Limits } from "../limits.ts";
+import { JsonFile } from "../storage/json_file.ts";
+import { EventLog } from "./event_log.ts";
+import { Machine } from "./machine.ts";
+import { Refusals } from "./refusals.ts";
+
+const known = z.array(
+  z.object({
+    id: z.string(),
+    name: z.string(),
+    enabled: z.boolean().nullable(),
+    since: z.iso.datetime(),
+  }),
+);
+
+/** All machines that ever connected, kept across restarts, and who was refused. */
+export class Registry {
+  readonly refusals = new Refusals();
+  readonly #machines = new Map<string, Machine>();
+  readonly #file: JsonFile<z.infer<typeof known>>;
+  readonly #followers = new Set<() => void>();
+  readonly #dataDir: string;
+  readonly #limits: Limits;
+  readonly #log: FastifyBaseLogger;
+
+  /** Throws when what was kept in `dataDir` can't be read. */
+  constructor(dataDir: string, limits: Limits, log: FastifyBaseLogger) {
+    this.#dataDir = dataDir;
+    this.#limits = limits;
+    this.#log = log;
+    this.#file = new JsonFile(join(dataDir, "machines.json"), known, (error) =>
+      log.error({ err: error }, "the list of machines could not be written"),
+    );
+    for (const entry of this.#file.read() ?? []) {
+      this.#add({ ...entry, since: new Date(entry.since) });
+    }
+  }
+
+  /** In the order of their first connection. */
+  get machines(): Machine[] {
+    return [...this.#machines.values()];
+  }
+
+  /** Throws ApiError not_found. */
+  get(id: string): Machine {
+    const machine = this.#machines.get(id);
+    if (!machine) throw notFound("machine");
+    return machine;
+  }
+
+  /** An agent has said hello. */
+  attach(id: string, name: string, agent: AgentConnection, enabled: boolean): void {
+    this.refusals.forget(id);
+    const machine =
+      this.#machines.get(id) ?? this.#add({ id, name, enabled: null, since: new Date() });
+    machine.attach(agent, name, enabled);
+  }
+
+  refuse(claimedId: string, claimedName: string): void {
+    this.refusals.record(claimedId, claimedName);
+    this.#tellFollowers();
+  }
+
+  /** Calls `follower` after each change of a machine or of the refusals; the result ends that. */
+  follow(follower: () => void): () => void {
+    this.#followers.add(follower);
+    return () => this.#followers.delete(follower);
+  }
+
+  async flush(): Promise<void> {
+    await Promise.all([this.#file.flush(), ...this.machines.map((m) => m.events.flush())]);
+  }
+
+  #add(entry: { id: string; name: string; enabled: boolean | null; since: Date }): Machine {
+    const log = this.#log.child({ machine: entry.id });
+    const events = new EventLog(join(this.#dataDir, "events", `${entry.id}.jsonl`), (error) =>
+      log.error({ err: error }, "events could not be written"),
+    );
+    const machine = new Machine(entry, events, {
+      limits: this.#limits,
+      log,
+      onChange: () => {
+        this.#file.write(() => this.#toKeep());
+        this.#tellFollowers();
+      },
+    });
+    this.#machines.set(entry.id, machine);
+    return machine;
+  }
+
+  #toKeep(): z.infer<typeof known> {
+    return this.machines.map(({ id, name, enabled, since }) => ({
+      id,
+      name,
+      enabled,
+      since: since.toISOString(),
+    }));
+  }
+
+  #tellFollowers(): void {
+    for (const follower of this.#followers) follower();
+  }
+}

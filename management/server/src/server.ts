@@ -1,0 +1,137 @@
+import { mkdirSync } from "node:fs";
+import type { AddressInfo } from "node:net";
+import { join, resolve } from "node:path";
+import Fastify, { type FastifyBaseLogger, type FastifyError } from "fastify";
+import { Access } from "./access/access.ts";
+import { agentDoor } from "./agent/agent_door.ts";
+import { ApiError, badRequest, CloseCode, notFound, tooLarge } from "./errors.ts";
+import { type ApiContext, apiRoutes } from "./http/api_routes.ts";
+import { LiveFeed } from "./http/live_feed.ts";
+import { Metrics } from "./http/metrics.ts";
+import { pageRoutes } from "./http/page_routes.ts";
+import { pathOf, Upgrades } from "./http/upgrades.ts";
+import { defaultLimits, type Limits, MAX_MESSAGE_BYTES } from "./limits.ts";
+import { Registry } from "./machines/registry.ts";
+import type { Options } from "./options.ts";
+import { AuditLog } from "./storage/audit_log.ts";
+import { terminalDoor } from "./terminal/terminal_door.ts";
+
+export interface RunningServer {
+  /** Address of the page. */
+  url: string;
+  /** Ends every session and connection, and writes down what is to be kept. */
+  stop(): Promise<void>;
+}
+
+const securityHeaders = {
+  // The terminal sets styles of its own at run time; scripts come from this server alone.
+  "content-security-policy":
+    "default-src 'none'; script-src 'self'; style-src 'self' 'unsafe-inline'; img-src 'self' data:; " +
+    "connect-src 'self'; form-action 'self'; base-uri 'none'; frame-ancestors 'none'",
+  "cross-origin-opener-policy": "same-origin",
+  "cross-origin-resource-policy": "same-origin",
+  "referrer-policy": "same-origin",
+  "x-content-type-options": "nosniff",
+  "x-frame-options": "DENY",
+};
+
+/** Puts the server together and starts it. Log lines go to `logTo`, by default standard error. */
+export async function startServer(
+  options: Options,
+  { limits = defaultLimits, logTo }: { limits?: Limits; logTo?: NodeJS.WritableStream } = {},
+): Promise<RunningServer> {
+  mkdirSync(join(options.dataDir, "events"), { recursive: true, mode: 0o700 });
+  const app = Fastify({
+    logger: { level: "info", stream: logTo ?? process.stderr },
+    disableRequestLogging: true,
+    forceCloseConnections: true,
+    bodyLimit: MAX_MESSAGE_BYTES,
+    routerOptions: { maxParamLength: 256 },
+  });
+  const { log } = app;
+  const onWriteError = (error: unknown) => log.error({ err: error }, "could not be written");
+
+  const registry = new Registry(options.dataDir, limits, log);
+  const access = new Access(options.token, join(options.dataDir, "sessions.json"), onWriteError);
+  const audit = new AuditLog(join(options.dataDir, "audit.log"), onWriteError);
+  const metrics = new Metrics();
+  const context: ApiContext = { access, audit, metrics, registry };
+  const upgrades = new Upgrades(
+    [agentDoor(options.enrolmentKey, registry, metrics, limits, log), terminalDoor(context, log)],
+    log,
+  );
+
+  app.addHook("onRequest", async (_request, reply) => {
+    reply.headers(securityHeaders);
+  });
+  app.addHook("onResponse", async (request, reply) => {
+    const { method } = request;
+    const ms = Math.round(reply.elapsedTime);
+    log.info({ method, path: pathOf(request.raw), status: reply.statusCode, ms }, "request");
+  });
+  app.setNotFoundHandler(() => {
+    throw notFound("route");
+  });
+  app.setErrorHandler((error, _request, reply) => {
+    const refusal = toApiError(error as FastifyError, log);
+    return reply.code(refusal.status).send(refusal.body);
+  });
+  app.get("/healthz", async () => ({ status: "ok" }));
+  app.get("/metrics", async (_request, reply) =>
+    reply.type("text/plain; version=0.0.4; charset=utf-8").send(metrics.render(registry)),
+  );
+  await app.register(apiRoutes(context, new LiveFeed(registry)), { prefix: "/api" });
+  await app.register(pageRoutes(context, resolve(options.webDir)));
+  app.server.on("upgrade", (request, socket, head) => upgrades.handle(request, socket, head));
+
+  await app.listen({
+    host: options.host,
+    port: options.port,
+    listenTextResolver: () => "listening",
+  });
+  const { address, port } = app.server.address() as AddressInfo;
+
+  return {
+    url: `http://${address.includes(":") ? `[${address}]` : address}:${port}`,
+    async stop() {
+      audit.record({ who: "server", action: "serverStop" });
+      await stopSessions(registry, limits.shutdownMs);
+      for (const machine of registry.machines) machine.detach(CloseCode.goingAway, "server stops");
+      await Promise.all([app.close(), upgrades.drain(limits.shutdownMs)]);
+      await Promise.all([registry.flush(), access.flush(), audit.flush()]);
+    },
+  };
+}
+
+/** Asks every session's machine for its end and waits until all have ended, or the time is over. */
+async function stopSessions(registry: Registry, timeMs: number): Promise<void> {
+  const sessions = registry.machines.flatMap((machine) => machine.sessions);
+  for (const session of sessions) {
+    session.stop();
+    session.end("serverStopping", CloseCode.goingAway);
+  }
+  await new Promise<void>((resolve) => {
+    const done = () => {
+      if (registry.machines.some((machine) => machine.sessions.length > 0)) return;
+      clearTimeout(timer);
+      stopFollowing();
+      resolve();
+    };
+    const stopFollowing = registry.follow(done);
+    const timer = setTimeout(() => {
+      stopFollowing();
+      resolve();
+    }, timeMs);
+    done();
+  });
+}
+
+function toApiError(error: FastifyError, log: FastifyBaseLogger): ApiError {
+  if (error instanceof ApiError) return error;
+  const status = error.statusCode ?? 500;
+  if (status === 413) return tooLarge();
+  if (status === 404) return notFound("route");
+  if (status < 500) return badRequest("The request is malformed.");
+  log.error({ err: error }, "request failed");
+  return new ApiError(500, "internal", "Something went wrong.");
+}

@@ -1,0 +1,82 @@
+import WebSocket from "ws";
+
+// biome-ignore lint/suspicious/noExplicitAny: tests look into messages of any shape.
+export type Message = Record<string, any>;
+export interface Closed {
+  code: number;
+  reason: string;
+}
+
+/** One end of a WebSocket whose messages can be waited for, in order. */
+export class Peer {
+  readonly socket: WebSocket;
+  readonly closed: Promise<Closed>;
+  readonly #unread: Message[] = [];
+  #wake: () => void = () => {};
+  #end: Closed | undefined;
+
+  protected constructor(socket: WebSocket) {
+    this.socket = socket;
+    this.closed = new Promise((resolve) => {
+      socket.on("close", (code, reason) => {
+        this.#end = { code, reason: reason.toString() };
+        this.#wake();
+        resolve(this.#end);
+      });
+    });
+    socket.on("message", (data) => {
+      const message: Message = JSON.parse(data.toString());
+      if (this.take(message)) return;
+      this.#unread.push(message);
+      this.#wake();
+    });
+  }
+
+  /** Resolves once the upgrade has succeeded; rejects with `{status, body}` when it was refused. */
+  static async open(url: string, headers: Record<string, string>): Promise<Peer> {
+    return new Peer(await openSocket(url, headers));
+  }
+
+  /** The next unread message of this type; fails when the connection ends before it. Others stay unread. */
+  async next(type: string): Promise<Message> {
+    for (;;) {
+      const index = this.#unread.findIndex((message) => message.type === type);
+      if (index >= 0) return this.#unread.splice(index, 1)[0] as Message;
+      if (this.#end) throw new Error(`closed (${JSON.stringify(this.#end)}) before "${type}"`);
+      await new Promise<void>((resolve) => {
+        this.#wake = resolve;
+      });
+    }
+  }
+
+  /** Takes out what is unread now. */
+  unread(): Message[] {
+    return this.#unread.splice(0);
+  }
+
+  send(message: unknown): void {
+    this.socket.send(typeof message === "string" ? message : JSON.stringify(message));
+  }
+
+  /** A subclass may deal with a message at once; it then isn't queued. */
+  protected take(_message: Message): boolean {
+    return false;
+  }
+}
+
+export function openSocket(url: string, headers: Record<string, string>): Promise<WebSocket> {
+  return new Promise((resolve, reject) => {
+    const socket = new WebSocket(url.replace(/^http/, "ws"), { headers });
+    socket.on("open", () => resolve(socket));
+    socket.on("error", reject);
+    socket.on("unexpected-response", (_request, response) => {
+      let text = "";
+      response.on("data", (chunk) => {
+        text += chunk;
+      });
+      response.on("end", () =>
+        reject({ status: response.statusCode, body: JSON.parse(text || "null") }),
+      );
+    });
+  });
+}
