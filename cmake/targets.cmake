@@ -4,7 +4,8 @@
 #   ra_dll(name DEF name.def SOURCES a.cpp ... [LINK targets ...])     name.dll, exporting what the .def lists
 #   ra_program(name [GUI] SOURCES a.cpp ... [LINK targets ...])        name.exe with wmain (wWinMain with GUI)
 #   ra_test(name [OWN_MAIN] SOURCES a_test.cpp ... [LINK targets ...]) name.exe with GoogleTest, one ctest case;
-#                                                                      OWN_MAIN when the sources bring main()
+#                                                                      OWN_MAIN when the sources bring main();
+#                                                                      built by the target unit_tests, not by default
 #
 # Includes are written from the repository's root. All that runs lands in bin/ of the build folder,
 # where programs find their DLLs as they do when installed.
@@ -57,10 +58,13 @@ function(ra_program name)
   ra_setup(${name} "${ARG_SOURCES}" "${ARG_LINK}")
 endfunction()
 
+add_custom_target(unit_tests)
+
 # ctest runs the program once and not once per test: a start under Wine costs more than most tests.
 function(ra_test name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "OWN_MAIN" "" "SOURCES;LINK")
-  add_executable(${name})
+  add_executable(${name} EXCLUDE_FROM_ALL)
+  add_dependencies(unit_tests ${name})
   if(ARG_OWN_MAIN)
     list(APPEND ARG_LINK GTest::gmock)
   else()
