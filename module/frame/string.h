@@ -163,6 +163,11 @@ class StringT {
     if (data_ != nullptr) SetLength(View(data_, capacity() + 1).find(CharT{}));
   }
 
+  // The same where the length is known; a zero may lie in the text then.
+  void UpdateLength(size_t length) noexcept {
+    if (data_ != nullptr) SetLength(length);
+  }
+
   // By code units.
   friend bool operator==(const StringT& a, const StringT& b) noexcept {
     return a.view() == b.view();
