@@ -1,0 +1,34 @@
+import { announcement } from "../announce";
+import { drawerShown } from "../keyboard";
+import { loaded } from "../live/live_feed";
+import { selectedMachine } from "../sessions/sessions";
+import { HelpDialog } from "./help_dialog";
+import { ServerNotice } from "./server_notice";
+import { Sidebar } from "./sidebar";
+import { Welcome } from "./welcome";
+import { Workspace } from "./workspace";
+
+export function App() {
+  return (
+    <div class={drawerShown.value ? "app drawer-open" : "app"}>
+      <Sidebar />
+      {/* biome-ignore lint/a11y/noStaticElementInteractions: a veil, beside the drawer's own button and Escape */}
+      {/* biome-ignore lint/a11y/useKeyWithClickEvents: as above */}
+      <div
+        class="drawer-veil"
+        onClick={() => {
+          drawerShown.value = false;
+        }}
+      />
+      <main class="main">
+        <ServerNotice />
+        {selectedMachine.value && <Workspace machine={selectedMachine.value} />}
+        {loaded.value && !selectedMachine.value && <Welcome />}
+      </main>
+      <HelpDialog />
+      <div class="visually-hidden" role="status">
+        {announcement.value}
+      </div>
+    </div>
+  );
+}

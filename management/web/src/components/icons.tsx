@@ -1,0 +1,48 @@
+import type { JSX } from "preact";
+import type { MachineKind } from "../words";
+
+const paths = {
+  plus: "M8 3.5v9M3.5 8h9",
+  close: "m4.5 4.5 7 7m0-7-7 7",
+  help: "M6.2 6.2a1.8 1.8 0 1 1 2.6 1.7c-.6.3-.8.6-.8 1.3M8 11.4v.1",
+  sun: "M8 5.3a2.7 2.7 0 1 0 0 5.4 2.7 2.7 0 0 0 0-5.4ZM8 1.6v1.2m0 10.4v1.2M1.6 8h1.2m10.4 0h1.2M3.5 3.5l.8.8m7.4 7.4.8.8m0-9-.8.8m-7.4 7.4-.8.8",
+  moon: "M13.2 9.6A5.6 5.6 0 0 1 6.4 2.8a5.6 5.6 0 1 0 6.8 6.8Z",
+  exit: "M9.5 3H4.2c-.7 0-1.2.5-1.2 1.2v7.6c0 .7.5 1.2 1.2 1.2h5.3M7 8h6.5m0 0-2.2-2.2M13.5 8l-2.2 2.2",
+  menu: "M2.5 4.5h11M2.5 8h11M2.5 11.5h11",
+  screen: "M2.2 3.5h11.6v7.2H2.2zM6 13.2h4M8 10.7v2.5",
+  prompt: "m3.5 5 3 3-3 3M8.5 11h4",
+  warning: "M8 2.6 14 13H2zM8 6.6v3M8 11.2v.1",
+  done: "m3.5 8.4 3 3 6-6.6",
+} as const;
+
+export function Icon({ name, size = 16 }: { name: keyof typeof paths; size?: number }) {
+  return (
+    <svg class="icon" width={size} height={size} viewBox="0 0 16 16" aria-hidden="true">
+      <path d={paths[name]} />
+    </svg>
+  );
+}
+
+const stateShapes: Record<MachineKind, JSX.Element> = {
+  connected: <circle cx="5" cy="5" r="4" fill="currentColor" />,
+  off: <path d="M1.5 5h7" stroke="currentColor" stroke-width="2.4" stroke-linecap="round" />,
+  away: <circle cx="5" cy="5" r="3.2" fill="none" stroke="currentColor" stroke-width="1.6" />,
+  refused: (
+    <path
+      d="m2 2 6 6m0-6-6 6"
+      stroke="currentColor"
+      stroke-width="1.9"
+      stroke-linecap="round"
+      fill="none"
+    />
+  ),
+};
+
+/** A machine's state by shape and colour, so that colour alone never tells. */
+export function StateMark({ kind }: { kind: MachineKind }) {
+  return (
+    <svg class={`state-mark ${kind}`} width="10" height="10" viewBox="0 0 10 10" aria-hidden="true">
+      {stateShapes[kind]}
+    </svg>
+  );
+}
