@@ -73,10 +73,10 @@ std::wstring TestFolder::Copy(const std::wstring& file, const std::wstring& name
 }
 
 int main(int argc, char** argv) {
-  const std::string first = argc > 1 ? argv[1] : "";
-  if (first.starts_with("--child=")) {
+  const auto role = argc > 1 ? Roles().find(argv[1]) : Roles().end();
+  if (role != Roles().end()) {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
-    return Roles().at(first.substr(8))(RoleArguments(argv + 2, argv + argc));
+    return role->second(RoleArguments(argv + 2, argv + argc));
   }
   testing::InitGoogleMock(&argc, argv);
   return RUN_ALL_TESTS();

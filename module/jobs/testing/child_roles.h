@@ -15,13 +15,14 @@
 using RoleArguments = std::vector<std::string>;
 using RoleFunction = int (*)(const RoleArguments& arguments);
 
+// What the program does when its first argument is `argument`; the function gets those behind it.
 struct ChildRole {
-  ChildRole(const char* name, RoleFunction function);
+  ChildRole(const char* argument, RoleFunction function);
 };
 
-#define CHILD_ROLE(name)                          \
-  static int name(const RoleArguments&);          \
-  static const ChildRole name##Role(#name, name); \
+#define CHILD_ROLE(name)                                     \
+  static int name(const RoleArguments&);                     \
+  static const ChildRole name##Role("--child=" #name, name); \
   static int name([[maybe_unused]] const RoleArguments& arguments)
 
 std::wstring TestProgram();

@@ -1,8 +1,7 @@
 #include "module/jobs/testing/process_counts.h"
 
-#include <vector>
+#include <algorithm>
 
-#include "module/frame/handle.h"
 // After windows.h.
 #include <tlhelp32.h>
 #include <winternl.h>
@@ -24,16 +23,16 @@ struct HandleList {
   } handles[1];
 };
 
-template <class Entry, class First, class Next, class Counts>
-size_t CountInSnapshot(DWORD kind, First first, Next next, Counts counts) {
+template <class Entry, class First, class Next>
+std::vector<Entry> Snapshot(DWORD kind, First first, Next next) {
   const orn::UniqueFile snapshot(CreateToolhelp32Snapshot(kind, 0));
+  std::vector<Entry> entries;
   Entry entry = {};
   entry.dwSize = sizeof(entry);
-  size_t count = 0;
   for (BOOL more = first(snapshot.get(), &entry); more; more = next(snapshot.get(), &entry)) {
-    if (counts(entry)) ++count;
+    entries.push_back(entry);
   }
-  return count;
+  return entries;
 }
 
 }  // namespace
@@ -55,13 +54,22 @@ size_t CountHandles() {
 }
 
 size_t CountThreads() {
-  return CountInSnapshot<THREADENTRY32>(
-      TH32CS_SNAPTHREAD, Thread32First, Thread32Next,
-      [](const auto& entry) { return entry.th32OwnerProcessID == GetCurrentProcessId(); });
+  const auto threads = Snapshot<THREADENTRY32>(TH32CS_SNAPTHREAD, Thread32First, Thread32Next);
+  return static_cast<size_t>(
+      std::ranges::count(threads, GetCurrentProcessId(), &THREADENTRY32::th32OwnerProcessID));
 }
 
-size_t CountChildren() {
-  return CountInSnapshot<PROCESSENTRY32W>(
-      TH32CS_SNAPPROCESS, Process32FirstW, Process32NextW,
-      [](const auto& entry) { return entry.th32ParentProcessID == GetCurrentProcessId(); });
+std::vector<orn::UniqueHandle> Descendants() {
+  const auto processes =
+      Snapshot<PROCESSENTRY32W>(TH32CS_SNAPPROCESS, Process32FirstW, Process32NextW);
+  std::vector<DWORD> ids = {GetCurrentProcessId()};
+  std::vector<orn::UniqueHandle> handles;
+  for (size_t i = 0; i < ids.size(); ++i) {
+    for (const PROCESSENTRY32W& process : processes) {
+      if (process.th32ParentProcessID != ids[i]) continue;
+      ids.push_back(process.th32ProcessID);
+      handles.emplace_back(OpenProcess(SYNCHRONIZE, FALSE, process.th32ProcessID));
+    }
+  }
+  return handles;
 }

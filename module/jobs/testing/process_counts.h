@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
+
+#include "module/frame/handle.h"
 
 // What this process holds, for tests that nothing is left over. (GetProcessHandleCount would say 0
 // under Wine.)
 size_t CountHandles();
 size_t CountThreads();
-// Processes started by this one that live.
-size_t CountChildren();
+// The processes that this one has started, and those that they have, to wait for their end.
+std::vector<orn::UniqueHandle> Descendants();
