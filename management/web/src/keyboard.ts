@@ -3,11 +3,13 @@ import type { Session } from "./sessions/session";
 import {
   closeSession,
   frontSession,
+  isReachable,
   openSession,
   selectedMachine,
   stepSession,
 } from "./sessions/sessions";
 import { copySelection } from "./terminal/clipboard";
+import { describeMachine } from "./words";
 
 export const helpShown = signal(false);
 /** The list of machines, where a narrow window hides it. */
@@ -28,7 +30,7 @@ export const shortcuts: Array<{ keys: string[]; text: string }> = [
 ];
 
 const actions: Record<string, () => void> = {
-  KeyT: () => selectedMachine.value?.connected && openSession(selectedMachine.value.id),
+  KeyT: openTerminal,
   KeyW: () => frontSession.value && closeSession(frontSession.value),
   ArrowRight: () => stepSession(1),
   ArrowLeft: () => stepSession(-1),
@@ -66,10 +68,15 @@ export function handleTerminalKey(event: KeyboardEvent, session: Session): boole
   if (event.ctrlKey && event.shiftKey && event.code === "KeyV") return false;
   if (event.key === "Enter" && session.state.value.phase === "ended") {
     event.preventDefault();
-    if (event.type === "keydown" && !event.repeat) session.open();
+    if (event.type === "keydown" && !event.repeat && isReachable(session.machineId)) session.open();
     return false;
   }
   return true;
+}
+
+function openTerminal(): void {
+  const machine = selectedMachine.value;
+  if (machine && describeMachine(machine).kind === "connected") openSession(machine.id);
 }
 
 function focusMachines(): void {

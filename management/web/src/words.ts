@@ -1,4 +1,5 @@
 import { type MachineInfo, machines, type RefusedAgent, refused } from "./live/live_feed";
+import type { SessionState } from "./sessions/session";
 import type { SessionEnd } from "./sessions/terminal_link";
 
 export type MachineKind = "connected" | "off" | "away" | "refused";
@@ -36,7 +37,7 @@ export function describeRefusal(agent: RefusedAgent): MachineWords {
   return {
     kind: "refused",
     short: "Refused: wrong key",
-    long: `Its agent came with a wrong enrolment key, last ${at(agent.at)}, and was refused. Give it the key of this server.`,
+    long: `Its agent came with a wrong enrolment key, last at ${moment(agent.at)}, and was refused. Give it the key of this server.`,
   };
 }
 
@@ -124,16 +125,19 @@ export function describeEnd(end: SessionEnd): EndWords {
   };
 }
 
+/** A session in a few words, for the status bar. */
+export function describeSession(state: SessionState): string {
+  if (state.phase === "opening") return "Opening…";
+  if (state.phase === "open") return `Open ${since(state.since)}`;
+  return describeEnd(state.end).title;
+}
+
 /** "since 14:32", or with the date when that was not today. */
-function since(time: string): string {
+function since(time: string | number): string {
   return `since ${moment(time)}`;
 }
 
-function at(time: string): string {
-  return `at ${moment(time)}`;
-}
-
-function moment(time: string, now = new Date()): string {
+export function moment(time: string | number, now = new Date()): string {
   const date = new Date(time);
   const clock = date.toLocaleTimeString([], { hour: "2-digit", minute: "2-digit" });
   if (date.toDateString() === now.toDateString()) return clock;

@@ -1,6 +1,6 @@
 import { announcement } from "../announce";
 import { drawerShown } from "../keyboard";
-import { loaded } from "../live/live_feed";
+import { loaded, serverLink } from "../live/live_feed";
 import { selectedMachine } from "../sessions/sessions";
 import { HelpDialog } from "./help_dialog";
 import { ServerNotice } from "./server_notice";
@@ -9,8 +9,11 @@ import { Welcome } from "./welcome";
 import { Workspace } from "./workspace";
 
 export function App() {
+  const classes = ["app"];
+  if (drawerShown.value) classes.push("drawer-open");
+  if (serverLink.value.state === "lost") classes.push("stale");
   return (
-    <div class={drawerShown.value ? "app drawer-open" : "app"}>
+    <div class={classes.join(" ")}>
       <Sidebar />
       {/* biome-ignore lint/a11y/noStaticElementInteractions: a veil, beside the drawer's own button and Escape */}
       {/* biome-ignore lint/a11y/useKeyWithClickEvents: as above */}

@@ -1,5 +1,5 @@
 import type { Session } from "../sessions/session";
-import { closeSession } from "../sessions/sessions";
+import { closeSession, isReachable } from "../sessions/sessions";
 import type { SessionEnd } from "../sessions/terminal_link";
 import { describeEnd } from "../words";
 import { Icon } from "./icons";
@@ -20,6 +20,7 @@ export function EndNotice({ session, end }: { session: Session; end: SessionEnd 
         <button
           type="button"
           class="button"
+          disabled={!isReachable(session.machineId)}
           onClick={() => {
             session.open();
             session.terminal.focus();

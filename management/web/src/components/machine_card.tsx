@@ -1,3 +1,4 @@
+import { useEffect, useRef } from "preact/hooks";
 import type { MachineInfo } from "../live/live_feed";
 import { openSession } from "../sessions/sessions";
 import { describeMachine } from "../words";
@@ -7,6 +8,11 @@ import { Icon, StateMark } from "./icons";
 export function MachineCard({ machine }: { machine: MachineInfo }) {
   const words = describeMachine(machine);
   const elsewhere = machine.sessions;
+  const open = useRef<HTMLButtonElement>(null);
+  // Where the focus is nowhere, as after the last tab was closed, the next thing to do takes it.
+  useEffect(() => {
+    if (document.activeElement === document.body) open.current?.focus();
+  }, []);
   return (
     <div class="card">
       <span class="card-icon">
@@ -27,6 +33,7 @@ export function MachineCard({ machine }: { machine: MachineInfo }) {
       </dl>
       <div class="card-actions">
         <button
+          ref={open}
           type="button"
           class="button primary"
           disabled={words.kind !== "connected"}

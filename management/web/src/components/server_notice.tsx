@@ -15,8 +15,10 @@ export function ServerNotice() {
   if (link.state !== "lost") return null;
   const seconds = Math.max(1, Math.ceil((link.retryAt - Date.now()) / 1000));
   return (
-    <div class="server-notice">
-      <Icon name="warning" />
+    <div class="server-notice problem">
+      <span class="end-icon">
+        <Icon name="warning" />
+      </span>
       <p>
         <strong>The server can't be reached.</strong> What you see may be out of date. Trying again
         in {seconds} s.

@@ -2,7 +2,7 @@ import { drawerShown, helpShown } from "../keyboard";
 import { loaded, type MachineInfo, machines, type RefusedAgent, refused } from "../live/live_feed";
 import { selectedMachine, selectMachine, sessionsOf } from "../sessions/sessions";
 import { currentTheme, toggleTheme } from "../theme";
-import { describeMachine, describeRefusal } from "../words";
+import { describeMachine, describeRefusal, moment } from "../words";
 import { Icon, StateMark } from "./icons";
 
 export function Sidebar() {
@@ -88,7 +88,9 @@ function RefusedRow({ agent }: { agent: RefusedAgent }) {
     <div class="machine stranger" title={words.long}>
       <StateMark kind="refused" />
       <span class="machine-name">{agent.name || agent.id || "Without a name"}</span>
-      <span class="machine-state refused">{words.short}</span>
+      <span class="machine-state refused">
+        {words.short}, {moment(agent.at)}
+      </span>
     </div>
   );
 }

@@ -1,3 +1,4 @@
+import { useEffect, useRef } from "preact/hooks";
 import type { Session } from "../sessions/session";
 import {
   closeSession,
@@ -21,8 +22,12 @@ export function TabStrip() {
 function Tab({ session }: { session: Session }) {
   const inFront = session === frontSession.value;
   const { phase } = session.state.value;
+  const tab = useRef<HTMLDivElement>(null);
+  useEffect(() => {
+    if (inFront) tab.current?.scrollIntoView({ block: "nearest", inline: "nearest" });
+  }, [inFront]);
   return (
-    <div class={`tab ${phase}`} role="presentation" data-front={inFront}>
+    <div ref={tab} class={`tab ${phase}`} role="presentation" data-front={inFront}>
       <button
         type="button"
         role="tab"

@@ -1,4 +1,5 @@
 import { refused } from "../live/live_feed";
+import { DrawerButton } from "./drawer_button";
 import { Icon, StateMark } from "./icons";
 
 /** Before the first machine has connected: how to bring one here. */
@@ -6,6 +7,7 @@ export function Welcome() {
   const address = location.origin.replace(/^http/, "ws");
   return (
     <div class="stage">
+      <DrawerButton />
       <div class="card">
         <span class="card-icon">
           <Icon name="screen" size={22} />

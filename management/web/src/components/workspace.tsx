@@ -1,8 +1,8 @@
-import { drawerShown } from "../keyboard";
-import { type MachineInfo, machines } from "../live/live_feed";
+import type { MachineInfo } from "../live/live_feed";
 import { frontSession, openSession, sessions, shownSessions } from "../sessions/sessions";
 import { TerminalPane } from "../terminal/terminal_pane";
-import { describeMachine } from "../words";
+import { describeMachine, describeSession } from "../words";
+import { DrawerButton } from "./drawer_button";
 import { Icon, StateMark } from "./icons";
 import { MachineCard } from "./machine_card";
 import { TabStrip } from "./tab_strip";
@@ -10,21 +10,12 @@ import { TabStrip } from "./tab_strip";
 /** What is shown of the selected machine: its terminals, or itself when it has none open. */
 export function Workspace({ machine }: { machine: MachineInfo }) {
   const words = describeMachine(machine);
-  const size = frontSession.value?.size.value;
+  const session = frontSession.value;
+  const size = session?.size.value;
   return (
     <section class="workspace" aria-label={machine.name}>
       <header class="topbar">
-        <button
-          type="button"
-          class="icon-button drawer-button"
-          aria-label="Machines"
-          aria-expanded={drawerShown.value}
-          onClick={() => {
-            drawerShown.value = true;
-          }}
-        >
-          <Icon name="menu" />
-        </button>
+        <DrawerButton />
         <h1 class="machine-title">
           <StateMark kind={words.kind} />
           {machine.name}
@@ -35,7 +26,7 @@ export function Workspace({ machine }: { machine: MachineInfo }) {
           class="icon-button"
           aria-label="New terminal"
           title="New terminal (Ctrl+Alt+T)"
-          disabled={!machine.connected}
+          disabled={words.kind !== "connected"}
           onClick={() => openSession(machine.id)}
         >
           <Icon name="plus" />
@@ -49,8 +40,7 @@ export function Workspace({ machine }: { machine: MachineInfo }) {
         {shownSessions.value.length === 0 && <MachineCard machine={machine} />}
       </div>
       <footer class="statusbar">
-        <span class={`machine-state ${words.kind}`}>{words.short}</span>
-        <span class="push">{machines.value.length > 1 && machine.name}</span>
+        <span class="push">{session ? describeSession(session.state.value) : words.short}</span>
         {size && (
           <span title="Columns × rows">
             {size.cols} × {size.rows}

@@ -10,6 +10,9 @@ export type SessionState =
   | { phase: "open"; streamId: string; since: number }
   | { phase: "ended"; end: SessionEnd };
 
+const SHOW_CURSOR = "\x1b[?25h";
+const HIDE_CURSOR = "\x1b[?25l";
+
 let lastId = 0;
 
 /** One terminal tab: a screen, and the shell behind it, which may end and be opened again. */
@@ -34,6 +37,7 @@ export class Session {
     this.number = number;
     this.#onEnd = onEnd;
     this.terminal = new Terminal(terminalOptions());
+    this.terminal.write(HIDE_CURSOR);
     this.terminal.loadAddon(this.#fit);
     this.terminal.onData((text) => this.#link?.input(new TextEncoder().encode(text)));
     this.terminal.onBinary((text) =>
@@ -80,6 +84,7 @@ export class Session {
     url.protocol = url.protocol.replace("http", "ws");
     const link: TerminalLink = new TerminalLink(new WebSocket(url), {
       onOpened: (streamId) => {
+        this.terminal.write(SHOW_CURSOR);
         this.state.value = { phase: "open", streamId, since: Date.now() };
         // The window may have changed while the shell was on its way.
         if (this.terminal.cols !== cols || this.terminal.rows !== rows) {
@@ -88,6 +93,7 @@ export class Session {
       },
       onOutput: (bytes, consumed) => this.terminal.write(bytes, consumed),
       onEnd: (end) => {
+        this.terminal.write(HIDE_CURSOR);
         this.state.value = { phase: "ended", end };
         this.#onEnd(this, end);
       },

@@ -27,6 +27,11 @@ export function sessionsOf(machineId: string | undefined): Session[] {
   return sessions.value.filter((session) => session.machineId === machineId);
 }
 
+/** Whether a shell can be opened on that machine at all. */
+export function isReachable(machineId: string): boolean {
+  return machines.value.some((machine) => machine.id === machineId && machine.connected);
+}
+
 export function selectMachine(id: string): void {
   selected.value = id;
 }
@@ -61,7 +66,7 @@ export function closeSession(session: Session): void {
 /** Brings the next tab to the front (+1) or the one before (-1), around the end. */
 export function stepSession(step: 1 | -1): void {
   const tabs = shownSessions.value;
-  const index = tabs.findIndex((session) => session === frontSession.value);
+  const index = frontSession.value ? tabs.indexOf(frontSession.value) : -1;
   const next = tabs[(index + step + tabs.length) % tabs.length];
   if (next) showSession(next);
 }

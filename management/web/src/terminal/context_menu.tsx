@@ -5,6 +5,8 @@ import { copiesOnSelect, copySelection, pasteClipboard, setCopiesOnSelect } from
 
 interface Item {
   text: string;
+  /** Set apart from the items above. */
+  apart?: boolean;
   keys?: string;
   checked?: boolean;
   disabled?: boolean;
@@ -58,8 +60,9 @@ export function ContextMenu({
         <button
           key={item.text}
           type="button"
+          class={item.apart ? "apart" : ""}
           role={item.checked === undefined ? "menuitem" : "menuitemcheckbox"}
-          aria-checked={item.checked}
+          {...(item.checked !== undefined && { "aria-checked": item.checked })}
           disabled={item.disabled}
           onClick={() => {
             onClose();
@@ -93,14 +96,15 @@ function itemsOf(session: Session): Item[] {
         if (!(await pasteClipboard(terminal))) announce("Press Ctrl+Shift+V to paste");
       },
     },
-    { text: "Select all", run: () => terminal.selectAll() },
-    { text: "Clear what has scrolled by", run: () => terminal.clear() },
+    { text: "Select all", apart: true, run: () => terminal.selectAll() },
+    { text: "Clear scrollback", run: () => terminal.clear() },
     {
       text: "Copy on select",
+      apart: true,
       checked: copiesOnSelect(),
       run: () => setCopiesOnSelect(!copiesOnSelect()),
     },
-    { text: "End the session", disabled: !open, run: () => session.stop() },
+    { text: "End the session", apart: true, disabled: !open, run: () => session.stop() },
   ];
 }
 

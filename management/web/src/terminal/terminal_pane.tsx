@@ -43,7 +43,6 @@ export function TerminalPane({ session }: { session: Session }) {
     if (shown && !helpShown.value) session.terminal.focus();
   }, [session, shown, helpShown.value]);
 
-  // biome-ignore lint/correctness/useExhaustiveDependencies: the colours come with the theme
   useEffect(() => {
     session.terminal.options.theme = terminalTheme();
   }, [session, theme]);
@@ -57,6 +56,7 @@ export function TerminalPane({ session }: { session: Session }) {
       hidden={!shown}
     >
       {state.phase === "opening" && <p class="opening">Opening a shell…</p>}
+      {/* biome-ignore lint/a11y/noStaticElementInteractions: the screen itself, inside, takes the keys */}
       <div
         class="screen"
         ref={screen}
