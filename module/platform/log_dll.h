@@ -18,7 +18,8 @@ using LogDeinitFn = void (*)();
 // Names the settings file: an XML file whose root has an element <log path level maxSize files/>. Nothing is
 // read yet. Returns a status, 0 for success.
 using LogSetSettingsFileFn = uint32_t (*)(const wchar_t* path);
-// Reads the settings file and applies it. A file that cannot be read changes nothing: 2 or 13 (bad contents).
+// Reads the settings file and applies it: 0, 2 (no such file) or 13 (bad contents), both of which change
+// nothing, or what LogSetPath gave.
 using LogApplySettingsFn = uint32_t (*)();
 // Non-zero: the settings file is watched and applied whenever it changes. Zero ends that.
 using LogMonitorSettingsFn = uint32_t (*)(uint32_t on);
@@ -30,8 +31,8 @@ using LogIsEnabledFn = uint32_t (*)();
 using LogSetLevelFn = void (*)(uint32_t mask);
 using LogGetLevelFn = uint32_t (*)();
 
-// The file; its folder is made when it is opened, with the first line. A null or empty path closes it. Returns
-// a status, 0 for success.
+// The file; it is opened at once, with its folder made where missing. A null or empty path closes it. Returns a
+// status: 0, or 110 where it cannot be opened (it is tried again with later lines).
 using LogSetPathFn = uint32_t (*)(const wchar_t* path);
 // Where lines go, a mask: 1 the file, 2 the debugger. At first 1.
 using LogSetTypeFn = void (*)(uint32_t mask);

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace host {
+
+struct CommandLine {
+  enum class Verb {
+    kRun,   // /process: runs the host in the foreground, to its end
+    kStop,  // /stop: asks the host that runs with this configuration to stop and waits for its end
+  };
+  Verb verb = Verb::kRun;
+  std::wstring configuration;  // The full path.
+};
+
+// Reads `/process [/config FILE]` and `/stop [/config FILE]`, in any order, letters in any case. A bare file name lies
+// beside the program, a path is taken from the current folder; without /config it is the program's own name followed
+// by ".xml". Nothing for anything else.
+std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arguments);
+
+// How the program is used, for the person who got it wrong.
+extern const wchar_t* const kUsage;
+
+}  // namespace host

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "host/common/host_intake.h"
+#include "host/common/host_presence.h"
+#include "host/service/component_manager.h"
+#include "host/service/configuration.h"
+#include "host/service/configuration_object.h"
+#include "host/service/log_session.h"
+#include "module/frame/exported_object.h"
+#include "module/frame/plugin_interfaces.h"
+
+namespace host {
+
+// The life of the host that a configuration describes. All operations belong to the main thread.
+//
+// It is never destroyed, and neither are its plug-ins: after the last UnInit the process ends by force, with its
+// exit code, while everything is still in its place. An orderly end of a C++ process destroys static objects
+// after the system has killed all other threads, wherever they were: one that was killed inside a plug-in's
+// spin lock would leave the lock taken, and the destructors would wait for it for ever. And a plug-in
+// may not be destroyed while a thread of another still holds a reference that it gives back in a destructor.
+class HostProcess : public IServMain {
+ public:
+  // `configuration` is not owned.
+  explicit HostProcess(const Configuration& configuration)
+      : configuration_(configuration), configuration_object_(configuration) {}
+  HostProcess(const HostProcess&) = delete;
+  HostProcess& operator=(const HostProcess&) = delete;
+
+  IComponentManager* GetComponentManager() override { return &components_; }
+
+  // Runs the host from its first plug-in's Init to its last one's UnInit, and ends the process: with code 0 after an
+  // orderly stop, with code 1 where the host could not be started or did not stop in time.
+  [[noreturn]] void Run();
+
+ private:
+  struct Plugin {
+    const PluginEntry* entry = nullptr;  // The configuration's.
+    ExportedObject<IServPlugin> object;
+    IHostIntake* intake = nullptr;  // Null for most.
+  };
+
+  bool Prepare();
+  bool DeclareHosts();
+  bool StartPlugins();
+  bool StartPlugin(Plugin& plugin);
+  void WaitForStop() const;
+  void StopPlugins();
+  void StartStopLimit();
+  [[noreturn]] void End(uint32_t exit_code);
+
+  const Configuration& configuration_;
+  ConfigurationObject configuration_object_;
+  ComponentManager components_;
+  LogSession log_;
+  std::vector<std::unique_ptr<HostPresence>> hosts_;
+  // Those that started, in their order.
+  std::vector<std::unique_ptr<Plugin>> plugins_;
+  bool intakes_open_ = false;
+};
+
+}  // namespace host

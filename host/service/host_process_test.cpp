@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "host/testing/host_runner.h"
+#include "module/frame/environment.h"
+
+namespace host {
+namespace {
+
+using testing::HostRunner;
+using testing::Option;
+using testing::TestPlugin;
+using testing::Utf8;
+
+TEST(HostProcess, PluginsStartOneByOneAndStopBackwardsAfterTheLastCallFromOutside) {
+  HostRunner runner;
+  runner.Configure(TestPlugin("A", Option("call", "")) + TestPlugin("B", Option("get", "A")) +
+                   TestPlugin("C"));
+  runner.Start();
+  runner.ReadUntil("is running");
+  runner.AskToStop();
+  const std::string name = Utf8(runner.name());
+  EXPECT_EQ(runner.ReadToEnd(),
+            "A.Init\nA.Start\nB.Init\nB.get 0 object\nB.Start\nC.Init\nC.Start\n"
+            "Host " + name + " is running\nHost " + name + " stops\n"
+            "A.call ends\nA.CloseIntake\nC.Stop\nB.Stop\nA.Stop\nC.UnInit\nB.UnInit\nA.UnInit\n");
+  EXPECT_EQ(runner.Wait(), 0u);
+}
+
+TEST(HostProcess, WhateverFailsAtTheStartIsOneLineWithCodeOneAndTakesBackWhatWasStarted) {
+  const struct {
+    const char* what;
+    std::string elements;
+    const char* line;  // After "host.xml(LINE): ".
+    const char* output;  // Of the plug-ins.
+  } kRows[] = {
+      {"Init", TestPlugin("A") + TestPlugin("B", Option("failInit", "5002")),
+       "(3): plug-in \"B\": Init failed: 5002", "A.Init\nA.Start\nB.Init\n|A.Stop\nA.UnInit\n"},
+      {"Start", TestPlugin("A") + TestPlugin("B", Option("failStart", "21")),
+       "(3): plug-in \"B\": Start failed: 21", "A.Init\nA.Start\nB.Init\nB.Start\nB.UnInit\n|A.Stop\nA.UnInit\n"},
+      {"library", TestPlugin("A") + "<plugin name='X' library='Absent.dll' object='X'/>\n",
+       "(3): plug-in \"X\": library \"Absent.dll\" cannot be loaded: 126", "A.Init\nA.Start\n|A.Stop\nA.UnInit\n"},
+      {"object", "<plugin name='X' library='HostTestPlugin.dll' object='a'/>\n",
+       "(2): plug-in \"X\": library \"HostTestPlugin.dll\" offers no plug-in \"a\": 1168", "|"},
+      {"no plug-in library", "<plugin name='X' library='log.dll' object='X'/>\n",
+       "(2): plug-in \"X\": library \"log.dll\" cannot be loaded: 127", "|"},
+      {"log", "<log path='host.xml\\x.log'/>\n", ": log.dll or its file cannot be used: 110", "|"},
+      {"broken", "<plugin>\n", "(3): the configuration is no XML: ", "|"},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.what);
+    HostRunner runner;
+    runner.Configure(row.elements);
+    runner.Start();
+    std::string output = runner.ReadToEnd();
+    EXPECT_EQ(runner.Wait(), 1u);
+    const size_t begin = output.find(Utf8(runner.file()));
+    ASSERT_NE(begin, std::string::npos) << output;
+    const size_t end = output.find('\n', begin) + 1;
+    const std::string line = output.substr(begin + runner.file().size(), end - begin);
+    EXPECT_EQ(line.substr(0, std::string(row.line).size()), row.line);
+    EXPECT_EQ(output.replace(begin, end - begin, "|"), row.output);
+  }
+}
+
+TEST(HostProcess, WrongArgumentsAndAMissingConfigurationAreToldApart) {
+  HostRunner runner;
+  for (const wchar_t* arguments : {L"/nonsense", L"/process /install", L"/process /config"}) {
+    runner.Start(arguments);
+    EXPECT_EQ(runner.ReadToEnd().substr(0, 6), "usage:");
+    EXPECT_EQ(runner.Wait(), 1u);
+  }
+  // A bare name is looked up beside the program, wherever the current folder is.
+  runner.Start(L"/process /config Absent.xml");
+  EXPECT_NE(runner.ReadToEnd().find("\\bin\\Absent.xml: the configuration cannot be opened: 2"),
+            std::string::npos);
+  EXPECT_EQ(runner.Wait(), 1u);
+}
+
+TEST(HostProcess, NobodyGetsAPluginThatHasNotStarted) {
+  HostRunner runner;
+  runner.Configure(TestPlugin("A", Option("get", "B")) + TestPlugin("B", Option("get", "B")) +
+                   TestPlugin("C", Option("failInit", "1")));
+  runner.Start();
+  const std::string& output = runner.ReadToEnd();
+  EXPECT_NE(output.find("A.get 1168 null"), std::string::npos);
+  EXPECT_NE(output.find("B.get 1168 null"), std::string::npos);
+}
+
+TEST(HostProcess, ASecondOneOfTheSameNameIsRefusedUntilTheFirstIsGoneHoweverItEnds) {
+  HostRunner first;
+  first.Configure("<declares host='Shared'/>");
+  first.Start();
+  first.ReadUntil("is running");
+
+  HostRunner second;
+  second.Configure("<declares host='Shared'/>");
+  second.Start();
+  EXPECT_NE(second.ReadToEnd().find("host \"Shared\" is running already: 183"), std::string::npos);
+  EXPECT_EQ(second.Wait(), 1u);
+
+  // Another instance is another agent.
+  second.Configure("<declares host='Shared'/>", "instance='other-" +
+                                                    std::to_string(GetCurrentProcessId()) + "'");
+  second.Start();
+  second.ReadUntil("is running");
+  second.Kill();
+
+  first.Kill();
+  second.Configure("<declares host='Shared'/>");
+  second.Start();
+  EXPECT_NE(second.ReadUntil("is running").find("is running"), std::string::npos);
+
+  // The switch for it stops a host in order, and says so when there is none.
+  for (const char* end : {"has stopped", "was not running"}) {
+    HostRunner stopper;
+    stopper.Start(L"/stop /config \"" + second.file() + L"\"");
+    EXPECT_NE(stopper.ReadToEnd().find(end), std::string::npos);
+    EXPECT_EQ(stopper.Wait(), 0u);
+    EXPECT_EQ(second.Wait(), 0u);
+  }
+}
+
+TEST(HostProcess, AStopThatTakesTooLongIsEndedWithALogLine) {
+  HostRunner runner;
+  runner.Configure("<log path='h.log'/>" + TestPlugin("A", Option("hang", "")), "stopLimit='1'");
+  runner.Start();
+  runner.ReadUntil("is running");
+  runner.AskToStop();
+  EXPECT_NE(runner.ReadToEnd().find("did not stop in time and is ended: 1460"), std::string::npos);
+  EXPECT_EQ(runner.Wait(), 1u);
+  std::ifstream log(std::filesystem::path(runner.folder() + L"\\h.log"));
+  const std::string text{std::istreambuf_iterator<char>(log), {}};
+  EXPECT_NE(text.find("ERR TsrSecurityService: "), std::string::npos) << text;
+  EXPECT_NE(text.find("did not stop in time"), std::string::npos) << text;
+}
+
+TEST(HostProcess, ItsPathIsTheSystemsAndItsOwnAndTheOneItFoundIsKeptForItsChildren) {
+  HostRunner runner;
+  const auto path_seen = [&](const wchar_t* path, const wchar_t* old) {
+    SetEnvironmentVariableW(L"PATH", path);
+    SetEnvironmentVariableW(orn::kOldPathVariable, old);
+    runner.Configure(TestPlugin("A", Option("tell", "PATH")) +
+                     TestPlugin("B", Option("tell", "ORN_TSR_OLD_PATH") + Option("failInit", "1")));
+    runner.Start();
+    std::string output = runner.ReadToEnd();
+    const size_t begin = output.find("A.PATH=") + 7;
+    EXPECT_NE(output.find("B.ORN_TSR_OLD_PATH=C:\\found\n"), std::string::npos) << output;
+    return output.substr(begin, output.find('\n', begin) - begin);
+  };
+  const std::string restricted = path_seen(L"C:\\found", nullptr);
+  EXPECT_EQ(restricted.find("C:\\windows\\system32;C:\\windows;"), 0u) << restricted;
+  EXPECT_EQ(restricted.find("found"), std::string::npos) << restricted;
+  // A stale value, as a shell inside a remote terminal has it, gives way.
+  EXPECT_EQ(path_seen(L"C:\\found", L"C:\\stale"), restricted);
+  // A host started by a host keeps what the first one found.
+  EXPECT_EQ(path_seen(std::wstring(restricted.begin(), restricted.end()).c_str(), L"C:\\found"),
+            restricted);
+}
+
+}  // namespace
+}  // namespace host

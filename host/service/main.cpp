@@ -1,0 +1,55 @@
+// TsrSecurityService.exe: runs the plug-ins of its configuration as one host.
+
+#include <optional>
+
+#include "host/common/host_presence.h"
+#include "host/service/command_line.h"
+#include "host/service/configuration.h"
+#include "host/service/host_process.h"
+#include "host/service/report.h"
+#include "host/service/stop_signal.h"
+
+namespace {
+
+// Asks the host of this name to stop and waits for the end of its process.
+int StopHost(const host::Configuration& configuration) {
+  if (!configuration.instance.empty()) {
+    SetEnvironmentVariableW(host::kInstanceVariable, configuration.instance.c_str());
+  }
+  host::HostPresence presence;
+  bool running = false;
+  uint32_t status = presence.Open(configuration.name);
+  if (status == 0) status = presence.RequestStop(running);
+  if (status != 0) {
+    host::ReportError(L"Host " + configuration.name + L" cannot be stopped: " +
+                      host::DescribeCode(status));
+    return 1;
+  }
+  // It ends by itself when its own limit for that is over.
+  if (running) WaitForSingleObject(presence.life(), INFINITE);
+  host::ReportProgress(L"Host " + configuration.name +
+                       (running ? L" has stopped" : L" was not running"));
+  return 0;
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+  const auto command_line = host::ParseCommandLine(count, arguments);
+  if (!command_line) {
+    host::ReportError(host::kUsage);
+    return 1;
+  }
+  static host::Configuration configuration;
+  host::ConfigurationProblem problem;
+  if (!host::ReadConfiguration(command_line->configuration, configuration, problem)) {
+    host::ReportError(command_line->configuration +
+                      (problem.line > 0 ? L"(" + std::to_wstring(problem.line) + L")" : L"") + L": " +
+                      problem.text + L": " + host::DescribeCode(problem.code));
+    return 1;
+  }
+  if (command_line->verb == host::CommandLine::Verb::kStop) return StopHost(configuration);
+
+  host::CatchConsoleStop();
+  (new host::HostProcess(configuration))->Run();
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+
+#include "module/frame/handle.h"
+
+namespace host::testing {
+
+// A real TsrSecurityService.exe with a configuration of its own, in a folder of its own. The names of hosts are set apart by
+// the instance "test-PID", which this process has too. Ends the process if it still runs.
+class HostRunner {
+ public:
+  HostRunner();
+  ~HostRunner();
+  HostRunner(const HostRunner&) = delete;
+  HostRunner& operator=(const HostRunner&) = delete;
+
+  // Writes <host name= data= ATTRIBUTES>ELEMENTS</host>.
+  void Configure(const std::string& elements, const std::string& attributes = "");
+  // Starts the program, its output joined in one pipe; with /process and the configuration unless `arguments` says other.
+  void Start(std::wstring arguments = L"");
+  // Reads the output up to and with the line that contains `text`, or to its end. What was read since Start.
+  const std::string& ReadUntil(const std::string& text);
+  const std::string& ReadToEnd() { return ReadUntil("\n\n\n"); }
+  void AskToStop();
+  // The exit code.
+  DWORD Wait();
+  void Kill();
+
+  const std::wstring& name() const { return name_; }
+  const std::wstring& folder() const { return folder_; }
+  std::wstring file() const { return folder_ + L"\\host.xml"; }
+  HANDLE process() const { return process_.get(); }
+
+ private:
+  std::wstring name_;
+  std::wstring folder_;
+  orn::UniqueHandle process_;
+  orn::UniqueHandle output_;
+  std::string read_;
+};
+
+std::string Utf8(const std::wstring& text);
+
+// <plugin> of HostTestPlugin.dll, with `options` as elements.
+std::string TestPlugin(const std::string& name, const std::string& options = "");
+std::string Option(const std::string& name, const std::string& value);
+
+}  // namespace host::testing
