@@ -31,7 +31,7 @@ namespace orn::RemoteAccess {
 //
 // The host drives Init, Start, Stop and UnInit, in this order and never overlapping; nothing else
 // may come before Start has returned. The other faces are called on threads of the plug-ins.
-class RemoteAccessAL final
+class RemoteAccessAL
     : public IRemoteAccess,
       public IServPlugin,
       public EndpointService::FeatureHost,

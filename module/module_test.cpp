@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "module/frame/base64.h"
+#include "module/frame/object_exports.h"
+#include "module/frame/plugin_interfaces.h"
+#include "module/frame/windows.h"
+
+// The library as it is shipped, loaded as its host loads it.
+
+namespace {
+
+class ModuleTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_NE(module_, nullptr) << GetLastError(); }
+  void TearDown() override { FreeLibrary(module_); }
+
+  template <class T>
+  const T* At(uint32_t offset) const {
+    return reinterpret_cast<const T*>(reinterpret_cast<const char*>(module_) + offset);
+  }
+  uint32_t Directory(int index) const {
+    const auto* const headers = At<IMAGE_NT_HEADERS>(At<IMAGE_DOS_HEADER>(0)->e_lfanew);
+    return headers->OptionalHeader.DataDirectory[index].VirtualAddress;
+  }
+  template <class Function>
+  Function Export(const char* name) const {
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
+  }
+
+  HMODULE module_ = LoadLibraryW(L"RemoteAccess.dll");
+};
+
+TEST_F(ModuleTest, ExportsTwoFunctionsAndNeedsOnlyWhatWindowsHas) {
+  const auto* const exports = At<IMAGE_EXPORT_DIRECTORY>(Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
+  std::set<std::string> names;
+  for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
+    names.insert(At<char>(At<uint32_t>(exports->AddressOfNames)[i]));
+  }
+  EXPECT_EQ(names, (std::set<std::string>{"OrnCreateObject", "OrnDestroyObject"}));
+  EXPECT_EQ(exports->NumberOfFunctions, 2u);
+
+  wchar_t system[MAX_PATH];
+  GetSystemDirectoryW(system, MAX_PATH);
+  const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
+  EXPECT_NE(import->Name, 0u);
+  for (; import->Name != 0; ++import) {
+    const std::string name = At<char>(import->Name);
+    const std::wstring path = std::wstring(system) + L'\\' + std::wstring(name.begin(), name.end());
+    EXPECT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES) << name;
+  }
+}
+
+TEST_F(ModuleTest, MakesTheObjectsOfItsTableAndNoOthers) {
+  const auto create = Export<OrnCreateObjectFunction>("OrnCreateObject");
+  const auto destroy = Export<OrnDestroyObjectFunction>("OrnDestroyObject");
+  const InterfaceId root = IOrnBaseInterface::kInterfaceId;
+  void* object = nullptr;
+  for (const wchar_t* name : {L"RemoteAccess.AL", L"RemoteTerminalManager.AL"}) {
+    void* second = nullptr;
+    ASSERT_EQ(create(name, IServPlugin::kInterfaceId, &object), 0);
+    ASSERT_EQ(create(name, root, &second), 0);
+    EXPECT_NE(object, second);
+    destroy(name, second);
+    destroy(name, object);
+    EXPECT_EQ(create(name, InterfaceId{}, &object), 1168);
+    EXPECT_EQ(object, nullptr);
+  }
+  ASSERT_EQ(create(L"Crypt.Base64", Crypt::IBase64::kInterfaceId, &object), 0);
+  std::string text;
+  EXPECT_STREQ(static_cast<Crypt::IBase64*>(object)->Encode("hi", 2, text, true), "aGk=");
+  destroy(L"Crypt.Base64", object);
+  for (const wchar_t* name : {L"remoteaccess.al", L"RemoteAccess", L"RemoteAccess.Agent", L""}) {
+    EXPECT_EQ(create(name, root, &object), 1168);
+  }
+}
+
+}  // namespace
