@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace host::connector {
+
+struct ServerAddress {
+  std::wstring host;
+  std::wstring path;
+  uint16_t port = 0;
+  bool secure = false;
+
+  bool IsLoopback() const;
+};
+
+// Reads ws://host[:port][/path] or wss://...; without a path it is the server's door for agents, "/api/agent".
+std::optional<ServerAddress> ParseServerAddress(std::wstring_view url);
+
+// How a machine tells who it is.
+struct MachineIdentity {
+  std::wstring id;    // 8 to 64 characters of [0-9A-Za-z-]
+  std::wstring name;  // as people know it
+};
+
+bool IsMachineId(std::wstring_view id);
+
+// The text as a header takes it: percent-encoded UTF-8, cut at a whole character to 255 bytes before encoding.
+std::wstring EncodeMachineName(std::wstring_view name);
+
+}  // namespace host::connector

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "host/common/host_intake.h"
+#include "host/plugins/connector/connection_loop.h"
+#include "host/plugins/connector/event_channel.h"
+#include "host/plugins/connector/hub.h"
+#include "host/plugins/connector/server_address.h"
+#include "host/plugins/settings/settings_watch.h"
+#include "module/frame/log_reference.h"
+#include "module/frame/plugin_interfaces.h"
+#include "module/frame/serv_plugin.h"
+#include "module/platform/tsr_settings.h"
+#include "module/platform/veld_connector.h"
+
+namespace host {
+
+struct IHostConfiguration;
+
+// "VeldConnector": one connection to the management server, from OpenIntake to Stop, over which calls and streams
+// come in. It also tells the server how the feature's switch stands.
+//
+// Options: "server", ws://host:port or wss://host:port; "keyFile", the file with the enrolment key, read at each
+// attempt; "machineId", by default the one that Windows was installed with; "machineName", by default the computer's.
+class VeldConnectorPlugin final : public VeldConnector::IConnector,
+                                  public IEventChannel,
+                                  public IHostIntake,
+                                  public ISettingsWatch::IObserver,
+                                  public IServPlugin {
+ public:
+  VeldConnectorPlugin();
+  virtual ~VeldConnectorPlugin();
+  VeldConnectorPlugin(const VeldConnectorPlugin&) = delete;
+  VeldConnectorPlugin& operator=(const VeldConnectorPlugin&) = delete;
+
+  void* GetInterface(const InterfaceId& id) override;
+  int32_t Init(IServMain* main) override;
+  void UnInit() override;
+  int32_t Start() override;
+  void Stop() override;
+
+  VeldConnector::ISocketManager* CreateSocketManager(
+      VeldConnector::ISocketConnection* observer) override;
+  void DeleteSocketManager(VeldConnector::ISocketManager* manager) override;
+
+  bool TrySendEvent(const std::string& name, const Json::Value& payload) override;
+
+  void OpenIntake() override;
+  void CloseIntake() override;
+
+  void OnStored(const wchar_t* key) override;
+
+ private:
+  bool ReadOptions(IHostConfiguration& configuration);
+  bool IsEnabled();
+
+  const logging::LogReference log_;
+  ServPlugin<ITsrSettings> settings_{L"TsrSettings"};
+  ServPlugin<ISettingsWatch> settings_watch_{L"TsrSettings"};
+  connector::ServerAddress server_;
+  connector::MachineIdentity machine_;
+  std::wstring key_file_;
+  connector::Hub hub_;
+  std::unique_ptr<connector::ConnectionLoop> loop_;
+};
+
+}  // namespace host

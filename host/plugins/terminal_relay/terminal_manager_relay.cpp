@@ -1,0 +1,108 @@
+#include "host/plugins/terminal_relay/terminal_manager_relay.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "module/frame/error_codes.h"
+#include "module/frame/log.h"
+#include "module/frame/thread_name.h"
+
+namespace host {
+
+using orn::RemoteTerminal::TerminalSize;
+
+TerminalManagerRelay::~TerminalManagerRelay() { Stop(); }
+
+void* TerminalManagerRelay::GetInterface(const InterfaceId& id) {
+  if (id == IRemoteTerminalManager::kInterfaceId) return static_cast<IRemoteTerminalManager*>(this);
+  if (id == IServPlugin::kInterfaceId || id == IOrnBaseInterface::kInterfaceId) {
+    return static_cast<IServPlugin*>(this);
+  }
+  return nullptr;
+}
+
+int32_t TerminalManagerRelay::Init(IServMain* main) {
+  IComponentManager* const manager = main == nullptr ? nullptr : main->GetComponentManager();
+  return manager_.GetPlugin(manager) != nullptr ? 0
+                                                : static_cast<int32_t>(error::kMissingDependency);
+}
+
+void TerminalManagerRelay::UnInit() { manager_.Release(); }
+
+int32_t TerminalManagerRelay::Start() {
+  stopping_ = false;
+  thread_ = std::thread([this] {
+    orn::SetThreadName(L"Terminal notifications");
+    Run();
+  });
+  return static_cast<int32_t>(manager_->Register(this));
+}
+
+void TerminalManagerRelay::Stop() {
+  if (!thread_.joinable()) return;
+  manager_->Unregister(this);
+  {
+    const Lock lock(mutex_);
+    stopping_ = true;
+    changed_.NotifyAll();
+  }
+  thread_.join();
+}
+
+uint32_t TerminalManagerRelay::OpenTerminal(const Id& id, const TerminalSize& size,
+                                            orn::StringT<wchar_t>& coninName,
+                                            orn::StringT<wchar_t>& conoutName) {
+  return manager_->OpenTerminal(id, size, coninName, conoutName);
+}
+
+void TerminalManagerRelay::CloseTerminal(const Id& id) { manager_->CloseTerminal(id); }
+
+uint32_t TerminalManagerRelay::SetSize(const Id& id, const TerminalSize& size) {
+  return manager_->SetSize(id, size);
+}
+
+uint32_t TerminalManagerRelay::Register(Subscriber* subscriber) {
+  if (subscriber == nullptr) return error::kBadParameter;
+  const Lock lock(mutex_);
+  if (std::find(subscribers_.begin(), subscribers_.end(), subscriber) != subscribers_.end()) {
+    return error::kFailed;
+  }
+  subscribers_.push_back(subscriber);
+  return error::kSuccess;
+}
+
+uint32_t TerminalManagerRelay::Unregister(Subscriber* subscriber) {
+  Lock lock(mutex_);
+  if (std::erase(subscribers_, subscriber) == 0) return error::kFailed;
+  std::erase_if(queue_, [subscriber](const Notification& notification) {
+    return notification.subscriber == subscriber;
+  });
+  if (thread_.get_id() != std::this_thread::get_id()) {
+    changed_.Wait(lock, [&] { return running_ != subscriber; });
+  }
+  return error::kSuccess;
+}
+
+void TerminalManagerRelay::OnTerminalClosed(const Id& id) {
+  const Lock lock(mutex_);
+  for (Subscriber* const subscriber : subscribers_) queue_.push_back({subscriber, id});
+  changed_.NotifyAll();
+}
+
+void TerminalManagerRelay::Run() {
+  Lock lock(mutex_);
+  for (;;) {
+    changed_.Wait(lock, [this] { return stopping_ || !queue_.empty(); });
+    if (stopping_) return;
+    const Notification notification = std::move(queue_.front());
+    queue_.pop_front();
+    running_ = notification.subscriber;
+    lock.unlock();
+    notification.subscriber->OnTerminalClosed(notification.id);
+    lock.lock();
+    running_ = nullptr;
+    changed_.NotifyAll();
+  }
+}
+
+}  // namespace host

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <deque>
+#include <thread>
+#include <vector>
+
+#include "host/plugins/common/sync.h"
+#include "module/frame/log_reference.h"
+#include "module/frame/plugin_interfaces.h"
+#include "module/frame/serv_plugin.h"
+#include "module/terminal/host/remote_terminal_manager_interface.h"
+
+namespace host {
+
+// "RemoteTerminalManager.Relay": stands in front of a terminal manager of the same process ("RemoteTerminalManager.AL")
+// and passes its notifications on from a thread of its own. The manager sends them with its mutex held, and their
+// receiver may be waiting for a call into the manager: across processes that is no harm, within one it would be
+// the end of both.
+class TerminalManagerRelay final
+    : public orn::RemoteTerminal::IRemoteTerminalManager,
+      public orn::RemoteTerminal::IRemoteTerminalManager::IRemoteTerminalManagerNotifications,
+      public IServPlugin {
+ public:
+  using Subscriber =
+      orn::RemoteTerminal::IRemoteTerminalManager::IRemoteTerminalManagerNotifications;
+  using Id = orn::StringT<char>;
+
+  TerminalManagerRelay() = default;
+  virtual ~TerminalManagerRelay();
+  TerminalManagerRelay(const TerminalManagerRelay&) = delete;
+  TerminalManagerRelay& operator=(const TerminalManagerRelay&) = delete;
+
+  void* GetInterface(const InterfaceId& id) override;
+  int32_t Init(IServMain* main) override;
+  void UnInit() override;
+  int32_t Start() override;
+  void Stop() override;
+
+  uint32_t OpenTerminal(const Id& id, const orn::RemoteTerminal::TerminalSize& size,
+                        orn::StringT<wchar_t>& coninName,
+                        orn::StringT<wchar_t>& conoutName) override;
+  void CloseTerminal(const Id& id) override;
+  uint32_t SetSize(const Id& id, const orn::RemoteTerminal::TerminalSize& size) override;
+  uint32_t Register(Subscriber* subscriber) override;
+  // Drops what waits for the subscriber, and waits for a notification of it that runs, but for one on the
+  // calling thread.
+  uint32_t Unregister(Subscriber* subscriber) override;
+
+  // The manager's notification: queued for everybody who is registered now, in order.
+  void OnTerminalClosed(const Id& id) override;
+
+ private:
+  struct Notification {
+    Subscriber* subscriber;
+    Id id;
+  };
+
+  void Run();
+
+  const logging::LogReference log_;
+  ServPlugin<IRemoteTerminalManager> manager_{L"RemoteTerminalManager.AL"};
+  std::thread thread_;
+
+  Mutex mutex_;
+  Condition changed_;
+  std::vector<Subscriber*> subscribers_;  // Not owned.
+  std::deque<Notification> queue_;
+  Subscriber* running_ = nullptr;  // who is being notified
+  bool stopping_ = false;
+};
+
+}  // namespace host
