@@ -55,12 +55,17 @@ export function apiRoutes(context: ApiContext, live: LiveFeed) {
 
     api.get<MachineRoute>("/machines/:id/events", (request, reply) => {
       const { events } = registry.get(request.params.id);
-      const last = readLastEventId(request.headers["last-event-id"]);
-      const stream = new EventStream(reply, () => stopFollowing());
-      const send = (event: { id: number; name: string; payload: unknown }) =>
-        stream.send({ name: event.name, payload: event.payload }, event.id);
-      if (last !== undefined) events.since(last).forEach(send);
-      const stopFollowing = events.follow(send);
+      let last = readLastEventId(request.headers["last-event-id"]) ?? events.lastId;
+      const sendOn = () => {
+        for (const { id, name, payload } of stream.ready ? events.since(last) : []) {
+          stream.send({ name, payload }, id);
+          last = id;
+          if (!stream.ready) return;
+        }
+      };
+      const stopFollowing = events.follow(sendOn);
+      const stream = new EventStream(reply, { onReady: sendOn, onEnd: stopFollowing });
+      sendOn();
     });
   };
 }

@@ -1,14 +1,16 @@
 import type { FastifyReply } from "fastify";
 
 const HEARTBEAT_MS = 15_000;
-const MAX_UNTAKEN_BYTES = 4 * 1024 * 1024;
 
-/** A response of server-sent events. A reader that falls too far behind is cut off and may come back with its last id. */
+/**
+ * A response of server-sent events. It holds no queue of its own: who sends stops while it isn't `ready`, and goes on, or skips
+ * ahead, when `onReady` is called.
+ */
 export class EventStream {
   readonly #reply: FastifyReply;
 
   /** `onEnd` is called once the reader has gone. */
-  constructor(reply: FastifyReply, onEnd: () => void) {
+  constructor(reply: FastifyReply, { onReady, onEnd }: { onReady(): void; onEnd(): void }) {
     this.#reply = reply;
     reply.hijack();
     reply.raw.writeHead(200, {
@@ -18,21 +20,21 @@ export class EventStream {
       "x-accel-buffering": "no",
     });
     reply.raw.write(":\n\n");
-    const heartbeat = setInterval(() => this.#write(":\n\n"), HEARTBEAT_MS);
+    reply.raw.on("drain", onReady);
+    const heartbeat = setInterval(() => this.ready && reply.raw.write(":\n\n"), HEARTBEAT_MS);
     reply.raw.on("close", () => {
       clearInterval(heartbeat);
       onEnd();
     });
   }
 
-  send(data: unknown, id?: number): void {
-    const idLine = id === undefined ? "" : `id: ${id}\n`;
-    this.#write(`${idLine}data: ${JSON.stringify(data)}\n\n`);
+  /** Whether the reader has taken what was sent. */
+  get ready(): boolean {
+    return !this.#reply.raw.writableNeedDrain;
   }
 
-  #write(text: string): void {
-    const { raw } = this.#reply;
-    if (raw.writableLength > MAX_UNTAKEN_BYTES) raw.destroy();
-    else raw.write(text);
+  send(data: unknown, id?: number): void {
+    const idLine = id === undefined ? "" : `id: ${id}\n`;
+    this.#reply.raw.write(`${idLine}data: ${JSON.stringify(data)}\n\n`);
   }
 }

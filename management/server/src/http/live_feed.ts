@@ -13,10 +13,11 @@ export interface LiveState {
 // Many changes at once, as when all agents come back after a restart, are told together.
 const GATHER_MS = 50;
 
-/** Tells pages of the machines' state. */
+/** Tells pages of the machines' state. A page that reads slowly misses what was in between, never the last. */
 export class LiveFeed {
   readonly #registry: Registry;
-  readonly #pages = new Set<EventStream>();
+  /** Each page, and whether there is news that it has not been sent. */
+  readonly #pages = new Map<EventStream, { behind: boolean }>();
   #timer: NodeJS.Timeout | undefined;
 
   constructor(registry: Registry) {
@@ -27,16 +28,30 @@ export class LiveFeed {
   }
 
   add(reply: FastifyReply): void {
-    const page = new EventStream(reply, () => this.#pages.delete(page));
-    this.#pages.add(page);
-    page.send(this.#state());
+    const page = { behind: true };
+    const stream: EventStream = new EventStream(reply, {
+      onReady: () => this.#send([stream]),
+      onEnd: () => this.#pages.delete(stream),
+    });
+    this.#pages.set(stream, page);
+    this.#send([stream]);
   }
 
   #tell(): void {
     this.#timer = undefined;
-    if (this.#pages.size === 0) return;
-    const state = this.#state();
-    for (const page of this.#pages) page.send(state);
+    for (const page of this.#pages.values()) page.behind = true;
+    this.#send([...this.#pages.keys()]);
+  }
+
+  #send(streams: EventStream[]): void {
+    let state: LiveState | undefined;
+    for (const stream of streams) {
+      const page = this.#pages.get(stream);
+      if (!page?.behind || !stream.ready) continue;
+      page.behind = false;
+      state ??= this.#state();
+      stream.send(state);
+    }
   }
 
   #state(): LiveState {

@@ -21,7 +21,7 @@ const MAX_BYTES = 16 * 1024 * 1024;
  */
 export class EventLog {
   readonly #file: LineFile;
-  readonly #followers = new Set<(event: EventRecord) => void>();
+  readonly #followers = new Set<() => void>();
   readonly #events: Array<{ record: EventRecord; line: string }> = [];
   #bytes = 0;
   #lastId = 0;
@@ -40,16 +40,21 @@ export class EventLog {
     this.#file.append(line);
     // The file may hold as much again as memory does before it is written anew.
     if (this.#forgotten > Math.max(1000, this.#events.length)) this.#rewrite();
-    for (const follower of this.#followers) follower(entry);
+    for (const follower of this.#followers) follower();
+  }
+
+  get lastId(): number {
+    return this.#lastId;
   }
 
   /** What is still known of the events after that id. */
   since(id: number): EventRecord[] {
-    return this.#events.map((event) => event.record).filter((event) => event.id > id);
+    const first = this.#events.findIndex((event) => event.record.id > id);
+    return first < 0 ? [] : this.#events.slice(first).map((event) => event.record);
   }
 
-  /** Calls `follower` for each event from now on; the result ends that. */
-  follow(follower: (event: EventRecord) => void): () => void {
+  /** Calls `follower` after each new event; the result ends that. */
+  follow(follower: () => void): () => void {
     this.#followers.add(follower);
     return () => this.#followers.delete(follower);
   }

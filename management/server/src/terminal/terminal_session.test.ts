@@ -1,18 +1,317 @@
-import { expect, test } from "vitest";
-import { TestServer } from "../testing/running_server.ts";
+import { once } from "node:events";
+import { readFileSync } from "node:fs";
+import { join } from "node:path";
+import { expect, test, vi } from "vitest";
+import type { FakeAgent } from "../testing/fake_agent.ts";
+import { openSocket, type Peer } from "../testing/peer.ts";
+import { bearer, TestServer } from "../testing/running_server.ts";
 
-test("output reaches the client in order, and the machine's stop comes last", async () => {
+const open = { id: "machine-0001", connected: true };
+const textOf = (message: { content: { encodedBuffer: string } }) =>
+  Buffer.from(message.content.encodedBuffer, "base64").toString();
+
+/** What the machine was sent on a stream, up to now. */
+async function inward(agent: FakeAgent, client?: Peer): Promise<unknown[]> {
+  if (client) {
+    client.socket.ping();
+    await once(client.socket, "pong");
+  }
+  agent.send({ type: "ping" });
+  await agent.next("pong");
+  const streams = agent.unread().filter((message) => message.type === "stream");
+  return streams.map((message) => JSON.parse(message.text));
+}
+
+/** Resolves once the machine has no session left. */
+async function noSessions(server: TestServer, agent: FakeAgent): Promise<void> {
+  agent.send({ type: "ping" });
+  await agent.next("pong");
+  expect(await server.machines()).toMatchObject([{ ...open, sessions: 0 }]);
+}
+
+test("a shell is opened as asked, and a request that can't be met is refused before the upgrade", async () => {
+  const server = await TestServer.start();
+  const refused = async (path: string, status: number) =>
+    await expect(openSocket(`${server.url}${path}`, bearer)).rejects.toMatchObject({ status });
+  await refused("/api/machines/machine-0001/terminal", 404);
+  await refused("/api/machines//terminal", 404);
+  await refused("/nope", 404);
+  const agent = await server.agent();
+  for (const timeout of ["0", "-1", "1.5", "x", "", "4294968", "1e99"]) {
+    await refused(`/api/machines/machine-0001/terminal?inactivityTimeout=${timeout}`, 400);
+  }
+  await refused("/api/machines/machine-0001/terminal?cols=wide", 400);
+
+  const plain = await server.openTerminal();
+  const asked = await server.openTerminal("?cols=0&rows=5000&inactivityTimeout=7");
+  for (const [stream, rest] of [
+    [plain.stream, { size: { cols: 80, rows: 24 } }],
+    [asked.stream, { size: { cols: 1, rows: 1000 }, inactivityTimeout: 7 }],
+  ] as const) {
+    expect(await agent.next("streamOpen")).toEqual({ type: "streamOpen", stream });
+    const { module, method, params } = await agent.next("rpc");
+    expect([module, method]).toEqual(["RemoteAccess", "OpenTerminal"]);
+    expect(JSON.parse(params)).toEqual({ streamId: stream, ...rest });
+  }
+  expect(await server.machines()).toMatchObject([{ ...open, sessions: 2 }]);
+});
+
+test("output reaches the client in order, also what came before the answer, and the end comes last", async () => {
   const server = await TestServer.start();
   const agent = await server.agent();
-  const { client, stream } = await server.openTerminal("?cols=0&rows=5000");
-  const { params } = await agent.next("rpc");
-  expect(JSON.parse(params)).toEqual({ streamId: stream, size: { cols: 1, rows: 1000 } });
-  for (let i = 0; i < 50; i++) agent.output(stream, `line ${i}`);
+  agent.onCall = ({ params }) => {
+    agent.output(JSON.parse(params).streamId, "before the answer");
+    return {};
+  };
+  const client = await server.terminal();
+  const { content } = await client.next("opened");
+  const stream = content.streamId;
+  for (let i = 0; i < 200; i++) agent.output(stream, `line ${i}`);
+  agent.sendStream(stream, "remoteAccessDownloadFinished", '{"big": 12345678901234567890}');
+  agent.output(stream, "last");
   agent.endStream(stream);
-  for (let i = 0; i < 50; i++) {
-    const { content } = await client.next("data");
-    expect(Buffer.from(content.encodedBuffer, "base64").toString()).toBe(`line ${i}`);
-  }
-  expect(await client.next("streamStop")).toEqual({ type: "streamStop", content: { reason: 0 } });
+  agent.output(stream, "too late");
   expect(await client.closed).toEqual({ code: 1000, reason: "shellExited" });
+  const messages = client.unread();
+  expect(messages.map((message) => message.type)).toEqual([
+    ...Array(201).fill("data"),
+    "remoteAccessDownloadFinished",
+    "data",
+    "streamStop",
+  ]);
+  expect(textOf(messages[0] as never)).toBe("before the answer");
+  expect(textOf(messages[200] as never)).toBe("line 199");
+  expect(textOf(messages[202] as never)).toBe("last");
+  expect(messages[203]).toEqual({ type: "streamStop", content: { reason: 0 } });
+  await noSessions(server, agent);
+  expect(await inward(agent)).toEqual([]);
+});
+
+test("input goes to the machine unchanged and in order, sizes within their limits", async () => {
+  const server = await TestServer.start();
+  const agent = await server.agent();
+  const { client } = await server.openTerminal();
+  const sent = [
+    { type: "data", data: { encodedBuffer: "Zcwd" }, extra: "ü" },
+    { type: "resize", resize: { cols: 120, rows: 40 } },
+    { type: "data", data: { encodedBuffer: "no base64!" } },
+  ];
+  for (const message of sent) client.send(message);
+  client.send({ type: "resize", resize: { cols: 0, rows: 1e9 } });
+  client.send({ type: "resize", resize: { cols: -5.5, rows: 30.7 } });
+  client.send({ type: "ack", bytes: 5 });
+  expect(await inward(agent, client)).toEqual([
+    ...sent,
+    { type: "resize", resize: { cols: 1, rows: 1000 } },
+    { type: "resize", resize: { cols: 1, rows: 30 } },
+  ]);
+});
+
+test("each way to end is told with its reason, and the machine is asked to stop at most once", async () => {
+  const server = await TestServer.start({ closeMs: 100 });
+  const agent = await server.agent();
+  {
+    // The client asks: more than once, and goes on talking.
+    const { client, stream } = await server.openTerminal();
+    client.send({ type: "streamError", why: "kept as it is" });
+    client.send({ type: "streamStop" });
+    client.send({ type: "data", data: { encodedBuffer: "" } });
+    expect(await inward(agent, client)).toEqual([{ type: "streamError", why: "kept as it is" }]);
+    agent.endStream(stream);
+    expect(await client.closed).toEqual({ code: 1000, reason: "closed" });
+  }
+  {
+    // The client just goes; the machine's answer finds nobody.
+    const { client, stream } = await server.openTerminal();
+    client.socket.terminate();
+    const { text } = await agent.next("stream");
+    expect(text).toBe('{"type":"streamStop"}');
+    agent.endStream(stream);
+    await noSessions(server, agent);
+    expect(await inward(agent)).toEqual([]);
+  }
+  {
+    // The machine never answers: the record goes after its time.
+    const { client } = await server.openTerminal();
+    client.send({ type: "streamStop" });
+    expect(await client.closed).toEqual({ code: 1000, reason: "closed" });
+    await noSessions(server, agent);
+  }
+  for (const [typedAt, endedAt, reason] of [
+    [0, 299, "shellExited"],
+    [0, 300, "inactivity"],
+    [200, 400, "shellExited"],
+    [200, 500, "inactivity"],
+  ] as const) {
+    const { client, stream } = await server.openTerminal();
+    const opened = performance.now();
+    const now = vi.spyOn(performance, "now").mockReturnValue(opened + typedAt * 1000);
+    agent.unread();
+    if (typedAt > 0) {
+      client.send({ type: "data", data: { encodedBuffer: "" } });
+      await agent.next("stream");
+    }
+    now.mockReturnValue(opened + endedAt * 1000);
+    agent.endStream(stream);
+    expect((await client.closed).reason, `${typedAt}, ${endedAt}`).toBe(reason);
+    now.mockRestore();
+  }
+  {
+    const { client, stream } = await server.openTerminal();
+    agent.send({ type: "streamClosed", stream, reason: "lost" });
+    expect((await client.closed).reason).toBe("streamLost");
+    const lost = await server.openTerminal();
+    agent.socket.terminate();
+    expect(await lost.client.closed).toEqual({ code: 1000, reason: "machineLost" });
+  }
+});
+
+test("an opening that fails is told with its code, and the stream is given up", async () => {
+  const server = await TestServer.start({ callMs: 50 });
+  const agent = await server.agent();
+  for (const [answer, code] of [
+    [{ code: 21 }, 21],
+    [{ result: 3, code: 0 }, 3],
+    [null, 1460],
+  ] as const) {
+    agent.onCall = () => answer;
+    const client = await server.terminal();
+    const opened = await client.next("opened");
+    expect(opened.content.code).toBe(code);
+    expect(await client.closed).toEqual({ code: 1000, reason: "openFailed" });
+    expect((await agent.next("streamClose")).stream).toBe(opened.content.streamId);
+    agent.send({ type: "streamClosed", stream: opened.content.streamId, reason: "unused" });
+  }
+  await noSessions(server, agent);
+
+  // A client that leaves while its shell is being opened leaves no shell behind.
+  let answer = () => {};
+  agent.onCall = ({ id }) => {
+    answer = () => agent.send({ type: "rpcReply", id, result: 0, code: 0, text: "" });
+    return null;
+  };
+  agent.unread();
+  const hasty = await server.terminal();
+  await agent.next("rpc");
+  hasty.socket.terminate();
+  answer();
+  expect(JSON.parse((await agent.next("stream")).text)).toEqual({ type: "streamStop" });
+});
+
+test("what a client may not send closes its connection, ends its session and touches nobody else", async () => {
+  const server = await TestServer.start();
+  const agent = await server.agent();
+  const bystander = await server.openTerminal();
+  for (const [code, message] of [
+    [1007, "{"],
+    [1008, "[]"],
+    [1008, '{"type":"rpc"}'],
+    [1008, '{"type":"data"}'],
+    [1008, '{"type":"data","data":{"encodedBuffer":7}}'],
+    [1008, '{"type":"resize","resize":{"cols":"1","rows":1}}'],
+    [1008, '{"type":"ack","bytes":-1}'],
+    [1008, { type: "ack", bytes: 1 }],
+    [1009, { type: "data", data: { encodedBuffer: "a".repeat(1024 * 1024 - 60) } }],
+    [1009, { type: "data", data: { encodedBuffer: "a".repeat(1024 * 1024) } }],
+  ] as const) {
+    const { client, stream } = await server.openTerminal("?ack=1");
+    agent.unread();
+    client.send(message);
+    expect((await client.closed).code, JSON.stringify(message).slice(0, 80)).toBe(code);
+    expect(await agent.next("stream")).toMatchObject({ stream, text: '{"type":"streamStop"}' });
+    agent.endStream(stream);
+  }
+  agent.output(bystander.stream, "alive");
+  expect(textOf((await bystander.client.next("data")) as never)).toBe("alive");
+});
+
+test("a reader that stalls holds back its own stream only, and gets everything once it reads again", async () => {
+  const server = await TestServer.start();
+  const agent = await server.agent();
+  const { client, stream } = await server.openTerminal("?ack=1");
+  const other = await server.openTerminal();
+  const piece = "x".repeat(3 * 4096);
+  const bytes = Buffer.byteLength(
+    `${JSON.stringify({ encodedBuffer: Buffer.from(piece).toString("base64") })}\n`,
+  );
+  let credit = 256 * 1024;
+  let sent = 0;
+  for (; credit >= bytes; credit -= bytes, sent++) agent.output(stream, piece);
+  // The stalled one has acknowledged nothing, so nothing comes back for it, while the other one flows.
+  for (let i = 0; i < 100; i++) agent.output(other.stream, piece);
+  for (let i = 0; i < 100; i++) await other.client.next("data");
+  expect((await agent.next("streamCredit")).stream).toBe(other.stream);
+  const credits = agent.unread().filter((message) => message.type === "streamCredit");
+  expect(credits.every((message) => message.stream === other.stream)).toBe(true);
+  // Ctrl-C still gets through.
+  client.send({ type: "data", data: { encodedBuffer: btoa("\u0003") } });
+  expect((await agent.next("stream")).stream).toBe(stream);
+
+  for (let i = 0; i < sent; i++) {
+    const { content } = await client.next("data");
+    client.send({ type: "ack", bytes: content.encodedBuffer.length });
+  }
+  let back = 0;
+  while (back < sent * bytes) {
+    const message = await agent.next("streamCredit");
+    if (message.stream === stream) back += message.bytes;
+  }
+  expect(back).toBe(sent * bytes);
+});
+
+test("an agent that ignores its credit is cut off before memory grows", async () => {
+  const server = await TestServer.start();
+  const agent = await server.agent();
+  const { client, stream } = await server.openTerminal();
+  client.socket.pause();
+  const before = process.memoryUsage().rss;
+  const piece = "x".repeat(96 * 1024);
+  const flood = setInterval(() => {
+    if (agent.socket.bufferedAmount < 1024 * 1024) agent.output(stream, piece);
+  });
+  const end = await agent.closed;
+  clearInterval(flood);
+  expect(end).toEqual({ code: 1008, reason: "sent beyond the credit of a stream" });
+  expect(process.memoryUsage().rss - before).toBeLessThan(64 * 1024 * 1024);
+  client.socket.resume();
+  expect((await client.closed).reason).toBe("machineLost");
+});
+
+test("output of a stream that nobody listens to is credited at once", async () => {
+  const server = await TestServer.start();
+  const agent = await server.agent();
+  await server.call("OpenTerminal", '{"streamId":"of-a-script"}');
+  agent.output("of-a-script", "unheard");
+  expect(await agent.next("streamCredit")).toMatchObject({ stream: "of-a-script", bytes: 33 });
+  agent.endStream("of-a-script");
+  const { client, stream } = await server.openTerminal("?ack=1");
+  client.socket.close();
+  await client.closed;
+  agent.output(stream, "x".repeat(40 * 1024));
+  expect((await agent.next("streamCredit")).stream).toBe(stream);
+});
+
+test("a stopping server asks every machine to end its sessions and writes down who did what", async () => {
+  const server = await TestServer.start();
+  const agent = await server.agent();
+  const { client, stream } = await server.openTerminal();
+  client.send({ type: "data", data: { encodedBuffer: btoa("secret typing") } });
+  await agent.next("stream");
+  const stopped = server.stop();
+  expect((await agent.next("stream")).text).toBe('{"type":"streamStop"}');
+  agent.endStream(stream);
+  expect(await client.closed).toEqual({ code: 1001, reason: "serverStopping" });
+  expect((await agent.closed).code).toBe(1001);
+  await stopped;
+  const audit = readFileSync(join(server.dir, "data/audit.log"), "utf8");
+  const entries = audit
+    .trimEnd()
+    .split("\n")
+    .map((line) => JSON.parse(line));
+  expect(entries).toMatchObject([
+    { who: "token", action: "terminalOpen", machine: "machine-0001", details: { stream, code: 0 } },
+    { who: "server", action: "serverStop" },
+    { who: "token", action: "terminalEnd", details: { stream, reason: "serverStopping" } },
+  ]);
+  expect(audit).not.toContain(btoa("secret typing"));
 });

@@ -8,12 +8,22 @@ export interface FakeAgentOptions {
   enabled?: boolean;
   /** False: the test sends the hello, or does not. */
   hello?: boolean;
+  answersPings?: boolean;
 }
 
 /** An agent without a machine: connects as a real one does, answers remote calls as told, and leaves streams to the test. */
 export class FakeAgent extends Peer {
   /** Answers a remote call; null leaves it without an answer. */
   onCall: (call: Message) => { result?: number; code?: number; text?: string } | null = () => ({});
+
+  readonly id: string;
+  readonly #answersPings: boolean;
+
+  private constructor(socket: WebSocket, id: string, answersPings: boolean) {
+    super(socket);
+    this.id = id;
+    this.#answersPings = answersPings;
+  }
 
   static async connect(url: string, options: FakeAgentOptions): Promise<FakeAgent> {
     const { key, id = "machine-0001", name = "Désk 1", enabled = true, hello = true } = options;
@@ -22,13 +32,13 @@ export class FakeAgent extends Peer {
       "x-machine-id": id,
       "x-machine-name": encodeURIComponent(name),
     });
-    const agent = new FakeAgent(socket as WebSocket);
+    const agent = new FakeAgent(socket, id, options.answersPings ?? true);
     if (hello) agent.send({ type: "hello", version: 1, enabled });
     return agent;
   }
 
   protected override take(message: Message): boolean {
-    if (message.type === "ping") this.send({ type: "pong" });
+    if (message.type === "ping" && this.#answersPings) this.send({ type: "pong" });
     if (message.type !== "rpc") return false;
     const reply = this.onCall(message);
     if (reply) {

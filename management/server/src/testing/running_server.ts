@@ -73,8 +73,8 @@ export class TestServer {
   }
 
   /** A terminal that is open, and its stream id. */
-  async openTerminal(query = ""): Promise<{ client: Peer; stream: string }> {
-    const client = await this.terminal(query);
+  async openTerminal(query = "", id?: string): Promise<{ client: Peer; stream: string }> {
+    const client = await this.terminal(query, id);
     const { content } = await client.next("opened");
     return { client, stream: content.streamId };
   }

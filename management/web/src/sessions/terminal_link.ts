@@ -102,7 +102,7 @@ export class TerminalLink {
   }
 
   #send(message: object): void {
-    if (this.#socket.readyState === WebSocket.OPEN) this.#socket.send(JSON.stringify(message));
+    if (this.#socket.readyState === this.#socket.OPEN) this.#socket.send(JSON.stringify(message));
   }
 
   #endOf({ code, reason }: CloseEvent): SessionEnd {

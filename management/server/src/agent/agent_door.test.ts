@@ -1,0 +1,158 @@
+import { expect, test } from "vitest";
+import { EventReader } from "../testing/event_reader.ts";
+import { FakeAgent } from "../testing/fake_agent.ts";
+import { openSocket, type Peer } from "../testing/peer.ts";
+import { bearer, KEY, TestServer } from "../testing/running_server.ts";
+
+const first = "machine-0001";
+const state = (id: string, connected: boolean, more = {}) =>
+  expect.objectContaining({ id, connected, ...more });
+
+/** A pair that shows, by still working, that something else was left alone. */
+async function expectAlive(server: TestServer, agent: FakeAgent, client: Peer, stream: string) {
+  agent.output(stream, "alive");
+  expect((await client.next("data")).content.encodedBuffer).toBe(btoa("alive"));
+  expect(await server.machines()).toContainEqual(state(agent.id, true));
+}
+
+test("a wrong key is refused before the upgrade and shown as refused, until the right one comes", async () => {
+  const server = await TestServer.start();
+  const live = new EventReader(await server.fetch("/api/live"));
+  expect((await live.next()).data).toEqual({ machines: [], refused: [] });
+  for (const key of ["wrong", "", `${KEY}x`]) {
+    const attempt = FakeAgent.connect(server.url, { key, name: "a\u202e\n<b>" });
+    await expect(attempt).rejects.toMatchObject({ status: 401, body: { error: "unauthorized" } });
+  }
+  const { refused } = (await live.find((data) => data.refused[0]?.count === 3)).data;
+  expect(refused).toMatchObject([{ id: first, name: "a\uFFFD\uFFFD<b>" }]);
+  expect(await server.machines()).toEqual([]);
+
+  const agent = await server.agent({ enabled: false });
+  const { data } = await live.find(({ machines }) => machines[0]?.connected);
+  expect(data.refused).toEqual([]);
+  expect(data.machines).toMatchObject([{ name: "Désk 1", enabled: false, sessions: 0 }]);
+  agent.send({ type: "state", enabled: true });
+  await live.find(({ machines }) => machines[0].enabled);
+  agent.socket.close();
+  await live.find(({ machines }) => !machines[0].connected);
+  expect(server.log).not.toContain(KEY);
+});
+
+test("the list of refused agents is bounded and keeps the newest", async () => {
+  const server = await TestServer.start();
+  for (let i = 0; i < 105; i++) {
+    await FakeAgent.connect(server.url, { key: "wrong", id: `stranger-${i}` }).catch(() => {});
+  }
+  const { data } = await new EventReader(await server.fetch("/api/live")).next();
+  expect(data.refused).toHaveLength(100);
+  expect(data.refused[99].id).toBe("stranger-104");
+});
+
+test("malformed headers are refused with 400", async () => {
+  const server = await TestServer.start();
+  const attempt = (id: string, name: string) =>
+    openSocket(`${server.url}/api/agent`, {
+      authorization: `Bearer ${KEY}`,
+      "x-machine-id": id,
+      "x-machine-name": name,
+    });
+  for (const [id, name] of [
+    ["short", "name"],
+    ["../../../etc", "name"],
+    ["a".repeat(65), "name"],
+    [first, ""],
+    [first, "%"],
+    [first, "%FF%FE"],
+    [first, "%C3%A9".repeat(128)],
+  ] as const) {
+    await expect(attempt(id, name)).rejects.toMatchObject({ status: 400 });
+  }
+  expect(await server.machines()).toEqual([]);
+});
+
+test("a machine counts as connected with its hello, which comes first, once and in time", async () => {
+  const server = await TestServer.start({ helloMs: 100 });
+  const silent = await FakeAgent.connect(server.url, { key: KEY, hello: false });
+  expect(await silent.closed).toEqual({ code: 1008, reason: "no hello in time" });
+  const hasty = await FakeAgent.connect(server.url, { key: KEY, hello: false });
+  hasty.send({ type: "state", enabled: true });
+  expect((await hasty.closed).code).toBe(1008);
+  const future = await FakeAgent.connect(server.url, { key: KEY, hello: false });
+  future.send({ type: "hello", version: 2, enabled: true });
+  expect((await future.closed).code).toBe(1008);
+  expect(await server.machines()).toEqual([]);
+  const polite = await server.agent();
+  expect(await server.machines()).toEqual([state(first, true)]);
+  polite.send({ type: "hello", version: 1, enabled: true });
+  expect((await polite.closed).code).toBe(1008);
+  expect(await server.machines()).toEqual([state(first, false)]);
+});
+
+test("what an agent may not send closes its connection with a reason and touches nobody else", async () => {
+  const server = await TestServer.start();
+  const bystander = await server.agent({ id: "bystander-1" });
+  const { client, stream } = await server.openTerminal("", "bystander-1");
+  const stream1 = { type: "stream", stream: "s", message: "data" };
+  for (const [code, message] of [
+    [1007, "{"],
+    [1007, ""],
+    [1008, "null"],
+    [1008, '{"type":"nope"}'],
+    [1008, '{"type":"__proto__"}'],
+    [1008, { type: "state", enabled: "yes" }],
+    [1008, { type: "rpcReply", id: 0, result: 0, code: 0, text: "" }],
+    [1008, { type: "streamClosed", stream: "s", reason: "whim" }],
+    [1008, { ...stream1, content: 7 }],
+    [1009, { ...stream1, content: "a".repeat(1024 * 1024) }],
+  ] as const) {
+    const agent = await server.agent();
+    agent.send(message);
+    const end = await agent.closed;
+    expect(end.code, JSON.stringify(message).slice(0, 80)).toBe(code);
+    if (code !== 1009) expect(end.reason).not.toBe("");
+  }
+  const binary = await server.agent();
+  binary.socket.send(Buffer.from('{"type":"ping"}'));
+  expect((await binary.closed).code).toBe(1003);
+  await expectAlive(server, bystander, client, stream);
+});
+
+test("a second connection of a machine takes the place of the first", async () => {
+  const server = await TestServer.start();
+  const old = await server.agent();
+  const { client, stream } = await server.openTerminal();
+  const agent = await server.agent({ name: "renamed" });
+  expect(await old.closed).toEqual({ code: 4001, reason: "replaced" });
+  expect(await client.closed).toEqual({ code: 1000, reason: "machineLost" });
+  expect(await server.machines()).toEqual([state(first, true, { name: "renamed", sessions: 0 })]);
+  const again = await server.openTerminal();
+  expect(again.stream).not.toBe(stream);
+  await expectAlive(server, agent, again.client, again.stream);
+});
+
+test("a silent agent is pinged, then given up; one that answers stays", async () => {
+  const server = await TestServer.start({ pingMs: 30, silenceMs: 90 });
+  const agent = await server.agent();
+  const mute = await server.agent({ id: "mute-machine", answersPings: false });
+  for (let i = 0; i < 5; i++) await agent.next("ping");
+  await mute.next("ping");
+  expect(await mute.closed).toEqual({ code: 1008, reason: "silent for too long" });
+  await agent.next("ping");
+  expect(await server.machines()).toEqual([state(first, true), state("mute-machine", false)]);
+});
+
+test("known machines are still there after a restart", async () => {
+  const server = await TestServer.start();
+  await server.agent();
+  await server.agent({ id: "machine-0002", name: "Two", enabled: false });
+  await server.stop();
+  await server.start();
+  expect(await server.machines()).toEqual([
+    { id: first, name: "Désk 1", connected: false, enabled: true, sessions: 0 },
+    { id: "machine-0002", name: "Two", connected: false, enabled: false, sessions: 0 },
+  ]);
+  expect((await server.call("Any")).status).toBe(409);
+  await expect(
+    openSocket(`${server.url}/api/machines/${first}/terminal`, bearer),
+  ).rejects.toMatchObject({ status: 409, body: { error: "not_connected" } });
+});

@@ -1,0 +1,79 @@
+import { mkdtempSync, rmSync, writeFileSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { expect, onTestFinished, test } from "vitest";
+import { readOptions } from "./options.ts";
+import { startServer } from "./server.ts";
+import { TestServer } from "./testing/running_server.ts";
+
+function folder(): string {
+  const dir = mkdtempSync(join(tmpdir(), "remote-access-"));
+  onTestFinished(() => rmSync(dir, { recursive: true }));
+  writeFileSync(join(dir, "index.html"), "");
+  writeFileSync(join(dir, "sign-in.html"), "");
+  writeFileSync(join(dir, "secret"), " from-file \n");
+  writeFileSync(join(dir, "empty"), "\n");
+  return dir;
+}
+
+test("secrets come from files or the environment, and only the loopback is listened on unless told", () => {
+  const dir = folder();
+  const secret = join(dir, "secret");
+  const given = ["--data", dir, "--web", dir];
+  const env = { REMOTE_ACCESS_TOKEN: "t", REMOTE_ACCESS_ENROLMENT_KEY: "k" };
+  expect(readOptions(given, env)).toMatchObject({
+    host: "127.0.0.1",
+    port: 8080,
+    token: "t",
+    enrolmentKey: "k",
+  });
+  const files = ["--token-file", secret, "--enrolment-key-file", secret, "--port", "0"];
+  expect(readOptions([...given, ...files], env)).toMatchObject({
+    port: 0,
+    token: "from-file",
+    enrolmentKey: "from-file",
+  });
+  for (const [args, message] of [
+    [[], /token is missing/],
+    [["--token", "t"], /enrolment key is missing/],
+    [["--token", "t", "--enrolment-key-file", join(dir, "empty")], /is empty/],
+    [["--port", "70000"], /--port/],
+    [["--port", "-1"], /--port/],
+    [["--web", join(dir, "nowhere")], /no page/],
+    [["--what"], /--what/],
+  ] as const) {
+    expect(() => readOptions([...given, ...args], {})).toThrow(message);
+  }
+  expect(() => readOptions(["--web", dir], env)).toThrow(/--data/);
+});
+
+test("a damaged list of machines stops the start and is left as it is", async () => {
+  const server = await TestServer.start();
+  await server.agent();
+  await server.stop();
+  const file = join(server.dir, "data/machines.json");
+  writeFileSync(file, '[{"id": 7}]');
+  await expect(server.start()).rejects.toThrow(/machines\.json is damaged/);
+  writeFileSync(file, "[]");
+  await server.start();
+  expect(await server.machines()).toEqual([]);
+});
+
+test("a port that is taken is a failure of the start", async () => {
+  const server = await TestServer.start();
+  const dir = folder();
+  const port = Number(new URL(server.url).port);
+  const options = { host: "127.0.0.1", port, dataDir: dir, webDir: dir, token: "t" };
+  await expect(startServer({ ...options, enrolmentKey: "k" })).rejects.toThrow(/EADDRINUSE/);
+});
+
+test("health and metrics are open to everybody and tell no secret", async () => {
+  const server = await TestServer.start();
+  await server.agent();
+  await server.openTerminal();
+  expect(await (await server.fetch("/healthz", { headers: {} })).json()).toEqual({ status: "ok" });
+  const metrics = await (await server.fetch("/metrics", { headers: {} })).text();
+  expect(metrics).toMatch(/^remote_access_machines_connected 1$/m);
+  expect(metrics).toMatch(/^remote_access_terminals_opened_total 1$/m);
+  expect(metrics).not.toContain("machine-0001");
+});

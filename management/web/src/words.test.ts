@@ -1,0 +1,62 @@
+import { beforeEach, expect, test } from "vitest";
+import { Backoff } from "./live/backoff";
+import { type MachineInfo, machines, refused } from "./live/live_feed";
+import type { SessionEnd } from "./sessions/terminal_link";
+import { describeEnd, describeMachine, moment, nameOf } from "./words";
+
+const now = new Date().toISOString();
+const machine: MachineInfo = {
+  id: "machine-0001",
+  name: "Desk",
+  connected: true,
+  enabled: true,
+  sessions: 0,
+  since: now,
+};
+
+beforeEach(() => {
+  machines.value = [machine];
+  refused.value = [];
+});
+
+test("a machine that was refused, is away or is switched off is told apart", () => {
+  const kind = (more: Partial<MachineInfo>) => describeMachine({ ...machine, ...more }).kind;
+  expect(kind({})).toBe("connected");
+  expect(kind({ enabled: null })).toBe("connected");
+  expect(kind({ enabled: false })).toBe("off");
+  expect(kind({ connected: false, enabled: false })).toBe("away");
+  refused.value = [{ id: machine.id, name: "whatever it says", at: now, count: 2 }];
+  expect(kind({ connected: false })).toBe("refused");
+  // Whoever claims the name of a machine that is here does not change what is known of it.
+  expect(kind({})).toBe("connected");
+  expect([nameOf(machine.id), nameOf("unknown")]).toEqual(["Desk", "unknown"]);
+});
+
+test("a failed opening is told in words for every code that is known, and without inventing any", () => {
+  const text = (code?: number) => {
+    const end: SessionEnd = { reason: "openFailed", ...(code !== undefined && { code }) };
+    return describeEnd(end).text;
+  };
+  const known = [21, 87, 183, 1460, 1627, 2250].map(text);
+  expect(new Set(known).size).toBe(known.length);
+  for (const words of [text(31337), text()]) expect(known).not.toContain(words);
+  expect(describeEnd({ reason: "refused", detail: "too long" }).text).toContain("(too long)");
+  expect(describeEnd({ reason: "machineLost" }).tone).toBe("problem");
+});
+
+test("a time of today is the clock's, an earlier one has its day", () => {
+  const noon = new Date(2026, 4, 6, 12, 0);
+  const today = moment(new Date(2026, 4, 6, 9, 5).toISOString(), noon);
+  const before = moment(new Date(2026, 4, 5, 9, 5).toISOString(), noon);
+  expect(before.endsWith(today)).toBe(true);
+  expect(before.length).toBeGreaterThan(today.length);
+});
+
+test("attempts to reconnect come less and less often, never in step, and quickly again after a success", () => {
+  const backoff = new Backoff(1000, 30_000);
+  const waits = Array.from({ length: 7 }, () => backoff.next(() => 0));
+  expect(waits).toEqual([1000, 2000, 4000, 8000, 16_000, 30_000, 30_000]);
+  expect(backoff.next(() => 0.999)).toBeGreaterThanOrEqual(20_000);
+  backoff.reset();
+  expect(backoff.next(() => 0)).toBe(1000);
+});
