@@ -7,7 +7,6 @@ namespace orn {
 void SetThreadName(const wchar_t* name) {
   using SetThreadDescriptionFunction = HRESULT(WINAPI*)(HANDLE thread, PCWSTR description);
   // Kernel32 has it since Windows 10, version 1607.
-  // all.
   static const auto set_description =
       reinterpret_cast<SetThreadDescriptionFunction>(reinterpret_cast<void*>(
           GetProcAddress(GetModuleHandleW(L"Kernel32.dll"), "SetThreadDescription")));

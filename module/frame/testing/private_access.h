@@ -1,0 +1,27 @@
+#pragma once
+
+// For tests only: reads a private member where only the inside of a class tells that a thread has
+// gone to sleep. An explicit instantiation may name what is private:
+//
+//   struct Waiting : PrivateMember<CSyncRWLock, uint32_t> {};
+//   template struct Reveal<Waiting, &CSyncRWLock::waiting_writers_>;
+//   ... Private<Waiting>(lock) ...
+template <class Class, class Member>
+struct PrivateMember {
+  using Pointer = Member Class::*;
+};
+
+template <class Tag>
+struct Revealed {
+  static inline typename Tag::Pointer pointer = nullptr;
+};
+
+template <class Tag, typename Tag::Pointer kPointer>
+struct Reveal {
+  static inline const bool revealed = (Revealed<Tag>::pointer = kPointer, true);
+};
+
+template <class Tag, class Class>
+auto& Private(Class& object) {
+  return object.*Revealed<Tag>::pointer;
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+// A counting semaphore for tests. That of libstdc++ is no use here: without futexes all semaphores
+// sleep in a few shared condition variables, where waking one thread may wake that of another
+// semaphore instead.
+class Semaphore {
+ public:
+  void Release(int count = 1) {
+    const std::lock_guard lock(mutex_);
+    count_ += count;
+    released_.notify_all();
+  }
+
+  void Acquire() {
+    std::unique_lock lock(mutex_);
+    released_.wait(lock, [&] { return count_ > 0; });
+    --count_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable released_;
+  int count_ = 0;
+};

@@ -1,0 +1,109 @@
+#include "module/frame/thread_pool.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "module/frame/testing/private_access.h"
+#include "module/frame/testing/semaphore.h"
+
+namespace {
+
+struct SleepersMutex : PrivateMember<ThreadPool, std::mutex> {};
+struct Sleepers : PrivateMember<ThreadPool, std::vector<HANDLE>> {};
+struct Stopping : PrivateMember<ThreadPool, std::atomic<int32_t>> {};
+
+}  // namespace
+
+template struct Reveal<SleepersMutex, &ThreadPool::sleepers_mutex_>;
+template struct Reveal<Sleepers, &ThreadPool::sleepers_>;
+template struct Reveal<Stopping, &ThreadPool::stopping_>;
+
+namespace {
+
+void AwaitSleepers(ThreadPool& pool, size_t count) {
+  for (;; std::this_thread::yield()) {
+    const std::lock_guard guard(Private<SleepersMutex>(pool));
+    if (Private<Sleepers>(pool).size() == count) return;
+  }
+}
+
+TEST(ThreadPool, WakesTheThreadThatWentToSleepLast) {
+  ThreadPool pool(2);
+  AwaitSleepers(pool, 2);
+  Semaphore release[2];
+  Semaphore started;
+  std::thread::id threads[2];
+  for (int i : {0, 1}) {
+    pool.Post([&, i] {
+      threads[i] = std::this_thread::get_id();
+      started.Release();
+      release[i].Acquire();
+    });
+  }
+  started.Acquire();
+  started.Acquire();
+  EXPECT_NE(threads[0], threads[1]);
+  for (const int last : {0, 1}) {
+    release[1 - last].Release();
+    AwaitSleepers(pool, 1);
+    release[last].Release();
+    AwaitSleepers(pool, 2);
+    std::thread::id woken[2];
+    for (int i : {0, 1}) {
+      pool.Post([&, i] {
+        woken[i] = std::this_thread::get_id();
+        started.Release();
+        release[i].Acquire();
+      });
+      started.Acquire();
+    }
+    EXPECT_EQ(woken[0], threads[last]);
+    threads[0] = woken[0];
+    threads[1] = woken[1];
+  }
+  release[0].Release();
+  release[1].Release();
+}
+
+TEST(ThreadPool, StopEndsTheRunningTaskAndNeverRunsTheQueuedOnes) {
+  Semaphore started;
+  Semaphore release;
+  const auto held = std::make_shared<int>();
+  std::string ran;
+  {
+    ThreadPool pool(1);
+    pool.Post([&] { ran += "a"; });
+    pool.Post([&] {
+      started.Release();
+      release.Acquire();
+      ran += "b";
+    });
+    pool.Post([&, held] { ran += "dropped"; });
+    started.Acquire();
+    pool.DropQueued();
+    EXPECT_EQ(held.use_count(), 1);
+    pool.Post([&, held] { ran += "queued"; });
+    std::jthread stopper([&] { pool.Stop(); });
+    while (Private<Stopping>(pool) == 0)
+      std::this_thread::yield();
+    release.Release();
+    stopper.join();
+    pool.Post([&] { ran += "late"; });
+    EXPECT_EQ(held.use_count(), 2);
+  }
+  EXPECT_EQ(held.use_count(), 1);
+  EXPECT_EQ(ran, "ab");
+}
+
+TEST(ThreadPool, StopThatMeetsThreadsOnTheirWayToSleepReturns) {
+  for (int round = 0; round < 300; ++round) {
+    ThreadPool pool(3);
+    for (int task = 0; task < round % 4; ++task)
+      pool.Post([] {});
+    pool.Stop();
+  }
+}
+
+}  // namespace
