@@ -90,6 +90,15 @@ npm_build() {
   quietly 'Building the server and the page' npm --prefix "$repository" run build
 }
 
+# Our C++ sources, as Git knows them or soon will, each ended by a zero byte.
+cpp_sources() {
+  local file
+  git -C "$repository" ls-files -z --cached --others --exclude-standard --deduplicate -- '*.cpp' '*.h' |
+    while IFS= read -r -d '' file; do
+      [[ ! -e $file ]] || printf '%s\0' "$file"
+    done
+}
+
 # --- Wine ----------------------------------------------------------------------------------------
 
 # The finished prefix that all others are copied from. Its name changes with Wine's version and with
@@ -128,6 +137,14 @@ install_shell() { # install_shell PREFIX
   cmp -s "$build/bin/powershell.exe" "$shell" && return
   rm -f "$shell"
   cp "$build/bin/powershell.exe" "$shell"
+}
+
+# Wakes the server of $WINEPREFIX and Wine's own services, which stay awake for ten seconds beyond the last program.
+# Services inherit the output of the program that wakes them, and whoever reads that to its end, as
+# ctest and $(...) do, waits for them for ever: hence this before anything else.
+wake_wine() {
+  wineserver -p10 </dev/null >/dev/null 2>&1 || : # One is awake already.
+  wine cmd /c exit </dev/null >/dev/null 2>&1
 }
 
 # Ends everything in that prefix, and only there. Debian's Wine leaves a folder in /tmp for each prefix,
