@@ -16,23 +16,18 @@ class CallList {
     calls_.push_back(call);
     changed_.notify_all();
   }
-  // Waits as long as it takes.
-  void WaitFor(const std::string& call, int count = 1) {
+  void WaitFor(const std::string& call) {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return std::count(calls_.begin(), calls_.end(), call) >= count; });
+    changed_.wait(lock, [&] { return std::ranges::count(calls_, call) != 0; });
   }
-  int Count(const std::string& call) const {
-    const std::lock_guard lock(mutex_);
-    return static_cast<int>(std::count(calls_.begin(), calls_.end(), call));
-  }
-  // Forgets them.
+  // Gives them and forgets them.
   std::vector<std::string> Take() {
     const std::lock_guard lock(mutex_);
     return std::move(calls_);
   }
 
  private:
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<std::string> calls_;
 };

@@ -25,8 +25,7 @@ class HostedFeature final : public RemoteAccessAL {
     calls_.Add("start host");
     return host_result;
   }
-  uint32_t StopHost(uint32_t timeout) override {
-    EXPECT_EQ(timeout, 0xFFFFFFFFu);
+  uint32_t StopHost(uint32_t) override {
     calls_.Add("stop host");
     return 0;
   }
@@ -54,6 +53,7 @@ class FeatureInAgent : public testing::Test,
       {L"TsrSettings", static_cast<ITsrSettings*>(&settings)},
       {L"Product.CentralizedStorage", static_cast<ICentralizedStorage*>(this)},
       {L"Product.Matrix", static_cast<ITelemetry*>(this)}};
+  Json::Value last_event;  // of telemetry
   HostedFeature feature{calls};
 
   int32_t Init() { return feature.Init(this); }
@@ -84,6 +84,7 @@ class FeatureInAgent : public testing::Test,
   void ReleaseObject(const wchar_t* name) override { calls.Add("release " + Narrow(name)); }
   uint32_t Send(const Json::Value& event, uint32_t) override {
     calls.Add("telemetry " + event["exit_reason"].asString());
+    last_event = event;
     return 0;
   }
   uint32_t RegisterFileManagerEvent(IFileManagerEvent*) override {
@@ -97,7 +98,6 @@ class FeatureInAgent : public testing::Test,
   uint32_t OnTerminalSessionStateChanged(const TerminalSessionState& state) override {
     calls.Add(state.terminalId.c_str() + std::string(state.isConnected ? " began" : " ended") +
               (state.startTimestamp == 0 ? " unknown" : ""));
-    EXPECT_EQ(state.endTimestamp == 0, state.isConnected);
     return 0;
   }
   static std::string Narrow(const std::wstring& text) { return {text.begin(), text.end()}; }
