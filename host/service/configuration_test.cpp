@@ -8,6 +8,7 @@
 
 #include "host/common/file_path.h"
 #include "host/service/configuration_object.h"
+#include "module/frame/windows.h"
 
 namespace host {
 namespace {
@@ -63,7 +64,7 @@ TEST_F(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
     const wchar_t* problem;
   } kRows[] = {
       {"", 1, L"no XML"},
-      {"\xFF\xFE<\0h\0", 1, L"no UTF-8"},
+      {std::string("\xFF\xFE<\0h\0", 6), 1, L"no UTF-8"},
       {head + "</host>\n\n" + std::string(1, '\0') + "x", 4, L"no UTF-8"},
       {head + "<plugin", 2, L"no XML"},
       {head + deep, 2, L"no XML"},

@@ -174,6 +174,8 @@ void HostProcess::StartStopLimit() {
 }
 
 void HostProcess::End(uint32_t exit_code) {
+  ORN_LOG(logging::kInformation, kFunction, L"Host %s ends with code %u", configuration_.name.c_str(),
+          exit_code);
   log_.End();
   TerminateProcess(GetCurrentProcess(), exit_code);
   for (;;)
