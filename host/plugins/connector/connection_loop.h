@@ -31,7 +31,7 @@ struct LoopLimits {
   std::chrono::milliseconds ping{15'000};     // silence after which the server is asked for a word
   std::chrono::milliseconds give_up{45'000};  // silence that ends the connection
   std::chrono::milliseconds drain{2'000};     // for what is left to send at the end
-  Outbox::Limits outbox;
+  Outbox::Limits outbox = {};
 };
 
 // Keeps one connection to the server, for as long as it can be had: a thread that connects, receives and hands

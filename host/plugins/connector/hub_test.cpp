@@ -1,0 +1,333 @@
+#include "host/plugins/connector/hub.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <stdexcept>
+
+#include "host/plugins/connector/connection_loop.h"
+#include "host/plugins/connector/memory_transport.h"
+
+namespace host::connector {
+namespace {
+
+using namespace std::chrono_literals;
+using VeldConnector::Stream::IConnection;
+
+constexpr char kStopText[] = R"({"type":"streamStop"})";
+
+// A user of the connector that takes the module "M": the method names an action of the test's.
+class User final : public VeldConnector::ISocketConnection,
+                   public VeldConnector::Rpc::IController,
+                   public IConnection::IMessageHandler {
+ public:
+  void OnConnect() override { Note("connect"); }
+  void OnDisconnect() override {
+    if (on_disconnect) on_disconnect();
+    Note("disconnect");
+  }
+  void OnReserved() override {}
+  uint32_t OnRpcMethod(const VeldConnector::Rpc::Request& request,
+                       VeldConnector::Rpc::Reply& reply) override {
+    if (on_call) on_call(request);
+    reply.code = 5;
+    reply.text = request.id + request.parameters;
+    Note("called " + request.method);
+    return 0;
+  }
+  std::vector<std::string> GetRpcModules() override { return {"M"}; }
+  void OnMessage(const std::string& text) override {
+    if (on_message) on_message();
+    Note(text);
+  }
+
+  // Waits until so many things have happened.
+  std::vector<std::string> WaitFor(size_t count) {
+    Lock lock(mutex_);
+    changed_.Wait(lock, [&] { return events_.size() >= count; });
+    return events_;
+  }
+
+  std::function<void(const VeldConnector::Rpc::Request&)> on_call;
+  std::function<void()> on_message;
+  std::function<void()> on_disconnect;
+
+ private:
+  void Note(std::string event) {
+    const Lock lock(mutex_);
+    events_.push_back(std::move(event));
+    changed_.NotifyAll();
+  }
+
+  Mutex mutex_;
+  Condition changed_;
+  std::vector<std::string> events_;
+};
+
+// What a test lets go on when it says so.
+class Gate {
+ public:
+  void Enter() {
+    entered_.set_value();
+    open_.get_future().wait();
+  }
+  void WaitForEntry() { entered_.get_future().wait(); }
+  void Open() { open_.set_value(); }
+
+ private:
+  std::promise<void> entered_;
+  std::promise<void> open_;
+};
+
+std::string Rpc(int id, const std::string& method, const std::string& module = "M") {
+  return R"({"type":"rpc","id":)" + std::to_string(id) + R"(,"module":")" + module +
+         R"(","method":")" + method + R"(","params":"p"})";
+}
+std::string Open(const std::string& stream) {
+  return R"({"type":"streamOpen","stream":")" + stream + "\"}";
+}
+std::string Inward(const std::string& stream, const std::string& type) {
+  return R"({"type":"stream","stream":")" + stream + R"(","text":"{\"type\":\")" + type + R"(\"}"})";
+}
+
+class HubTest : public testing::Test {
+ protected:
+  using Events = std::vector<std::string>;
+
+  void Connect(const LoopLimits& limits = {}) {
+    manager_ = hub_.CreateSocketManager(&user_);
+    EXPECT_EQ(manager_->RegisterController(&user_), 0u);
+    loop_ = std::make_unique<ConnectionLoop>(server_.Factory(), hub_, limits);
+    loop_->Start();
+    EXPECT_EQ(server_.Accept(), HelloMessage(true));
+    EXPECT_EQ(user_.WaitFor(1), Events{"connect"});
+  }
+  // The stream `id`, as a call would open it.
+  IConnection* Claim(const std::string& id) {
+    IConnection* const stream = manager_->GetStream(id);
+    stream->SetMessageHandler(&user_);
+    return stream;
+  }
+  ~HubTest() override {
+    hub_.CloseIntake();
+    if (manager_ != nullptr) hub_.DeleteSocketManager(manager_);
+    if (loop_ != nullptr) loop_->Stop();
+  }
+
+  MemoryServer server_;
+  User user_;
+  Hub hub_{StreamLimits{}, [] { return true; }};
+  std::unique_ptr<ConnectionLoop> loop_;
+  VeldConnector::ISocketManager* manager_ = nullptr;
+};
+
+TEST_F(HubTest, CallsAreAnsweredAndNothingThatTheServerSendsEndsTheConnection) {
+  Connect();
+  server_.Send("no json");
+  server_.Send(std::string(100'000, '['));
+  server_.Send(Inward("unknown", "data"));
+  server_.Send(Rpc(1, "F"));
+  EXPECT_EQ(server_.Take(), RpcReplyMessage(1, 0, 5, "1p"));
+  server_.Send(Rpc(2, "F", "m"));
+  EXPECT_EQ(server_.Take(), RpcReplyMessage(2, 3, 0, ""));
+  user_.on_call = [](const auto&) { throw std::runtime_error("broken"); };
+  server_.Send(Rpc(3, "F"));
+  EXPECT_EQ(server_.Take(), RpcReplyMessage(3, 1359, 0, ""));
+  server_.Send(R"({"type":"ping"})");
+  EXPECT_EQ(server_.Take(), PongText());
+  hub_.SendState();
+  EXPECT_EQ(server_.Take(), StateMessage(true));
+  EXPECT_TRUE(hub_.TrySendEvent("E", Json::Value(1)));
+  EXPECT_EQ(server_.Take(), EventMessage(1, "E", Json::Value(1)));
+}
+
+TEST_F(HubTest, CallsRunOneAtATimeAndOneBeyondSixtyFourWaitingIsBusy) {
+  Connect();
+  Gate gate;
+  std::atomic<int> running = 0;
+  std::atomic<int> calls = 0;
+  user_.on_call = [&](const auto&) {
+    EXPECT_EQ(++running, 1);
+    if (++calls == 1) gate.Enter();
+    --running;
+  };
+  server_.Send(Rpc(1, "F"));
+  gate.WaitForEntry();
+  for (int id = 2; id <= 66; ++id) server_.Send(Rpc(id, "F"));
+  EXPECT_EQ(server_.Take(), RpcReplyMessage(66, 170, 0, ""));
+  gate.Open();
+  for (int id = 1; id <= 65; ++id) {
+    EXPECT_EQ(server_.Take(), RpcReplyMessage(id, 0, 5, std::to_string(id) + "p"));
+  }
+}
+
+TEST_F(HubTest, MessagesOfAStreamBeginAfterTheCallThatOpenedIt) {
+  Connect();
+  IConnection* stream = nullptr;
+  Gate gate;
+  user_.on_call = [&](const auto&) {
+    stream = Claim("s");
+    EXPECT_EQ(stream->Send({"data", "early"}, 10), 0u);
+    gate.Enter();
+  };
+  server_.Send(Open("s"));
+  server_.Send(Inward("s", "data"));
+  server_.Send(Rpc(1, "F"));
+  gate.WaitForEntry();
+  server_.Send(Inward("s", "streamStop"));
+  EXPECT_EQ(server_.Take(), StreamMessage("s", "data", "early"));
+  gate.Open();
+  EXPECT_EQ(server_.Take(), RpcReplyMessage(1, 0, 5, "1p"));
+  EXPECT_EQ(user_.WaitFor(4), (Events{"connect", "called F", R"({"type":"data"})", kStopText}));
+  manager_->DestroyStream(stream);
+  EXPECT_EQ(server_.Take(), StreamClosedMessage("s", "destroyed"));
+}
+
+TEST_F(HubTest, AStreamCanBeHadBeforeTheServerOpensItAndOnlyOnce) {
+  Connect();
+  EXPECT_EQ(manager_->GetStream(""), nullptr);
+  IConnection* const stream = Claim("s");
+  server_.Send(Open("s"));
+  server_.Send(Inward("s", "data"));
+  EXPECT_EQ(user_.WaitFor(2).back(), R"({"type":"data"})");
+  // A second user gets one that ends at once, and so does one with an id that the protocol has no room for.
+  for (const std::string& id : {std::string("s"), std::string(300, 'x')}) {
+    IConnection* const dead = Claim(id);
+    EXPECT_NE(dead, stream);
+    EXPECT_NE(dead->Send({"data", ""}, 10), 0u);
+  }
+  EXPECT_EQ(user_.WaitFor(4), (Events{"connect", R"({"type":"data"})", kStreamErrorText,
+                                      kStreamErrorText}));
+  EXPECT_EQ(stream->Send({"data", "1"}, 10), 0u);
+  EXPECT_EQ(server_.Take(), StreamMessage("s", "data", "1"));
+  // The server's word that the stream is of no use.
+  server_.Send(R"({"type":"streamClose","stream":"s"})");
+  EXPECT_EQ(user_.WaitFor(5).back(), kStreamErrorText);
+  server_.Send(Open("t"));
+  server_.Send(R"({"type":"streamClose","stream":"t"})");
+  EXPECT_EQ(server_.Take(), StreamClosedMessage("t", "unused"));
+}
+
+TEST_F(HubTest, ALostConnectionIsToldAfterRunningMessagesAndBeforeTheNextConnection) {
+  Connect();
+  IConnection* const stream = Claim("s");
+  Gate message;
+  Gate end;
+  user_.on_message = [&] { message.Enter(); };
+  user_.on_disconnect = [&] { end.Enter(); };
+  server_.Send(Inward("s", "data"));
+  server_.Send(Inward("s", "streamStop"));
+  message.WaitForEntry();
+  server_.Disconnect();
+  const uint32_t result = [&] {
+    uint32_t code = 0;
+    while ((code = stream->Send({"data", std::string(1000, 'x')}, 10)) == 0) {}
+    return code;
+  }();
+  EXPECT_TRUE(result != 8 && result != 9) << result;
+  message.Open();
+  end.WaitForEntry();
+  EXPECT_EQ(user_.WaitFor(2), (Events{"connect", R"({"type":"data"})"}));
+  manager_->DestroyStream(stream);
+  user_.on_message = nullptr;
+  end.Open();
+  EXPECT_EQ(server_.Accept(), HelloMessage(true));
+  EXPECT_EQ(user_.WaitFor(4), (Events{"connect", R"({"type":"data"})", "disconnect", "connect"}));
+}
+
+TEST_F(HubTest, AStreamWhoseOpeningCallOutlivesTheConnectionGetsOneErrorAfterTheEndWasTold) {
+  Connect();
+  Gate call;
+  Gate end;
+  user_.on_call = [&](const auto&) {
+    Claim("before");
+    call.Enter();
+    Claim("after");
+  };
+  user_.on_disconnect = [&] { end.Enter(); };
+  server_.Send(Rpc(1, "F"));
+  call.WaitForEntry();
+  server_.Disconnect();
+  end.WaitForEntry();
+  call.Open();
+  EXPECT_EQ(user_.WaitFor(2), (Events{"connect", "called F"}));
+  end.Open();
+  Events events = user_.WaitFor(5);
+  EXPECT_EQ(events[2], "disconnect");
+  EXPECT_EQ(std::count(events.begin(), events.end(), kStreamErrorText), 2);
+}
+
+TEST_F(HubTest, AServerThatIsSilentIsAskedAndThenGivenUp) {
+  Connect({.ping = 1ms, .give_up = 50ms});
+  EXPECT_EQ(server_.Take(), PingText());
+  EXPECT_EQ(user_.WaitFor(2), (Events{"connect", "disconnect"}));
+  EXPECT_EQ(server_.Accept(), HelloMessage(true));
+}
+
+TEST_F(HubTest, AServerThatReadsNoAnswersIsGivenUp) {
+  Connect({.outbox = {.answer_bytes = 1000, .optional_bytes = 100}});
+  server_.StopReading();
+  EXPECT_FALSE(hub_.TrySendEvent("E", std::string(200, 'x')));
+  for (int i = 0; i < 200; ++i) server_.Send(R"({"type":"ping"})");
+  EXPECT_EQ(user_.WaitFor(2), (Events{"connect", "disconnect"}));
+}
+
+TEST_F(HubTest, AClosedIntakeLetsNothingInButTheLastWordsOut) {
+  Connect();
+  IConnection* const stream = Claim("s");
+  Gate call;
+  user_.on_call = [&](const auto&) { call.Enter(); };
+  server_.Send(Rpc(1, "F"));
+  call.WaitForEntry();
+  auto closed = std::async(std::launch::async, [this] { hub_.CloseIntake(); });
+  call.Open();
+  closed.wait();
+  EXPECT_EQ(server_.Take(), RpcReplyMessage(1, 0, 5, "1p"));
+  server_.Send(Inward("s", "data"));
+  server_.Send(Rpc(3, "F"));
+  EXPECT_EQ(server_.Take(), RpcReplyMessage(3, 170, 0, ""));
+  EXPECT_EQ(stream->Send({"streamStop", "{}"}, 10), 0u);
+  EXPECT_EQ(server_.Take(), StreamMessage("s", "streamStop", "{}"));
+  manager_->DestroyStream(stream);
+  loop_->Stop();
+  EXPECT_EQ(server_.Take(), StreamClosedMessage("s", "destroyed"));
+  EXPECT_EQ(user_.WaitFor(0), (Events{"connect", "called F"}));
+}
+
+TEST_F(HubTest, ADeletedUserIsNotInACallAnyMore) {
+  Connect();
+  Gate call;
+  std::atomic<bool> deleted = false;
+  user_.on_call = [&](const auto&) {
+    call.Enter();
+    EXPECT_FALSE(deleted);
+  };
+  Claim("s");
+  server_.Send(Rpc(1, "F"));
+  call.WaitForEntry();
+  auto deletion = std::async(std::launch::async, [&] {
+    hub_.DeleteSocketManager(std::exchange(manager_, nullptr));
+    deleted = true;
+  });
+  call.Open();
+  deletion.wait();
+  EXPECT_EQ(user_.WaitFor(2), (Events{"connect", "called F"}));
+}
+
+TEST(BackOff, GrowsFromHalfASecondToHalfAMinuteAndStartsAnewAfterALongConnection) {
+  BackOff back_off(/*seed=*/1);
+  for (const int ceiling : {1, 2, 4, 8, 16, 30, 30}) {
+    const auto wait = back_off.Next();
+    EXPECT_GE(wait, ceiling * 500ms);
+    EXPECT_LE(wait, ceiling * 1000ms);
+  }
+  back_off.OnConnectionLasted(1s);
+  EXPECT_GE(back_off.Next(), 15s);
+  back_off.OnConnectionLasted(30s);
+  EXPECT_LE(back_off.Next(), 1s);
+}
+
+}  // namespace
+}  // namespace host::connector

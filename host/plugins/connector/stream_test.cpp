@@ -1,0 +1,188 @@
+#include "host/plugins/connector/stream.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <future>
+
+#include "host/plugins/connector/messages.h"
+
+namespace host::connector {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr char kStopText[] = R"({"type":"streamStop"})";
+constexpr char kDataText[] = R"({"type":"data"})";
+constexpr StreamLimits kSmall{.window_bytes = 10, .inward_bytes = 1000, .stall = 24h};
+
+// Records what is delivered, and runs `on_message` in each delivery.
+class Recorder final : public VeldConnector::Stream::IConnection::IMessageHandler {
+ public:
+  void OnMessage(const std::string& text) override {
+    if (on_message) on_message();
+    const Lock lock(mutex_);
+    texts_.push_back(text);
+    changed_.NotifyAll();
+  }
+  std::vector<std::string> WaitFor(size_t count) {
+    Lock lock(mutex_);
+    changed_.Wait(lock, [&] { return texts_.size() >= count; });
+    return texts_;
+  }
+  std::vector<std::string> texts() { return WaitFor(0); }
+
+  std::function<void()> on_message;
+
+ private:
+  Mutex mutex_;
+  Condition changed_;
+  std::vector<std::string> texts_;
+};
+
+class StreamTest : public testing::Test {
+ protected:
+  ~StreamTest() override {
+    if (stream_ != nullptr) stream_->Destroy();
+  }
+  void Open(const StreamLimits& limits = kSmall) {
+    stream_ = std::make_shared<Stream>("s", outbox_, limits);
+    stream_->StartDelivery();
+    stream_->SetMessageHandler(&recorder_);
+  }
+  std::future<uint32_t> SendLater(const char* type, const char* content) {
+    return std::async(std::launch::async, [=, this] { return stream_->Send({type, content}, 10); });
+  }
+  uint32_t Send(const char* type, const char* content) { return stream_->Send({type, content}, 10); }
+  std::string NextSent() {
+    std::string text;
+    outbox_->Pop(text);
+    return text;
+  }
+  void Destroy() { std::exchange(stream_, nullptr)->Destroy(); }
+
+  std::shared_ptr<Outbox> outbox_ = std::make_shared<Outbox>(Outbox::Limits{}, [] {});
+  Recorder recorder_;
+  std::shared_ptr<Stream> stream_;
+};
+
+TEST_F(StreamTest, SendWaitsForCreditOfWhichStopAndResizeNeedNone) {
+  Open();
+  EXPECT_EQ(Send("data", "123456"), 0u);
+  auto waiting = SendLater("data", "12345");
+  EXPECT_EQ(Send("resize", "{\"cols\":1000,\"rows\":1000}"), 0u);
+  EXPECT_EQ(NextSent(), StreamMessage("s", "data", "123456"));
+  EXPECT_EQ(NextSent(), StreamMessage("s", "resize", "{\"cols\":1000,\"rows\":1000}"));
+  stream_->AddCredit(1);
+  EXPECT_EQ(waiting.get(), 0u);
+  EXPECT_EQ(NextSent(), StreamMessage("s", "data", "12345"));
+  // Credit for what was never sent gives no larger window, and a message longer than it goes alone.
+  stream_->AddCredit(UINT64_MAX);
+  EXPECT_EQ(Send("data", "123456789012345"), 0u);
+  waiting = SendLater("data", "1");
+  EXPECT_EQ(Send("streamStop", "{}"), 0u);
+  stream_->AddCredit(15);
+  EXPECT_EQ(waiting.get(), 0u);
+}
+
+TEST_F(StreamTest, WithoutProgressItIsLostWhichIsToldOnceAndNotBeforeItHasBegun) {
+  Open({.window_bytes = 1, .inward_bytes = 1000, .stall = 1ms});
+  EXPECT_EQ(Send("data", "1"), 0u);
+  EXPECT_EQ(NextSent(), StreamMessage("s", "data", "1"));
+  auto waiting = SendLater("data", "2");
+  EXPECT_EQ(NextSent(), StreamClosedMessage("s", "lost"));
+  const uint32_t early = Send("data", "3");
+  EXPECT_TRUE(early != 0 && early != 8 && early != 9) << early;
+  stream_->Begin();
+  EXPECT_EQ(waiting.get(), 8u);
+  const uint32_t later = Send("data", "4");
+  EXPECT_TRUE(later != 0 && later != 8 && later != 9) << later;
+  // The session is ending already: nothing that comes in may end it again.
+  stream_->Accept(kStopText);
+  stream_->EndInward();
+  Destroy();
+  EXPECT_TRUE(recorder_.texts().empty());
+  outbox_->Finish();
+  EXPECT_EQ(NextSent(), "") << "the stream was closed twice";
+}
+
+TEST_F(StreamTest, WaitingSendsEndAtOnceWithTheConnectionOrTheStream) {
+  const auto result_when = [this](const std::function<void()>& end) {
+    Open();
+    stream_->Begin();
+    EXPECT_EQ(Send("data", "1234567890"), 0u);
+    auto waiting = SendLater("data", "1");
+    end();
+    return waiting.get();
+  };
+  {
+    const uint32_t lost = result_when([this] { stream_->Disconnect(); });
+    EXPECT_TRUE(lost != 0 && lost != 8 && lost != 9) << lost;
+    Destroy();
+  }
+  EXPECT_EQ(result_when([this] { stream_->Accept(kStopText); }), 0u);
+  EXPECT_EQ(Send("data", "1"), 0u);
+  Destroy();
+  EXPECT_EQ(result_when([this] { stream_->EndInward(); }), 0u);
+  Destroy();
+  EXPECT_EQ(result_when([this] { stream_->CloseIntake(); }), 0u);
+  Destroy();
+}
+
+TEST_F(StreamTest, DestroyEndsASendThatTheHandlerIsIn) {
+  Open();
+  EXPECT_EQ(Send("data", "1234567890"), 0u);
+  std::promise<void> inside;
+  uint32_t result = 1;
+  recorder_.on_message = [&] {
+    inside.set_value();
+    result = Send("data", "1");
+  };
+  stream_->Begin();
+  stream_->Accept(kDataText);
+  inside.get_future().wait();
+  Destroy();
+  EXPECT_EQ(result, 0u);
+  EXPECT_EQ(recorder_.texts().size(), 1u) << "Destroy did not wait for the handler";
+}
+
+TEST_F(StreamTest, DeliversInOrderAfterItsBeginningAndEndsOnce) {
+  Open();
+  stream_->Accept(kDataText);
+  stream_->Accept("no json");
+  stream_->Accept(kStopText);
+  stream_->Accept(kStopText);
+  stream_->Accept(kDataText);
+  stream_->EndInward();
+  EXPECT_TRUE(recorder_.texts().empty());
+  stream_->Begin();
+  EXPECT_EQ(recorder_.WaitFor(2), (std::vector<std::string>{kDataText, kStopText}));
+  Destroy();
+  EXPECT_EQ(recorder_.texts().size(), 2u);
+}
+
+TEST_F(StreamTest, NothingIsDeliveredAfterTheUsersOwnStop) {
+  Open();
+  stream_->Accept(kStopText);
+  EXPECT_EQ(Send("streamStop", "{}"), 0u);
+  EXPECT_EQ(NextSent(), StreamMessage("s", "streamStop", "{}"));
+  stream_->Begin();
+  stream_->Accept(kStopText);
+  stream_->EndInward();
+  stream_->TellDead();
+  Destroy();
+  EXPECT_TRUE(recorder_.texts().empty());
+}
+
+TEST_F(StreamTest, InputThatPilesUpEndsTheStreamInsteadOfGrowing) {
+  Open();
+  for (int i = 0; i < 1000; ++i) stream_->Accept(kDataText);
+  stream_->Begin();
+  EXPECT_EQ(recorder_.WaitFor(1), std::vector<std::string>{kStreamErrorText});
+  Destroy();
+  EXPECT_EQ(recorder_.texts().size(), 1u);
+  EXPECT_EQ(NextSent(), StreamClosedMessage("s", "lost"));
+}
+
+}  // namespace
+}  // namespace host::connector

@@ -1,0 +1,195 @@
+#include "host/plugins/connector/win_http_transport.h"
+
+#include <gtest/gtest.h>
+#include <winsock2.h>
+
+#include <cstring>
+#include <future>
+
+#include "module/frame/handle.h"
+
+namespace host::connector {
+namespace {
+
+using namespace std::chrono_literals;
+using Opened = ITransport::Opened;
+using Received = ITransport::Received;
+
+// A real server, a Node.js process. It connects to a control socket, over which it names its port and whose end is its
+// own.
+class NodeServer {
+ public:
+  NodeServer() {
+    WSADATA data;
+    WSAStartup(MAKEWORD(2, 2), &data);
+    const SOCKET listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    int size = sizeof(address);
+    auto* const generic = reinterpret_cast<sockaddr*>(&address);
+    bind(listener, generic, size);
+    getsockname(listener, generic, &size);
+    listen(listener, /*backlog=*/1);
+    if (StartNode(ntohs(address.sin_port))) control_ = accept(listener, nullptr, nullptr);
+    closesocket(listener);
+    char digit = 0;
+    while (recv(control_, &digit, 1, 0) == 1 && digit != '\n') port_ = port_ * 10 + (digit - '0');
+  }
+  ~NodeServer() { closesocket(control_); }
+  NodeServer(const NodeServer&) = delete;
+  NodeServer& operator=(const NodeServer&) = delete;
+
+  int port() const { return port_; }
+
+ private:
+  static bool StartNode(int control_port) {
+    std::wstring command = L"node " RA_SOURCE_DIR
+                           "/host/plugins/connector/win_http_transport_server.mjs " RA_SOURCE_DIR " " +
+                           std::to_wstring(control_port);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
+    // Wine starts programs of the machine that it runs on when they are named as files of that machine.
+    if (!CreateProcessW(L"\\\\?\\unix" RA_NODE, command.data(), /*lpProcessAttributes=*/nullptr,
+                        /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/FALSE,
+                        /*dwCreationFlags=*/0, /*lpEnvironment=*/nullptr,
+                        /*lpCurrentDirectory=*/nullptr, &startup, &process)) {
+      return false;
+    }
+    orn::UniqueHandle(process.hProcess).reset();
+    orn::UniqueHandle(process.hThread).reset();
+    return true;
+  }
+
+  SOCKET control_ = INVALID_SOCKET;
+  int port_ = 0;
+};
+
+class WinHttpTransportTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { server_ = std::make_unique<NodeServer>(); }
+  static void TearDownTestSuite() { server_.reset(); }
+
+  void SetUp() override {
+    ASSERT_NE(server_->port(), 0) << "the server did not start";
+    key_file_ = L"win_http_transport_test." + std::to_wstring(GetCurrentProcessId()) + L".key";
+    WriteKey("right\r\n");
+  }
+  ~WinHttpTransportTest() override { DeleteFileW(key_file_.c_str()); }
+
+  void WriteKey(const char* key) const {
+    const orn::UniqueFile file(CreateFileW(key_file_.c_str(), GENERIC_WRITE, /*dwShareMode=*/0,
+                                           nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    DWORD written = 0;
+    WriteFile(file.get(), key, static_cast<DWORD>(strlen(key)), &written, nullptr);
+  }
+  void Make(const std::wstring& path = {}, int port = server_->port()) {
+    const auto address =
+        ParseServerAddress(L"ws://127.0.0.1:" + std::to_wstring(port) + path);
+    transport_ = std::make_unique<WinHttpTransport>(
+        *address, MachineIdentity{L"machine-1", L"B\u00fcro 1"}, key_file_);
+  }
+  Opened Open() { return transport_->Open(reason_); }
+  std::string Next() {
+    std::string text;
+    return transport_->Receive(text, 24h) == Received::kMessage ? text : "(none)";
+  }
+
+  static inline std::unique_ptr<NodeServer> server_;
+  std::wstring key_file_;
+  std::unique_ptr<WinHttpTransport> transport_;
+  std::string reason_;
+};
+
+TEST_F(WinHttpTransportTest, CarriesTextsOfAnySizeBothWaysUnderTheMachinesName) {
+  Make();
+  ASSERT_EQ(Open(), Opened::kOpen) << reason_;
+  EXPECT_EQ(Next(), "machine-1 B%C3%BCro%201");
+  std::string text;
+  EXPECT_EQ(transport_->Receive(text, 1ms), Received::kTimeout);
+  const std::string longest(kLongestMessage, 'y');
+  for (const std::string& message : {std::string("a"), longest, std::string("\xc3\xa4")}) {
+    EXPECT_TRUE(transport_->Send(message));
+    EXPECT_EQ(Next(), message);
+  }
+  EXPECT_TRUE(transport_->Send("fragments"));
+  EXPECT_EQ(Next(), "one two");
+  EXPECT_TRUE(transport_->Send("too long"));
+  EXPECT_EQ(transport_->Receive(text, 24h), Received::kTooLong);
+  EXPECT_EQ(Next(), "after it");
+  EXPECT_TRUE(transport_->Send("close"));
+  EXPECT_EQ(transport_->Receive(text, 24h), Received::kClosed);
+}
+
+TEST_F(WinHttpTransportTest, TellsARefusedKeyFromAServerThatIsAway) {
+  Make();
+  WriteKey("wrong");
+  EXPECT_EQ(Open(), Opened::kRefused);
+  Make();
+  WriteKey("two\r\nX-Lines: 1\x01");
+  EXPECT_EQ(Open(), Opened::kFailed);
+  Make();
+  DeleteFileW(key_file_.c_str());
+  EXPECT_EQ(Open(), Opened::kFailed);
+  WriteKey("right");
+  Make(/*path=*/{}, /*port=*/1);
+  EXPECT_EQ(Open(), Opened::kFailed);
+  EXPECT_FALSE(reason_.empty());
+}
+
+TEST_F(WinHttpTransportTest, CloseEndsWhateverWaits) {
+  {
+    Make(L"/frozen");
+    auto opening = std::async(std::launch::async, [this] { return Open(); });
+    transport_->Close();
+    EXPECT_EQ(opening.get(), Opened::kFailed);
+  }
+  {
+    Make();
+    ASSERT_EQ(Open(), Opened::kOpen) << reason_;
+    EXPECT_EQ(Next(), "machine-1 B%C3%BCro%201");
+    auto receiving = std::async(std::launch::async, [this] { return Next(); });
+    // Against a peer that reads nothing more, a writer comes to a stand sooner or later.
+    auto sending = std::async(std::launch::async, [this] {
+      transport_->Send("freeze");
+      while (transport_->Send(std::string(kLongestMessage, 'z'))) {}
+    });
+    EXPECT_EQ(sending.wait_for(200ms), std::future_status::timeout);
+    transport_->Close();
+    sending.wait();
+    EXPECT_EQ(receiving.get(), "(none)");
+    EXPECT_FALSE(transport_->Send("a"));
+  }
+  {
+    Make();
+    ASSERT_EQ(Open(), Opened::kOpen) << reason_;
+    EXPECT_EQ(Next(), "machine-1 B%C3%BCro%201");
+    EXPECT_TRUE(transport_->Send("terminate"));
+    EXPECT_EQ(Next(), "(none)");
+  }
+}
+
+TEST(ServerAddress, IsReadFromUrlsOfWebSocketsOnly) {
+  const auto secure = ParseServerAddress(L"wss://host.example/door?x=1");
+  ASSERT_TRUE(secure);
+  EXPECT_TRUE(secure->secure);
+  EXPECT_EQ(secure->port, 443);
+  EXPECT_EQ(secure->path, L"/door?x=1");
+  const auto plain = ParseServerAddress(L"ws://127.0.0.1:8080");
+  ASSERT_TRUE(plain);
+  EXPECT_FALSE(plain->secure);
+  EXPECT_EQ(plain->port, 8080);
+  EXPECT_EQ(plain->path, L"/api/agent");
+  for (const wchar_t* const bad : {L"", L"ws://", L"http://host", L"host", L"ws://host:99999"}) {
+    EXPECT_FALSE(ParseServerAddress(bad)) << bad;
+  }
+}
+
+TEST(MachineName, IsCutAtAWholeCharacter) {
+  const std::wstring name(200, L'\u00e4');
+  EXPECT_EQ(EncodeMachineName(name).size(), 127 * 6u);
+}
+
+}  // namespace
+}  // namespace host::connector
