@@ -134,9 +134,9 @@ TEST_F(StreamTest, DestroyEndsASendThatTheHandlerIsIn) {
   EXPECT_EQ(Send("data", "1234567890"), 0u);
   std::promise<void> inside;
   uint32_t result = 1;
-  recorder_.on_message = [&] {
+  recorder_.on_message = [&, stream = stream_.get()] {
     inside.set_value();
-    result = Send("data", "1");
+    result = stream->Send({"data", "1"}, 10);
   };
   stream_->Begin();
   stream_->Accept(kDataText);

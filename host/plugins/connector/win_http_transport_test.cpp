@@ -149,6 +149,14 @@ TEST_F(WinHttpTransportTest, CloseEndsWhateverWaits) {
     Make();
     ASSERT_EQ(Open(), Opened::kOpen) << reason_;
     EXPECT_EQ(Next(), "machine-1 B%C3%BCro%201");
+    EXPECT_TRUE(transport_->Send("terminate"));
+    EXPECT_EQ(Next(), "(none)");
+  }
+  {
+    // Last, because under Wine the rest of the broken-off write may end up in a connection that is made at once.
+    Make();
+    ASSERT_EQ(Open(), Opened::kOpen) << reason_;
+    EXPECT_EQ(Next(), "machine-1 B%C3%BCro%201");
     auto receiving = std::async(std::launch::async, [this] { return Next(); });
     // Against a peer that reads nothing more, a writer comes to a stand sooner or later.
     auto sending = std::async(std::launch::async, [this] {
@@ -160,13 +168,6 @@ TEST_F(WinHttpTransportTest, CloseEndsWhateverWaits) {
     sending.wait();
     EXPECT_EQ(receiving.get(), "(none)");
     EXPECT_FALSE(transport_->Send("a"));
-  }
-  {
-    Make();
-    ASSERT_EQ(Open(), Opened::kOpen) << reason_;
-    EXPECT_EQ(Next(), "machine-1 B%C3%BCro%201");
-    EXPECT_TRUE(transport_->Send("terminate"));
-    EXPECT_EQ(Next(), "(none)");
   }
 }
 

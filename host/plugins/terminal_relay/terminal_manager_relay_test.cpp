@@ -1,0 +1,158 @@
+#include "host/plugins/terminal_relay/terminal_manager_relay.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <mutex>
+
+#include "host/plugins/common/fake_host.h"
+
+namespace host {
+namespace {
+
+using orn::RemoteTerminal::IRemoteTerminalManager;
+using orn::RemoteTerminal::TerminalSize;
+using Id = orn::StringT<char>;
+
+// A manager that, as the real one, notifies with the mutex held that its operations take.
+class LockingManager final : public IRemoteTerminalManager, public IOrnBaseInterface {
+ public:
+  void* GetInterface(const InterfaceId& id) override {
+    if (id != IRemoteTerminalManager::kInterfaceId) return nullptr;
+    return static_cast<IRemoteTerminalManager*>(this);
+  }
+  uint32_t OpenTerminal(const Id& id, const TerminalSize& size, orn::StringT<wchar_t>& conin,
+                        orn::StringT<wchar_t>& conout) override {
+    conin = L"in";
+    conout = L"out";
+    return id == Id("known") && size.cols == 1 && size.rows == 2 ? 183 : 0;
+  }
+  void CloseTerminal(const Id& id) override {
+    const std::lock_guard lock(mutex_);
+    closed = id;
+  }
+  uint32_t SetSize(const Id&, const TerminalSize&) override { return 1168; }
+  uint32_t Register(IRemoteTerminalManagerNotifications* subscriber) override {
+    subscriber_ = subscriber;
+    return 0;
+  }
+  uint32_t Unregister(IRemoteTerminalManagerNotifications*) override {
+    subscriber_ = nullptr;
+    return 0;
+  }
+  void End(const char* id) {
+    const std::lock_guard lock(mutex_);
+    subscriber_->OnTerminalClosed(id);
+  }
+
+  Id closed;
+
+ private:
+  std::mutex mutex_;
+  IRemoteTerminalManagerNotifications* subscriber_ = nullptr;
+};
+
+class Subscriber final : public IRemoteTerminalManager::IRemoteTerminalManagerNotifications {
+ public:
+  void OnTerminalClosed(const Id& id) override {
+    if (on_closed) on_closed(id);
+    const Lock lock(mutex_);
+    heard_ += id.c_str();
+    changed_.NotifyAll();
+  }
+  std::string WaitFor(size_t count) {
+    Lock lock(mutex_);
+    changed_.Wait(lock, [&] { return heard_.size() >= count; });
+    return heard_;
+  }
+  std::function<void(const Id&)> on_closed;
+
+ private:
+  Mutex mutex_;
+  Condition changed_;
+  std::string heard_;
+};
+
+class RelayTest : public testing::Test {
+ protected:
+  RelayTest() {
+    host_.Add(L"RemoteTerminalManager.AL", &manager_);
+    EXPECT_EQ(relay_.Init(&host_), 0);
+    EXPECT_EQ(relay_.Start(), 0);
+  }
+  ~RelayTest() override {
+    relay_.Stop();
+    relay_.UnInit();
+  }
+
+  FakeHost host_;
+  LockingManager manager_;
+  TerminalManagerRelay relay_;
+  Subscriber first_;
+  Subscriber second_;
+};
+
+TEST_F(RelayTest, ForwardsCallsAndNotifiesEachSubscriberInOrder) {
+  orn::StringT<wchar_t> conin;
+  orn::StringT<wchar_t> conout;
+  EXPECT_EQ(relay_.OpenTerminal("known", {.cols = 1, .rows = 2}, conin, conout), 183u);
+  EXPECT_EQ(conin.view(), L"in");
+  EXPECT_EQ(conout.view(), L"out");
+  EXPECT_EQ(relay_.SetSize("a", {}), 1168u);
+
+  EXPECT_EQ(relay_.Register(&first_), 0u);
+  EXPECT_EQ(relay_.Register(&first_), 1627u);
+  EXPECT_EQ(relay_.Register(nullptr), 87u);
+  EXPECT_EQ(relay_.Register(&second_), 0u);
+  for (const char* const id : {"a", "b", "c"}) manager_.End(id);
+  EXPECT_EQ(first_.WaitFor(3), "abc");
+  EXPECT_EQ(second_.WaitFor(3), "abc");
+  EXPECT_EQ(relay_.Unregister(&second_), 0u);
+  EXPECT_EQ(relay_.Unregister(&second_), 1627u);
+  manager_.End("d");
+  EXPECT_EQ(first_.WaitFor(4), "abcd");
+  EXPECT_EQ(second_.WaitFor(0), "abc");
+
+  TerminalManagerRelay without_manager;
+  FakeHost empty;
+  EXPECT_EQ(without_manager.Init(&empty), 5002);
+}
+
+TEST_F(RelayTest, ASubscriberMayCallTheManagerThatNotifiesIt) {
+  first_.on_closed = [this](const Id& id) { relay_.CloseTerminal(id); };
+  EXPECT_EQ(relay_.Register(&first_), 0u);
+  manager_.End("a");
+  EXPECT_EQ(first_.WaitFor(1), "a");
+  EXPECT_EQ(manager_.closed, Id("a"));
+}
+
+TEST_F(RelayTest, UnregisterWaitsForARunningNotificationAndDropsTheRest) {
+  std::promise<void> entered;
+  std::promise<void> leave;
+  std::atomic<bool> left = false;
+  first_.on_closed = [&](const Id&) {
+    if (left) return;
+    entered.set_value();
+    leave.get_future().wait();
+    left = true;
+  };
+  EXPECT_EQ(relay_.Register(&first_), 0u);
+  manager_.End("a");
+  manager_.End("b");
+  entered.get_future().wait();
+  auto unregistered = std::async(std::launch::async, [&] {
+    EXPECT_EQ(relay_.Unregister(&first_), 0u);
+    EXPECT_TRUE(left);
+  });
+  // It can be registered again once Unregister has taken it out, and waits.
+  while (relay_.Register(&first_) != 0) std::this_thread::yield();
+  leave.set_value();
+  unregistered.wait();
+  manager_.End("c");
+  EXPECT_EQ(first_.WaitFor(2), "ac");
+}
+
+}  // namespace
+}  // namespace host
