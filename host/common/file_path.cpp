@@ -7,7 +7,9 @@
 
 namespace host {
 
-std::wstring WideText(std::string_view utf8) { return std::wstring(orn::ToWide(utf8).view()); }
+std::wstring WideText(std::string_view utf8) {
+  return std::wstring(orn::ToWide(utf8).view());
+}
 
 std::wstring FolderOf(std::wstring_view path) {
   const size_t end = path.find_last_of(L"\\/");
@@ -29,8 +31,7 @@ std::wstring AbsolutePath(std::wstring_view folder, std::wstring_view path) {
 std::wstring ProgramPath() {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
-    const DWORD length =
-        GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
     if (length < path.size()) {
       path.resize(length);
       return path;

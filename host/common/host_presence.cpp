@@ -57,8 +57,8 @@ uint32_t HostPresence::Open(std::wstring_view name) {
     return orn::UniqueHandle(CreateMutexW(nullptr, /*owned=*/FALSE, (prefix_ + kind).c_str()));
   };
   const auto event = [&](const wchar_t* kind) {
-    return orn::UniqueHandle(CreateEventW(nullptr, /*manualReset=*/TRUE, /*signalled=*/FALSE,
-                                          (prefix_ + kind).c_str()));
+    return orn::UniqueHandle(
+        CreateEventW(nullptr, /*manualReset=*/TRUE, /*signalled=*/FALSE, (prefix_ + kind).c_str()));
   };
   guard_ = mutex(L"Guard");
   if (guard_) claim_ = mutex(L"Claim");

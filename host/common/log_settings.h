@@ -13,8 +13,9 @@ namespace host {
 //
 //   <log path="log\service.log" level="information" maxSize="10485760" files="5"/>
 //
-// `path` is required, and is relative to the folder of the configuration file; `level` is the least severe one that is
-// written: error, warning, notice, information (the default) or trace; `maxSize` is in bytes.
+// `path` is required, and is relative to the folder of the configuration file; `level` is the least
+// severe one that is written: error, warning, notice, information (the default) or trace; `maxSize`
+// is in bytes.
 struct LogSettings {
   std::wstring path;
   uint32_t level_mask = 2 | 4 | 8 | 16;
@@ -22,7 +23,8 @@ struct LogSettings {
   uint32_t files = 5;
 };
 
-// Reads the element; `folder` is the configuration file's. What is wrong with it, or the empty text.
+// Reads the element; `folder` is the configuration file's. What is wrong with it, or the empty
+// text.
 std::string ReadLogSettings(const pugi::xml_node& element, const std::wstring& folder,
                             LogSettings& settings);
 

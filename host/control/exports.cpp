@@ -1,5 +1,5 @@
-// The two exports of ServiceInstance.Comm.dll. Its names carry a parameter, "ServiceControl::NAME.exe" for the host
-// NAME, and so stand in no table.
+// The two exports of ServiceInstance.Comm.dll. Its names carry a parameter,
+// "ServiceControl::NAME.exe" for the host NAME, and so stand in no table.
 
 #include <memory>
 #include <mutex>

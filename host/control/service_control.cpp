@@ -8,7 +8,9 @@
 
 namespace host {
 
-ServiceControl::~ServiceControl() { StopWatching(); }
+ServiceControl::~ServiceControl() {
+  StopWatching();
+}
 
 void* ServiceControl::GetInterface(const InterfaceId& id) {
   if (id == EndpointService::IControl::kInterfaceId) {
@@ -29,7 +31,9 @@ int32_t ServiceControl::Init(IServMain*) {
   return static_cast<int32_t>(status);
 }
 
-void ServiceControl::Stop() { StopWatching(); }
+void ServiceControl::Stop() {
+  StopWatching();
+}
 
 uint32_t ServiceControl::Stop(uint32_t timeout) {
   if (presence_.IsDeclaredHere()) return 0;

@@ -46,8 +46,9 @@ class Observer : public IControl::IEvents {
 };
 
 void LoadControl(Control& control, const std::wstring& host) {
-  ASSERT_EQ(control.Load(L"ServiceInstance.Comm.dll", (L"ServiceControl::" + host + L".exe").c_str()),
-            0u);
+  ASSERT_EQ(
+      control.Load(L"ServiceInstance.Comm.dll", (L"ServiceControl::" + host + L".exe").c_str()),
+      0u);
 }
 
 bool IsRunning(Control& control) {
@@ -116,9 +117,9 @@ TEST(ServiceControl, AHostThatDoesNotStopInTimeIsATimeOutAndOneOfTheOwnProcessIs
 }
 
 TEST(ServiceControl, OnlyNamesOfHostsNameObjects) {
-  for (const wchar_t* name : {L"ServiceControl", L"ServiceControl::Host", L"ServiceControl::.exe",
-                              L"servicecontrol::Host.exe", L"ServiceControl::a\\b.exe",
-                              L"ServiceControl::a b.exe"}) {
+  for (const wchar_t* name :
+       {L"ServiceControl", L"ServiceControl::Host", L"ServiceControl::.exe",
+        L"servicecontrol::Host.exe", L"ServiceControl::a\\b.exe", L"ServiceControl::a b.exe"}) {
     Control control;
     EXPECT_EQ(control.Load(L"ServiceInstance.Comm.dll", name), 1168u);
   }

@@ -13,33 +13,61 @@ host::log::LogLibrary library;
 
 extern "C" {
 
-void LogInit() { library.AddUser(); }
+void LogInit() {
+  library.AddUser();
+}
 
-void LogDeinit() { library.RemoveUser(); }
+void LogDeinit() {
+  library.RemoveUser();
+}
 
-uint32_t LogSetSettingsFile(const wchar_t* path) { return library.SetSettingsFile(path); }
+uint32_t LogSetSettingsFile(const wchar_t* path) {
+  return library.SetSettingsFile(path);
+}
 
-uint32_t LogApplySettings() { return library.ApplySettings(); }
+uint32_t LogApplySettings() {
+  return library.ApplySettings();
+}
 
-uint32_t LogMonitorSettings(uint32_t on) { return library.MonitorSettings(on != 0); }
+uint32_t LogMonitorSettings(uint32_t on) {
+  return library.MonitorSettings(on != 0);
+}
 
-void LogEnable(uint32_t on) { library.Enable(on != 0); }
+void LogEnable(uint32_t on) {
+  library.Enable(on != 0);
+}
 
-uint32_t LogIsEnabled() { return library.IsEnabled() ? 1 : 0; }
+uint32_t LogIsEnabled() {
+  return library.IsEnabled() ? 1 : 0;
+}
 
-void LogSetLevel(uint32_t mask) { library.SetLevel(mask); }
+void LogSetLevel(uint32_t mask) {
+  library.SetLevel(mask);
+}
 
-uint32_t LogGetLevel() { return library.GetLevel(); }
+uint32_t LogGetLevel() {
+  return library.GetLevel();
+}
 
-uint32_t LogSetPath(const wchar_t* path) { return library.SetPath(path); }
+uint32_t LogSetPath(const wchar_t* path) {
+  return library.SetPath(path);
+}
 
-void LogSetType(uint32_t mask) { library.SetType(mask); }
+void LogSetType(uint32_t mask) {
+  library.SetType(mask);
+}
 
-void LogSetMode(uint32_t mode) { library.SetMode(mode); }
+void LogSetMode(uint32_t mode) {
+  library.SetMode(mode);
+}
 
-void LogSetMaxSize(uint64_t bytes, uint32_t files) { library.SetMaxSize(bytes, files); }
+void LogSetMaxSize(uint64_t bytes, uint32_t files) {
+  library.SetMaxSize(bytes, files);
+}
 
-void LogSetDepth(uint32_t levels) { library.SetDepth(levels); }
+void LogSetDepth(uint32_t levels) {
+  library.SetDepth(levels);
+}
 
 uint32_t LogWrite(uint16_t depth_change, const uint32_t* level, void*, const wchar_t* function,
                   const wchar_t* format, va_list args) {
@@ -56,9 +84,13 @@ void LogTrackEventData(const wchar_t* event, const wchar_t* data) {
   library.Write(kInformationLevel, L"LogTrackEventData", L"%s: %s", event, data);
 }
 
-void LogUninitDeskMetrics() { library.Flush(); }
+void LogUninitDeskMetrics() {
+  library.Flush();
+}
 
-void LogRemoveModule(const char*) { library.Flush(); }
+void LogRemoveModule(const char*) {
+  library.Flush();
+}
 
 }  // extern "C"
 

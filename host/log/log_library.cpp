@@ -56,7 +56,8 @@ void LogLibrary::RemoveUser() {
     timer = std::exchange(flush_timer_, nullptr);
     CloseLocked();
   }
-  // The library may be unloaded as soon as this returns: nothing of it may be running on the thread pool.
+  // The library may be unloaded as soon as this returns: nothing of it may be running on the thread
+  // pool.
   monitor_.Stop();
   if (timer == nullptr) return;
   SetThreadpoolTimer(timer, nullptr, 0, 0);
@@ -108,7 +109,8 @@ uint32_t LogLibrary::MonitorSettings(bool on) {
   }
   return monitor_.Start(file, [this] {
     if (const uint32_t status = ApplySettings(); status != 0) {
-      Write(kWarningLevel, L"LogMonitorSettings", L"The changed settings were not applied: %u", status);
+      Write(kWarningLevel, L"LogMonitorSettings", L"The changed settings were not applied: %u",
+            status);
     }
   });
 }
@@ -171,7 +173,8 @@ void CALLBACK LogLibrary::OnFlushTimer(PTP_CALLBACK_INSTANCE, void* context, PTP
 void LogLibrary::WriteLineLocked(const std::string& line, uint32_t level) {
   if (!file_ && !OpenLocked()) return;
   try {
-    file_->log(spdlog::details::log_msg(spdlog::source_loc(), /*logger=*/"", spdlog::level::info, line));
+    file_->log(
+        spdlog::details::log_msg(spdlog::source_loc(), /*logger=*/"", spdlog::level::info, line));
   } catch (const std::exception&) {
     // The disk is full, or a reader keeps the file from being renamed: the line is lost.
   }

@@ -17,8 +17,9 @@ class sink;
 
 namespace host::log {
 
-// What is behind the exports of log.dll, which say what each operation does (module/platform/log_dll.h). One
-// instance per process. Any thread; nothing throws, and a file that cannot be written only loses its lines.
+// What is behind the exports of log.dll, which say what each operation does
+// (module/platform/log_dll.h). One instance per process. Any thread; nothing throws, and a file
+// that cannot be written only loses its lines.
 class LogLibrary {
  public:
   LogLibrary();
@@ -77,8 +78,8 @@ class LogLibrary {
   uint32_t files_ = 5;
   std::unique_ptr<spdlog::sinks::sink> file_;
   uint64_t next_opening_ = 0;  // After a failure, as GetTickCount64 counts.
-  // Armed for one shot when something is held back, so that an idle log has no timer running. Null while nobody
-  // uses the library, which may then be unloaded.
+  // Armed for one shot when something is held back, so that an idle log has no timer running. Null
+  // while nobody uses the library, which may then be unloaded.
   PTP_TIMER flush_timer_ = nullptr;
   bool flush_pending_ = false;
 };

@@ -51,7 +51,8 @@ class LogLibrary : public ::testing::Test {
   std::vector<std::string> Lines(const fs::path& file) {
     std::ifstream in(file);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    for (std::string line; std::getline(in, line);)
+      lines.push_back(line);
     return lines;
   }
 
@@ -86,10 +87,12 @@ TEST_F(LogLibrary, RotatesBySizeAndEveryLineStaysWhole) {
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([this] {
-      for (int i = 0; i < 100; ++i) Write(0, 16, L"%s", std::wstring(100, L'x').c_str());
+      for (int i = 0; i < 100; ++i)
+        Write(0, 16, L"%s", std::wstring(100, L'x').c_str());
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads)
+    thread.join();
   Unload();
   for (const char* name : {"r.log", "r.1.log", "r.2.log"}) {
     EXPECT_LE(fs::file_size(folder_ / name), 4096u);

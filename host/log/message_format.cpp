@@ -175,7 +175,8 @@ class Formatter {
     const int length = std::snprintf(digits, sizeof(digits), format.c_str(), conversion.width,
                                      conversion.precision, number);
 #pragma GCC diagnostic pop
-    for (int i = 0; i < length; ++i) text_ += static_cast<wchar_t>(digits[i]);
+    for (int i = 0; i < length; ++i)
+      text_ += static_cast<wchar_t>(digits[i]);
   }
 
   void AppendText(const Conversion& conversion) {
@@ -255,8 +256,9 @@ std::string FormatTime(int64_t unix_milliseconds) {
   const hh_mm_ss clock{time - day};
   char text[64];
   std::snprintf(text, sizeof(text), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", int{date.year()},
-                unsigned{date.month()}, unsigned{date.day()}, static_cast<int>(clock.hours().count()),
-                static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()),
+                unsigned{date.month()}, unsigned{date.day()},
+                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                static_cast<int>(clock.seconds().count()),
                 static_cast<int>(clock.subseconds().count()));
   return text;
 }

@@ -30,7 +30,8 @@ TEST(MessageFormat, WidePrintfTakesWideTextsForSmallSAndUtf8ForLargeS) {
 
 TEST(MessageFormat, NumbersComeInTheSizesThatWindowsProgramsUse) {
   EXPECT_EQ(Format(L"%d %u %ld %lu", -1, -1, -2L, 4294967295UL), L"-1 4294967295 -2 4294967295");
-  EXPECT_EQ(Format(L"%lld %llu %I64d %zu %zd %I64u", -1LL, ~0ULL, INT64_MIN, SIZE_MAX, ptrdiff_t{-5}, 7ULL),
+  EXPECT_EQ(Format(L"%lld %llu %I64d %zu %zd %I64u", -1LL, ~0ULL, INT64_MIN, SIZE_MAX,
+                   ptrdiff_t{-5}, 7ULL),
             L"-1 18446744073709551615 -9223372036854775808 18446744073709551615 -5 7");
   EXPECT_EQ(Format(L"%hd %hhu %x %08X %#o %+d %05d", 65537, 257, 255, 0xBEEFu, 8, 3, -42),
             L"1 1 ff 0000BEEF 010 +3 -0042");
@@ -60,7 +61,8 @@ TEST(MessageFormat, AnEntryIsOneLineWhateverItsMessageHolds) {
                         .level = 16,
                         .function = L"A::B",
                         .message = L"a\r\nb\tc\x1b\u2028\u0085\u00e4 C:\\d"}),
-            "2026-01-31T12:00:00.123Z 12:34     INF A::B: a\\r\\nb\\tc\\u001b\\u2028\\u0085\xC3\xA4 C:\\d");
+            "2026-01-31T12:00:00.123Z 12:34     INF A::B: "
+            "a\\r\\nb\\tc\\u001b\\u2028\\u0085\xC3\xA4 C:\\d");
   EXPECT_EQ(FormatLine({.level = 64, .function = {}, .message = L"m"}),
             "1970-01-01T00:00:00.000Z 0:0 64 m");
 }

@@ -11,9 +11,9 @@ uint32_t SettingsMonitor::Start(const std::wstring& file, std::function<void()> 
   const std::lock_guard lock(mutex_);
   file_ = file;
   changed_ = std::move(changed);
-  folder_ = FindFirstChangeNotificationW(FolderOf(file).c_str(), /*watchSubtree=*/FALSE,
-                                         FILE_NOTIFY_CHANGE_FILE_NAME |
-                                             FILE_NOTIFY_CHANGE_LAST_WRITE);
+  folder_ =
+      FindFirstChangeNotificationW(FolderOf(file).c_str(), /*watchSubtree=*/FALSE,
+                                   FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE);
   if (folder_ == INVALID_HANDLE_VALUE) return GetLastError();
   wait_ = CreateThreadpoolWait(OnFolderChanged, this, /*environment=*/nullptr);
   if (wait_ == nullptr) {

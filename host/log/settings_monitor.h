@@ -16,8 +16,8 @@ class SettingsMonitor {
   SettingsMonitor(const SettingsMonitor&) = delete;
   SettingsMonitor& operator=(const SettingsMonitor&) = delete;
 
-  // `changed` is called on a thread of the pool, one call at a time. A monitor that runs is stopped first. Returns
-  // a status, 0 for success.
+  // `changed` is called on a thread of the pool, one call at a time. A monitor that runs is stopped
+  // first. Returns a status, 0 for success.
   uint32_t Start(const std::wstring& file, std::function<void()> changed);
   // Waits for a running call; none comes after. Not to be called from `changed`.
   void Stop();

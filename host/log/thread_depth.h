@@ -7,8 +7,9 @@
 
 namespace host::log {
 
-// How deep each thread is in traced functions. A slot of the system and no thread_local: the compiler's runtime
-// would call into this library when a thread ends, also after the library was unloaded.
+// How deep each thread is in traced functions. A slot of the system and no thread_local: the
+// compiler's runtime would call into this library when a thread ends, also after the library was
+// unloaded.
 class ThreadDepth {
  public:
   ThreadDepth() : slot_(TlsAlloc()) {}
@@ -16,8 +17,8 @@ class ThreadDepth {
   ThreadDepth(const ThreadDepth&) = delete;
   ThreadDepth& operator=(const ThreadDepth&) = delete;
 
-  // Applies `change`, 1 on entry, 0xFFFF on exit, and gives the depth at which the line stands: an entry and its
-  // exit stand equally deep. A thread that left more than it entered is at 0.
+  // Applies `change`, 1 on entry, 0xFFFF on exit, and gives the depth at which the line stands: an
+  // entry and its exit stand equally deep. A thread that left more than it entered is at 0.
   uint32_t Change(uint16_t change) {
     const auto depth = static_cast<int32_t>(reinterpret_cast<intptr_t>(TlsGetValue(slot_)));
     const int32_t changed = std::max(depth + static_cast<int16_t>(change), 0);

@@ -2,7 +2,6 @@
 
 #include <wchar.h>
 
-
 #include "host/common/file_path.h"
 
 namespace host {
@@ -20,7 +19,8 @@ std::wstring ConfigurationPath(const std::wstring& given) {
 const wchar_t* const kUsage =
     L"usage: TsrSecurityService /process [/config FILE]   runs the host in the foreground\n"
     L"       TsrSecurityService /stop    [/config FILE]   stops the host that FILE describes\n"
-    L"FILE is looked up beside the program unless it is a path; at first it is the program's name with \".xml\".";
+    L"FILE is looked up beside the program unless it is a path; at first it is the program's name "
+    L"with \".xml\".";
 
 std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arguments) {
   std::optional<CommandLine::Verb> verb;

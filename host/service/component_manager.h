@@ -9,12 +9,14 @@
 
 namespace host {
 
-// The plug-ins that can be had, by display name, with the number of references that are out. Any thread.
+// The plug-ins that can be had, by display name, with the number of references that are out. Any
+// thread.
 class ComponentManager : public IComponentManager {
  public:
   // `object` is not owned, and is there until Remove and longer than any reference.
   void Add(const std::wstring& name, IOrnBaseInterface* object);
-  // From here on the plug-in cannot be had any more. Returns the number of references that were not given back.
+  // From here on the plug-in cannot be had any more. Returns the number of references that were not
+  // given back.
   uint32_t Remove(const std::wstring& name);
 
   // 0; 87 for a missing argument; 1168 where no such plug-in is started or it has no such face.

@@ -34,7 +34,8 @@ TEST(ComponentManager, CountsReferencesByNameFromManyThreads) {
       EXPECT_EQ(manager.GetObject(L"P", IOrnBaseInterface::kInterfaceId, &kept), 0u);
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads)
+    thread.join();
   EXPECT_EQ(manager.Remove(L"P"), 4u);
 
   void* object = &component;

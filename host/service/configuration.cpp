@@ -57,20 +57,22 @@ class Reader {
     if (!ReadFile(file.get(), text_.data(), kLargestFile + 1, &length, /*overlapped=*/nullptr)) {
       return Fail(0, GetLastError(), L"the configuration cannot be read");
     }
-    if (length > kLargestFile) return Fail(0, ERROR_FILE_TOO_LARGE, L"the configuration is over 1 MiB");
+    if (length > kLargestFile)
+      return Fail(0, ERROR_FILE_TOO_LARGE, L"the configuration is over 1 MiB");
     text_.resize(length);
     // The parser would take it for the end.
     if (const size_t zero = text_.find('\0'); zero != std::string::npos) {
       return Fail(LineAt(static_cast<ptrdiff_t>(zero)), ERROR_INVALID_DATA,
                   L"the configuration is no UTF-8 text");
     }
-    const pugi::xml_parse_result result = document_.load_buffer(
-        text_.data(), text_.size(), pugi::parse_default, pugi::encoding_utf8);
+    const pugi::xml_parse_result result =
+        document_.load_buffer(text_.data(), text_.size(), pugi::parse_default, pugi::encoding_utf8);
     return result || Fail(LineAt(result.offset), ERROR_INVALID_DATA,
                           L"the configuration is no XML: " + WideText(result.description()));
   }
 
-  // Every attribute of `node` is one of `names`, and those before `required` are there and not empty.
+  // Every attribute of `node` is one of `names`, and those before `required` are there and not
+  // empty.
   bool CheckAttributes(const pugi::xml_node& node, size_t required,
                        std::initializer_list<const char*> names) {
     const std::wstring element = L"<" + WideText(node.name()) + L">";
@@ -130,10 +132,10 @@ class Reader {
   bool ReadChildren(const pugi::xml_node& root) {
     for (const pugi::xml_node& child : root.children()) {
       const std::string_view name = child.name();
-      const bool good = name == "plugin"                            ? ReadPlugin(child)
-                        : name == "declares"                        ? ReadDeclaration(child)
+      const bool good = name == "plugin"                           ? ReadPlugin(child)
+                        : name == "declares"                       ? ReadDeclaration(child)
                         : name == "log" && !configuration_.has_log ? ReadLog(child)
-                                                                    : FailOnChild(child);
+                                                                   : FailOnChild(child);
       if (!good) return false;
     }
     return true;

@@ -25,10 +25,11 @@ struct PluginEntry {
 //     </plugin>
 //   </host>
 //
-// `name` is the host's, which it declares with all those under <declares>; `data` is the folder for its data;
-// `instance` sets this agent apart from others on the machine; `stopLimit` says how many seconds an orderly stop may
-// take. Plug-ins start in their order here. Paths are relative to the file's folder. It holds no secret: where a
-// plug-in needs one, an option names the file that has it.
+// `name` is the host's, which it declares with all those under <declares>; `data` is the folder for
+// its data; `instance` sets this agent apart from others on the machine; `stopLimit` says how many
+// seconds an orderly stop may take. Plug-ins start in their order here. Paths are relative to the
+// file's folder. It holds no secret: where a plug-in needs one, an option names the file that has
+// it.
 struct Configuration {
   std::wstring file;
   std::wstring folder;
@@ -48,8 +49,8 @@ struct ConfigurationProblem {
   std::wstring text;
 };
 
-// Reads the file at the full path `file`. Anything unknown in it is an error: a misspelt name would be an ignored
-// setting otherwise. Returns false with `problem` filled.
+// Reads the file at the full path `file`. Anything unknown in it is an error: a misspelt name would
+// be an ignored setting otherwise. Returns false with `problem` filled.
 bool ReadConfiguration(const std::wstring& file, Configuration& configuration,
                        ConfigurationProblem& problem);
 

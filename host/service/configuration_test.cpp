@@ -28,10 +28,11 @@ class ConfigurationFile : public ::testing::Test {
 };
 
 TEST_F(ConfigurationFile, GivesPluginsTheirOptionsAndResolvesPathsAgainstItsFolder) {
-  ASSERT_TRUE(Read("\xEF\xBB\xBF<host name='H' data='d\\..\\data\\'>\n<declares host='W'/>\n"
-                   "<plugin name='P' library='l.dll' object='O'>"
-                   "<option name='server' value='\xC3\xA4 &amp; b'/><option name='empty' value=''/>"
-                   "</plugin></host>"))
+  ASSERT_TRUE(
+      Read("\xEF\xBB\xBF<host name='H' data='d\\..\\data\\'>\n<declares host='W'/>\n"
+           "<plugin name='P' library='l.dll' object='O'>"
+           "<option name='server' value='\xC3\xA4 &amp; b'/><option name='empty' value=''/>"
+           "</plugin></host>"))
       << std::string(problem_.text.begin(), problem_.text.end());
   EXPECT_EQ(configuration_.declared, (std::vector<std::wstring>{L"H", L"W"}));
   ConfigurationObject object(configuration_);
@@ -45,7 +46,8 @@ TEST_F(ConfigurationFile, GivesPluginsTheirOptionsAndResolvesPathsAgainstItsFold
 }
 
 TEST_F(ConfigurationFile, TheTemplateIsAGoodConfiguration) {
-  std::ifstream in(std::filesystem::path(FolderOf(ProgramPath()) + L"\\TsrSecurityService.exe.xml.in"));
+  std::ifstream in(
+      std::filesystem::path(FolderOf(ProgramPath()) + L"\\TsrSecurityService.exe.xml.in"));
   ASSERT_TRUE(Read({std::istreambuf_iterator<char>(in), {}}));
   EXPECT_EQ(configuration_.plugins.size(), 6u);
 }
@@ -55,9 +57,11 @@ TEST_F(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
   const std::string plugin = "<plugin name='P' library='l' object='O'>";
   const std::string good_plugin = plugin + "</plugin>\n";
   std::string deep;
-  for (int i = 0; i < 100000; ++i) deep += "<a>";
+  for (int i = 0; i < 100000; ++i)
+    deep += "<a>";
   std::string many;
-  for (int i = 0; i < 40; ++i) many += "<declares host='D" + std::to_string(i) + "'/>";
+  for (int i = 0; i < 40; ++i)
+    many += "<declares host='D" + std::to_string(i) + "'/>";
   const struct {
     std::string text;
     int line;
@@ -68,7 +72,8 @@ TEST_F(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
       {head + "</host>\n\n" + std::string(1, '\0') + "x", 4, L"no UTF-8"},
       {head + "<plugin", 2, L"no XML"},
       {head + deep, 2, L"no XML"},
-      {"<!DOCTYPE host [<!ENTITY x SYSTEM 'file:///etc/passwd'>]>\n<host name='&x;' data='d'/>", 2, L"bad host name"},
+      {"<!DOCTYPE host [<!ENTITY x SYSTEM 'file:///etc/passwd'>]>\n<host name='&x;' data='d'/>", 2,
+       L"bad host name"},
       {"<config/>", 1, L"the root must be <host>"},
       {"<host data='d'/>", 1, L"lacks the attribute \"name\""},
       {"<host name='..\\x' data='d'/>", 1, L"bad host name"},
@@ -79,11 +84,14 @@ TEST_F(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
       {head + "<declares host='H'/></host>", 2, L"declared twice"},
       {head + many + "</host>", 2, L"too many hosts"},
       {head + good_plugin + good_plugin + "</host>", 3, L"\"P\" is there already"},
-      {head + "<plugin name='Host.Configuration' library='l' object='O'/></host>", 2, L"is there already"},
+      {head + "<plugin name='Host.Configuration' library='l' object='O'/></host>", 2,
+       L"is there already"},
       {head + "<plugin name='P' library='l'/></host>", 2, L"lacks the attribute \"object\""},
-      {head + "<plugin name='P' library='l' object='O' secret='s'/></host>", 2, L"unknown attribute \"secret\""},
+      {head + "<plugin name='P' library='l' object='O' secret='s'/></host>", 2,
+       L"unknown attribute \"secret\""},
       {head + plugin + "\n<option name='a'/></plugin></host>", 3, L"lacks the attribute \"value\""},
-      {head + plugin + "<option name='a' value='1'/>\n<option name='a' value='2'/></plugin></host>", 3, L"given twice"},
+      {head + plugin + "<option name='a' value='1'/>\n<option name='a' value='2'/></plugin></host>",
+       3, L"given twice"},
       {head + "<log path='l' level='loud'/></host>", 2, L"unusable value \"loud\""},
       {head + "<log path='l' maxSize='99999999999999999999'/></host>", 2, L"unusable value"},
       {head + "<log path='l'/>\n<log path='m'/></host>", 3, L"misplaced element <log>"},

@@ -48,6 +48,9 @@ bool HostProcess::Prepare() {
   if (!orn::CreateFolderRecursively(data)) {
     return fail(L"the data folder \"" + configuration_.data + L"\" cannot be made", GetLastError());
   }
+  if ((GetFileAttributesW(data.c_str()) & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+    return fail(L"the data folder \"" + configuration_.data + L"\" is a file", ERROR_DIRECTORY);
+  }
   if (!configuration_.instance.empty()) {
     SetEnvironmentVariableW(kInstanceVariable, configuration_.instance.c_str());
   }
@@ -71,11 +74,13 @@ bool HostProcess::DeclareHosts() {
     uint32_t status = host->Open(name);
     if (status == 0) status = host->Declare();
     if (status == error::kAlreadyExists) {
-      ReportError(Problem(configuration_.file, 0, L"host \"" + name + L"\" is running already", status));
+      ReportError(
+          Problem(configuration_.file, 0, L"host \"" + name + L"\" is running already", status));
       return false;
     }
     if (status != 0) {
-      ReportError(Problem(configuration_.file, 0, L"host \"" + name + L"\" cannot be declared", status));
+      ReportError(
+          Problem(configuration_.file, 0, L"host \"" + name + L"\" cannot be declared", status));
       return false;
     }
     hosts_.push_back(std::move(host));
@@ -115,7 +120,8 @@ bool HostProcess::StartPlugin(Plugin& plugin) {
   const uint32_t loaded = plugin.object.Load(entry.library.c_str(), entry.object.c_str());
   SetThreadErrorMode(error_mode, nullptr);
   if (loaded == error::kNotFound || loaded == error::kUnknownMethod) {
-    return fail(L"library \"" + entry.library + L"\" offers no plug-in \"" + entry.object + L"\"", loaded);
+    return fail(L"library \"" + entry.library + L"\" offers no plug-in \"" + entry.object + L"\"",
+                loaded);
   }
   if (loaded != 0) return fail(L"library \"" + entry.library + L"\" cannot be loaded", loaded);
 
@@ -174,8 +180,8 @@ void HostProcess::StartStopLimit() {
 }
 
 void HostProcess::End(uint32_t exit_code) {
-  ORN_LOG(logging::kInformation, kFunction, L"Host %s ends with code %u", configuration_.name.c_str(),
-          exit_code);
+  ORN_LOG(logging::kInformation, kFunction, L"Host %s ends with code %u",
+          configuration_.name.c_str(), exit_code);
   log_.End();
   TerminateProcess(GetCurrentProcess(), exit_code);
   for (;;)

@@ -17,11 +17,12 @@ namespace host {
 
 // The life of the host that a configuration describes. All operations belong to the main thread.
 //
-// It is never destroyed, and neither are its plug-ins: after the last UnInit the process ends by force, with its
-// exit code, while everything is still in its place. An orderly end of a C++ process destroys static objects
-// after the system has killed all other threads, wherever they were: one that was killed inside a plug-in's
-// spin lock would leave the lock taken, and the destructors would wait for it for ever. And a plug-in
-// may not be destroyed while a thread of another still holds a reference that it gives back in a destructor.
+// It is never destroyed, and neither are its plug-ins: after the last UnInit the process ends by
+// force, with its exit code, while everything is still in its place. An orderly end of a C++
+// process destroys static objects after the system has killed all other threads, wherever they
+// were: one that was killed inside a plug-in's spin lock would leave the lock taken, and the
+// destructors would wait for it for ever. And a plug-in may not be destroyed while a thread of
+// another still holds a reference that it gives back in a destructor.
 class HostProcess : public IServMain {
  public:
   // `configuration` is not owned.
@@ -32,8 +33,9 @@ class HostProcess : public IServMain {
 
   IComponentManager* GetComponentManager() override { return &components_; }
 
-  // Runs the host from its first plug-in's Init to its last one's UnInit, and ends the process: with code 0 after an
-  // orderly stop, with code 1 where the host could not be started or did not stop in time.
+  // Runs the host from its first plug-in's Init to its last one's UnInit, and ends the process:
+  // with code 0 after an orderly stop, with code 1 where the host could not be started or did not
+  // stop in time.
   [[noreturn]] void Run();
 
  private:

@@ -23,10 +23,13 @@ TEST(HostProcess, PluginsStartOneByOneAndStopBackwardsAfterTheLastCallFromOutsid
   runner.ReadUntil("is running");
   runner.AskToStop();
   const std::string name = Utf8(runner.name());
-  EXPECT_EQ(runner.ReadToEnd(),
-            "A.Init\nA.Start\nB.Init\nB.get 0 object\nB.Start\nC.Init\nC.Start\n"
-            "Host " + name + " is running\nHost " + name + " stops\n"
-            "A.call ends\nA.CloseIntake\nC.Stop\nB.Stop\nA.Stop\nC.UnInit\nB.UnInit\nA.UnInit\n");
+  EXPECT_EQ(
+      runner.ReadToEnd(),
+      "A.Init\nA.Start\nB.Init\nB.get 0 object\nB.Start\nC.Init\nC.Start\n"
+      "Host " +
+          name + " is running\nHost " + name +
+          " stops\n"
+          "A.call ends\nA.CloseIntake\nC.Stop\nB.Stop\nA.Stop\nC.UnInit\nB.UnInit\nA.UnInit\n");
   EXPECT_EQ(runner.Wait(), 0u);
 }
 
@@ -34,15 +37,17 @@ TEST(HostProcess, WhateverFailsAtTheStartIsOneLineWithCodeOneAndTakesBackWhatWas
   const struct {
     const char* what;
     std::string elements;
-    const char* line;  // After "host.xml(LINE): ".
+    const char* line;    // After "host.xml(LINE): ".
     const char* output;  // Of the plug-ins.
   } kRows[] = {
       {"Init", TestPlugin("A") + TestPlugin("B", Option("failInit", "5002")),
        "(3): plug-in \"B\": Init failed: 5002", "A.Init\nA.Start\nB.Init\n|A.Stop\nA.UnInit\n"},
       {"Start", TestPlugin("A") + TestPlugin("B", Option("failStart", "21")),
-       "(3): plug-in \"B\": Start failed: 21", "A.Init\nA.Start\nB.Init\nB.Start\nB.UnInit\n|A.Stop\nA.UnInit\n"},
+       "(3): plug-in \"B\": Start failed: 21",
+       "A.Init\nA.Start\nB.Init\nB.Start\nB.UnInit\n|A.Stop\nA.UnInit\n"},
       {"library", TestPlugin("A") + "<plugin name='X' library='Absent.dll' object='X'/>\n",
-       "(3): plug-in \"X\": library \"Absent.dll\" cannot be loaded: 126", "A.Init\nA.Start\n|A.Stop\nA.UnInit\n"},
+       "(3): plug-in \"X\": library \"Absent.dll\" cannot be loaded: 126",
+       "A.Init\nA.Start\n|A.Stop\nA.UnInit\n"},
       {"object", "<plugin name='X' library='HostTestPlugin.dll' object='a'/>\n",
        "(2): plug-in \"X\": library \"HostTestPlugin.dll\" offers no plug-in \"a\": 1168", "|"},
       {"no plug-in library", "<plugin name='X' library='log.dll' object='X'/>\n",
@@ -103,8 +108,8 @@ TEST(HostProcess, ASecondOneOfTheSameNameIsRefusedUntilTheFirstIsGoneHoweverItEn
   EXPECT_EQ(second.Wait(), 1u);
 
   // Another instance is another agent.
-  second.Configure("<declares host='Shared'/>", "instance='other-" +
-                                                    std::to_string(GetCurrentProcessId()) + "'");
+  second.Configure("<declares host='Shared'/>",
+                   "instance='other-" + std::to_string(GetCurrentProcessId()) + "'");
   second.Start();
   second.ReadUntil("is running");
   second.Kill();

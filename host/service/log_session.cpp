@@ -19,8 +19,7 @@ uint32_t LogSession::Start(const std::wstring& configuration_file) {
   library_ = LoadLibraryExW(path.c_str(), /*reserved=*/nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   if (library_ == nullptr) return GetLastError();
   const auto init = EntryPoint<logging::LogInitFn>(library_, "LogInit");
-  const auto set_file =
-      EntryPoint<logging::LogSetSettingsFileFn>(library_, "LogSetSettingsFile");
+  const auto set_file = EntryPoint<logging::LogSetSettingsFileFn>(library_, "LogSetSettingsFile");
   const auto apply = EntryPoint<logging::LogApplySettingsFn>(library_, "LogApplySettings");
   const auto monitor = EntryPoint<logging::LogMonitorSettingsFn>(library_, "LogMonitorSettings");
   if (init == nullptr || set_file == nullptr || apply == nullptr || monitor == nullptr) {

@@ -9,16 +9,16 @@
 
 namespace host {
 
-// The host program's use of the log library beside it. Whatever else logs in this process then finds the library
-// loaded and set up.
+// The host program's use of the log library beside it. Whatever else logs in this process then
+// finds the library loaded and set up.
 class LogSession {
  public:
   LogSession() = default;
   LogSession(const LogSession&) = delete;
   LogSession& operator=(const LogSession&) = delete;
 
-  // Loads the library and has it follow the <log> element of `configuration_file`, also through later changes. Returns a
-  // status: 0, or why there is no log.
+  // Loads the library and has it follow the <log> element of `configuration_file`, also through
+  // later changes. Returns a status: 0, or why there is no log.
   uint32_t Start(const std::wstring& configuration_file);
   // Writes out what is held back; the last thing before the process ends.
   void End();

@@ -44,8 +44,8 @@ int wmain(int count, wchar_t** arguments) {
   host::ConfigurationProblem problem;
   if (!host::ReadConfiguration(command_line->configuration, configuration, problem)) {
     host::ReportError(command_line->configuration +
-                      (problem.line > 0 ? L"(" + std::to_wstring(problem.line) + L")" : L"") + L": " +
-                      problem.text + L": " + host::DescribeCode(problem.code));
+                      (problem.line > 0 ? L"(" + std::to_wstring(problem.line) + L")" : L"") +
+                      L": " + problem.text + L": " + host::DescribeCode(problem.code));
     return 1;
   }
   if (command_line->verb == host::CommandLine::Verb::kStop) return StopHost(configuration);

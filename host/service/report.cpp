@@ -12,7 +12,8 @@ void WriteLine(DWORD stream, const std::wstring& text) {
   const std::wstring line = text + L'\n';
   const HANDLE handle = GetStdHandle(stream);
   DWORD written = 0;
-  if (WriteConsoleW(handle, line.c_str(), static_cast<DWORD>(line.size()), &written, nullptr)) return;
+  if (WriteConsoleW(handle, line.c_str(), static_cast<DWORD>(line.size()), &written, nullptr))
+    return;
   // No console but a file or a pipe: UTF-8.
   const auto bytes = orn::ToUtf8(line);
   WriteFile(handle, bytes.c_str(), static_cast<DWORD>(bytes.length()), &written, nullptr);
@@ -25,7 +26,8 @@ std::wstring DescribeCode(uint32_t code) {
   DWORD length =
       FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, /*source=*/nullptr,
                      code, /*language=*/0, text, 512, /*arguments=*/nullptr);
-  while (length > 0 && (text[length - 1] <= L' ' || text[length - 1] == L'.')) --length;
+  while (length > 0 && (text[length - 1] <= L' ' || text[length - 1] == L'.'))
+    --length;
   std::wstring description = std::to_wstring(code);
   if (length > 0) description += L" (" + std::wstring(text, length) + L")";
   return description;

@@ -20,7 +20,8 @@ std::wstring Variable(const wchar_t* name) {
 void RestrictSearchPath() {
   wchar_t system[MAX_PATH];
   wchar_t windows[MAX_PATH];
-  if (GetSystemDirectoryW(system, MAX_PATH) == 0 || GetWindowsDirectoryW(windows, MAX_PATH) == 0) return;
+  if (GetSystemDirectoryW(system, MAX_PATH) == 0 || GetWindowsDirectoryW(windows, MAX_PATH) == 0)
+    return;
   const std::wstring restricted =
       std::wstring(system) + L';' + windows + L';' + FolderOf(ProgramPath());
   const std::wstring found = Variable(L"PATH");

@@ -11,8 +11,8 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
     TerminateProcess(GetCurrentProcess(), 1);
   }
   SetEvent(StopSignal());
-  // When the console is closed the system ends the process as soon as this returns: the stop ends it first, or the
-  // system does a few seconds from now.
+  // When the console is closed the system ends the process as soon as this returns: the stop ends
+  // it first, or the system does a few seconds from now.
   if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
     Sleep(INFINITE);
   }

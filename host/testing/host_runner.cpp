@@ -33,9 +33,10 @@ void HostRunner::Configure(const std::string& elements, const std::string& attri
 
 void HostRunner::Start(std::wstring arguments) {
   if (arguments.empty()) arguments = L"/process /config \"" + file() + L"\"";
-  std::wstring command = L"\"" + FolderOf(ProgramPath()) + L"\\TsrSecurityService.exe\" " + arguments;
-  SECURITY_ATTRIBUTES inheritable{.nLength = sizeof(inheritable), .lpSecurityDescriptor = nullptr,
-                                  .bInheritHandle = TRUE};
+  std::wstring command =
+      L"\"" + FolderOf(ProgramPath()) + L"\\TsrSecurityService.exe\" " + arguments;
+  SECURITY_ATTRIBUTES inheritable{
+      .nLength = sizeof(inheritable), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
   orn::UniqueHandle write;
   CreatePipe(output_.put(), write.put(), &inheritable, 0);
   SetHandleInformation(output_.get(), HANDLE_FLAG_INHERIT, 0);
@@ -81,7 +82,9 @@ void HostRunner::Kill() {
   WaitForSingleObject(process_.get(), INFINITE);
 }
 
-std::string Utf8(const std::wstring& text) { return std::string(orn::ToUtf8(text).view()); }
+std::string Utf8(const std::wstring& text) {
+  return std::string(orn::ToUtf8(text).view());
+}
 
 std::string TestPlugin(const std::string& name, const std::string& options) {
   return "<plugin name=\"" + name + "\" library=\"HostTestPlugin.dll\" object=\"" + name + "\">" +

@@ -6,8 +6,9 @@
 
 namespace host::testing {
 
-// A real TsrSecurityService.exe with a configuration of its own, in a folder of its own. The names of hosts are set apart by
-// the instance "test-PID", which this process has too. Ends the process if it still runs.
+// A real TsrSecurityService.exe with a configuration of its own, in a folder of its own. The names
+// of hosts are set apart by the instance "test-PID", which this process has too. Ends the process
+// if it still runs.
 class HostRunner {
  public:
   HostRunner();
@@ -17,9 +18,11 @@ class HostRunner {
 
   // Writes <host name= data= ATTRIBUTES>ELEMENTS</host>.
   void Configure(const std::string& elements, const std::string& attributes = "");
-  // Starts the program, its output joined in one pipe; with /process and the configuration unless `arguments` says other.
+  // Starts the program, its output joined in one pipe; with /process and the configuration unless
+  // `arguments` says other.
   void Start(std::wstring arguments = L"");
-  // Reads the output up to and with the line that contains `text`, or to its end. What was read since Start.
+  // Reads the output up to and with the line that contains `text`, or to its end. What was read
+  // since Start.
   const std::string& ReadUntil(const std::string& text);
   const std::string& ReadToEnd() { return ReadUntil("\n\n\n"); }
   void AskToStop();

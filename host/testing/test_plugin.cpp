@@ -1,12 +1,12 @@
-// HostTestPlugin.dll: the plug-ins "A", "B" and "C", which write their life to the standard output, a line each, and do
-// what their options say:
+// HostTestPlugin.dll: the plug-ins "A", "B" and "C", which write their life to the standard output,
+// a line each, and do what their options say:
 //
 //   failInit, failStart = CODE   that operation fails
 //   get = NAME                   Init fetches a plug-in and tells the code
 //   tell = VARIABLE              Init writes a variable of the environment
-//   stopHost = NAME              Start stops that host through ServiceInstance.Comm.dll and tells the code
-//   call                         a call is under way from OpenIntake until CloseIntake waits for its end
-//   hang                         Stop does not return
+//   stopHost = NAME              Start stops that host through ServiceInstance.Comm.dll and tells
+//   the code call                         a call is under way from OpenIntake until CloseIntake
+//   waits for its end hang                         Stop does not return
 
 #include <cwchar>
 #include <memory>
