@@ -129,7 +129,7 @@ export function describeEnd(end: SessionEnd): EndWords {
 export function describeSession(state: SessionState): string {
   if (state.phase === "opening") return "Opening…";
   if (state.phase === "open") return `Open ${since(state.since)}`;
-  return describeEnd(state.end).title;
+  return "Ended";
 }
 
 /** "since 14:32", or with the date when that was not today. */

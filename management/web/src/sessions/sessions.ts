@@ -32,8 +32,10 @@ export function isReachable(machineId: string): boolean {
   return machines.value.some((machine) => machine.id === machineId && machine.connected);
 }
 
+/** Shows a machine's tabs. Its terminal takes the keys, also when it was in front already. */
 export function selectMachine(id: string): void {
   selected.value = id;
+  front.value[id]?.terminal.focus();
 }
 
 export function openSession(machineId: string): Session {
