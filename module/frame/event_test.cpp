@@ -22,7 +22,6 @@ template struct Reveal<EventWaitingWriters, &CSyncRWLock::waiting_writers_>;
 namespace {
 
 struct IListener {
-  virtual void Reserved() {}
   virtual int OnValue(const int& value) = 0;
 
  protected:
@@ -75,10 +74,8 @@ TEST(Event, RemoveFromAnotherThreadReturnsOnlyAfterTheCallEnded) {
       return;
     }
     called.Release();
-    for (bool waits = false; !waits && !removed; std::this_thread::yield()) {
-      const std::lock_guard guard(Private<EventLockMutex>(listeners));
-      waits = Private<EventWaitingWriters>(listeners) == 1;
-    }
+    AwaitInside<EventLockMutex>(
+        listeners, [&] { return removed || Private<EventWaitingWriters>(listeners) == 1; });
     event.Fire(2);  // Reads already, so the waiting writer does not hold it back.
     EXPECT_FALSE(removed);
     ended = true;
@@ -128,7 +125,7 @@ TEST(EventDeathTest, SubscriberThatLeavesInsideItsNotificationEndsTheProcess) {
   ValueEvent event(listeners);
   Listener listener([&](int) { listeners.Remove(&listener); });
   listeners.Add(&listener);
-  EXPECT_EXIT(event.Fire(1), testing::ExitedWithCode(3), "");
+  EXPECT_DEATH(event.Fire(1), "terminate called");
 }
 
 }  // namespace

@@ -31,27 +31,18 @@ namespace {
 // Returns when `count` threads sleep in `lock`.
 template <class Mutex, class Count, class Lock>
 void AwaitSleepers(Lock& lock, uint32_t count) {
-  for (;; std::this_thread::yield()) {
-    const std::lock_guard guard(Private<Mutex>(lock));
-    if (Private<Count>(lock) == count) return;
-  }
+  AwaitInside<Mutex>(lock, [&] { return Private<Count>(lock) == count; });
 }
 
-// Threads in the order in which the lock let them in.
-class Entries {
- public:
+// Threads in the order in which a lock let them in.
+struct Entries {
   void Add(char who) {
-    const std::lock_guard guard(mutex_);
-    text_ += who;
-  }
-  std::string text() {
-    const std::lock_guard guard(mutex_);
-    return text_;
+    const std::lock_guard guard(mutex);
+    text += who;
   }
 
- private:
-  std::mutex mutex_;
-  std::string text_;
+  std::mutex mutex;
+  std::string text;  // Guarded by mutex; also read when all who add have ended.
 };
 
 TEST(CSyncRWLock, WriterRoleEndsWhenBothCountsAreZeroInEitherOrder) {
@@ -97,7 +88,7 @@ TEST(CSyncRWLock, ReaderReentersPastAWaitingWriterWhileNewReadersQueueBehindIt) 
   lock.UnlockRead(0xFFFFFFFE);
   writer.join();
   reader.join();
-  EXPECT_EQ(entries.text(), "wr");
+  EXPECT_EQ(entries.text, "wr");
 }
 
 TEST(CSyncRWLock, WriterHandsOverToTheNextWriterThenToAllReadersTogether) {
@@ -124,10 +115,11 @@ TEST(CSyncRWLock, WriterHandsOverToTheNextWriterThenToAllReadersTogether) {
   });
   AwaitSleepers<LockMutex, WaitingWriters>(lock, 1);
   lock.UnlockWrite(0);
+  // All three are in before one has left.
   for (int i = 0; i < 3; ++i)
-    inside.Acquire();  // None of them has left yet.
+    inside.Acquire();
   leave.Release(3);
-  EXPECT_EQ(entries.text(), "wrrr");
+  EXPECT_EQ(entries.text, "wrrr");
 }
 
 TEST(CSyncRWLock, ManyThreadsNeverMeetAWriter) {
@@ -169,35 +161,38 @@ TEST(CSyncRWLock, ManyThreadsNeverMeetAWriter) {
 }
 
 TEST(CSyncRWLockDeathTest, MisuseEndsTheProcess) {
-  const auto ends = testing::ExitedWithCode(3);
+  constexpr const char* kEnd = "terminate called";
   CSyncRWLock lock;
-  EXPECT_EXIT((lock.LockRead(0), lock.LockWrite(0)), ends, "");
-  EXPECT_EXIT(lock.UnlockRead(0), ends, "");
-  EXPECT_EXIT(lock.UnlockWrite(0), ends, "");
-  EXPECT_EXIT((lock.LockRead(7), lock.UnlockRead(8)), ends, "");
-  EXPECT_EXIT((lock.LockWrite(7), lock.UnlockWrite(8)), ends, "");
-  EXPECT_EXIT((lock.LockWrite(0), lock.UnlockRead(0)), ends, "");
-  EXPECT_EXIT((lock.LockWrite(0), lock.LockRead(0), lock.UnlockWrite(0), lock.UnlockWrite(0)), ends,
-              "");
+  EXPECT_DEATH((lock.LockRead(0), lock.LockWrite(0)), kEnd);
+  EXPECT_DEATH(lock.UnlockRead(0), kEnd);
+  EXPECT_DEATH(lock.UnlockWrite(0), kEnd);
+  EXPECT_DEATH((lock.LockRead(7), lock.UnlockRead(8)), kEnd);
+  EXPECT_DEATH((lock.LockWrite(7), lock.UnlockWrite(8)), kEnd);
+  EXPECT_DEATH((lock.LockWrite(0), lock.UnlockRead(0)), kEnd);
+  EXPECT_DEATH((lock.LockWrite(0), lock.LockRead(0), lock.UnlockWrite(0), lock.UnlockWrite(0)),
+               kEnd);
 }
 
 TEST(FairMutex, IsHandedOnInTheOrderOfAskingEvenToItsLastHolder) {
   orn::FairMutex mutex;
   Entries entries;
+  Semaphore leave;
   mutex.lock();
-  EXPECT_FALSE(mutex.try_lock());
   std::vector<std::jthread> threads;
   for (const char who : {'1', '2', '3'}) {
     threads.emplace_back([&, who] {
       const std::lock_guard guard(mutex);
+      leave.Acquire();
       entries.Add(who);
     });
-    AwaitSleepers<FairMutexMutex, FairMutexWaiting>(mutex, threads.size());
+    AwaitSleepers<FairMutexMutex, FairMutexWaiting>(mutex, static_cast<uint32_t>(threads.size()));
   }
   mutex.unlock();
+  EXPECT_FALSE(mutex.try_lock());  // It is the first one's, awake or not.
+  leave.Release(3);
   mutex.lock();
   entries.Add('m');
-  EXPECT_EQ(entries.text(), "123m");
+  EXPECT_EQ(entries.text, "123m");
   mutex.unlock();
   EXPECT_TRUE(mutex.try_lock());
   mutex.unlock();

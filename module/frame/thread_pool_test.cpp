@@ -23,48 +23,35 @@ template struct Reveal<Stopping, &ThreadPool::stopping_>;
 namespace {
 
 void AwaitSleepers(ThreadPool& pool, size_t count) {
-  for (;; std::this_thread::yield()) {
-    const std::lock_guard guard(Private<SleepersMutex>(pool));
-    if (Private<Sleepers>(pool).size() == count) return;
-  }
+  AwaitInside<SleepersMutex>(pool, [&] { return Private<Sleepers>(pool).size() == count; });
 }
 
 TEST(ThreadPool, WakesTheThreadThatWentToSleepLast) {
   ThreadPool pool(2);
-  AwaitSleepers(pool, 2);
-  Semaphore release[2];
   Semaphore started;
+  Semaphore release[2];
   std::thread::id threads[2];
-  for (int i : {0, 1}) {
+  const auto occupy = [&](int i) {
     pool.Post([&, i] {
       threads[i] = std::this_thread::get_id();
       started.Release();
       release[i].Acquire();
     });
-  }
-  started.Acquire();
-  started.Acquire();
-  EXPECT_NE(threads[0], threads[1]);
+    started.Acquire();
+  };
   for (const int last : {0, 1}) {
+    occupy(0);
+    occupy(1);
+    const std::thread::id went_last = threads[last];
     release[1 - last].Release();
     AwaitSleepers(pool, 1);
     release[last].Release();
     AwaitSleepers(pool, 2);
-    std::thread::id woken[2];
-    for (int i : {0, 1}) {
-      pool.Post([&, i] {
-        woken[i] = std::this_thread::get_id();
-        started.Release();
-        release[i].Acquire();
-      });
-      started.Acquire();
-    }
-    EXPECT_EQ(woken[0], threads[last]);
-    threads[0] = woken[0];
-    threads[1] = woken[1];
+    occupy(0);
+    EXPECT_EQ(threads[0], went_last);
+    release[0].Release();
+    AwaitSleepers(pool, 2);
   }
-  release[0].Release();
-  release[1].Release();
 }
 
 TEST(ThreadPool, StopEndsTheRunningTaskAndNeverRunsTheQueuedOnes) {

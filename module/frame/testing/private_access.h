@@ -1,11 +1,16 @@
 #pragma once
 
-// For tests only: reads a private member where only the inside of a class tells that a thread has
+#include <mutex>
+#include <thread>
+
+// For tests only: reads private members where only the inside of a class tells that a thread has
 // gone to sleep. An explicit instantiation may name what is private:
 //
+//   struct LockMutex : PrivateMember<CSyncRWLock, std::mutex> {};
 //   struct Waiting : PrivateMember<CSyncRWLock, uint32_t> {};
+//   template struct Reveal<LockMutex, &CSyncRWLock::mutex_>;
 //   template struct Reveal<Waiting, &CSyncRWLock::waiting_writers_>;
-//   ... Private<Waiting>(lock) ...
+//   ... AwaitInside<LockMutex>(lock, [&] { return Private<Waiting>(lock) == 1; });
 template <class Class, class Member>
 struct PrivateMember {
   using Pointer = Member Class::*;
@@ -24,4 +29,13 @@ struct Reveal {
 template <class Tag, class Class>
 auto& Private(Class& object) {
   return object.*Revealed<Tag>::pointer;
+}
+
+// Returns when `reached` holds, looked at under the object's own mutex.
+template <class Mutex, class Class, class Predicate>
+void AwaitInside(Class& object, Predicate reached) {
+  for (;; std::this_thread::yield()) {
+    const std::lock_guard guard(Private<Mutex>(object));
+    if (reached()) return;
+  }
 }
