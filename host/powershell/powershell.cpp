@@ -1,6 +1,7 @@
-// The shell of the project's own Wine prefixes. Windows has PowerShell; Wine has an empty program in its
-// place. This one stands there instead and runs cmd.exe in the same console, with the same handles,
-// until it ends, and passes its exit code on. It is no part of what is installed on Windows.
+// The shell of the project's own Wine prefixes. Windows has PowerShell; Wine has an empty program
+// in its place. This one stands there instead and runs cmd.exe in the same console, with the same
+// handles, until it ends, and passes its exit code on. It is no part of what is installed on
+// Windows.
 
 #include <string>
 
@@ -8,33 +9,52 @@
 
 namespace {
 
+HANDLE interrupted;  // A Ctrl-C came while the present shell ran.
+
 // Ctrl-C is the shell's business; only its end is this program's. A handler and not
 // SetConsoleCtrlHandler(nullptr, TRUE): that one the shell would inherit.
-BOOL WINAPI IgnoreInterrupt(DWORD event) {
-  return event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+BOOL WINAPI OnInterrupt(DWORD event) {
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
+  SetEvent(interrupted);
+  return TRUE;
+}
+
+// Wine ends a program that does not handle Ctrl-C with the exit code 0, and its cmd.exe is one.
+// Both programs are told at once, so that the word may come here a moment after the shell's end.
+bool EndedByInterrupt(DWORD exit_code) {
+  constexpr DWORD kGraceMilliseconds = 100;
+  return exit_code == 0 && WaitForSingleObject(interrupted, kGraceMilliseconds) == WAIT_OBJECT_0;
 }
 
 }  // namespace
 
 int wmain() {
-  SetConsoleCtrlHandler(IgnoreInterrupt, /*Add=*/TRUE);
+  const orn::UniqueHandle event(CreateEventW(/*security=*/nullptr, /*manualReset=*/FALSE,
+                                             /*initialState=*/FALSE, /*name=*/nullptr));
+  interrupted = event.get();
+  SetConsoleCtrlHandler(OnInterrupt, /*Add=*/TRUE);
 
   std::wstring program(MAX_PATH, L'\0');
   program.resize(GetSystemDirectoryW(program.data(), MAX_PATH));
   program += L"\\cmd.exe";
 
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION process = {};
-  if (!CreateProcessW(program.c_str(), /*commandLine=*/nullptr, /*processAttributes=*/nullptr,
-                      /*threadAttributes=*/nullptr, /*inheritHandles=*/TRUE, /*creationFlags=*/0,
-                      /*environment=*/nullptr, /*currentDirectory=*/nullptr, &startup, &process)) {
-    return static_cast<int>(GetLastError());
+  // A shell ends by Ctrl-C only the command that runs. Here a new one goes on in its place.
+  for (;;) {
+    ResetEvent(interrupted);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(program.c_str(), /*commandLine=*/nullptr, /*processAttributes=*/nullptr,
+                        /*threadAttributes=*/nullptr, /*inheritHandles=*/TRUE, /*creationFlags=*/0,
+                        /*environment=*/nullptr, /*currentDirectory=*/nullptr, &startup,
+                        &process)) {
+      return static_cast<int>(GetLastError());
+    }
+    const orn::UniqueHandle thread(process.hThread);
+    const orn::UniqueHandle shell(process.hProcess);
+    WaitForSingleObject(shell.get(), INFINITE);
+    DWORD exit_code = 1;
+    GetExitCodeProcess(shell.get(), &exit_code);
+    if (!EndedByInterrupt(exit_code)) return static_cast<int>(exit_code);
   }
-  const orn::UniqueHandle thread(process.hThread);
-  const orn::UniqueHandle shell(process.hProcess);
-  WaitForSingleObject(shell.get(), INFINITE);
-  DWORD exit_code = 1;
-  GetExitCodeProcess(shell.get(), &exit_code);
-  return static_cast<int>(exit_code);
 }

@@ -27,6 +27,12 @@ constexpr char kRows[] = "rows";
 
 }  // namespace
 
+struct Terminal::Read {
+  std::vector<uint8_t> buffer = std::vector<uint8_t>(kReadSize);
+  UniqueHandle event;
+  OVERLAPPED overlapped{};
+};
+
 Terminal::Terminal(const StringT<char>& id, const StringT<wchar_t>& stdin_pipe,
                    const StringT<wchar_t>& stdout_pipe,
                    VeldConnector::Stream::IConnection* connection, uint32_t inactivity_timeout) {
@@ -58,6 +64,8 @@ Terminal::Terminal(const StringT<char>& id, const StringT<wchar_t>& stdin_pipe,
   inactivity_thread_ = std::thread(&Terminal::UserInactivityChecker, this);
 }
 
+Terminal::~Terminal() = default;
+
 bool Terminal::IsValid() const {
   return stdin_.get() != nullptr && stdout_.get() != nullptr && stop_event_.get() != nullptr &&
          activity_event_.get() != nullptr && comm_stream_ != nullptr && !id_.empty();
@@ -85,21 +93,23 @@ void Terminal::TerminalOutputWorker() {
       L"orn::RemoteAccess::RemoteAccessAL::Terminal::TerminalOutputWorker");
   SetThreadName(L"Terminal output");
   for (;;) {
-    std::vector<uint8_t> buffer(kReadSize);
-    OVERLAPPED overlapped{};
+    auto read = std::make_unique<Read>();
     // A code that an earlier call left behind would be taken for this read's. Making the event
     // clears it, and nothing may come between the three calls.
-    const UniqueHandle read_event(CreateEventW(/*security=*/nullptr, /*manual_reset=*/FALSE,
-                                               /*initial_state=*/FALSE, /*name=*/nullptr));
-    overlapped.hEvent = read_event.get();
-    const BOOL done = ReadFile(stdout_.get(), buffer.data(), kReadSize, nullptr, &overlapped);
+    read->event.reset(CreateEventW(/*security=*/nullptr, /*manual_reset=*/FALSE,
+                                   /*initial_state=*/FALSE, /*name=*/nullptr));
+    read->overlapped.hEvent = read->event.get();
+    const BOOL done =
+        ReadFile(stdout_.get(), read->buffer.data(), kReadSize, nullptr, &read->overlapped);
     const DWORD code = GetLastError();
     if (!done && code == ERROR_IO_PENDING) {
       // Only here is the stop looked at: what the pipe holds already is still sent.
-      const HANDLE events[] = {stop_event_.get(), overlapped.hEvent};
+      const HANDLE events[] = {stop_event_.get(), read->event.get()};
       if (WaitForMultipleObjects(2, events, /*all=*/FALSE, INFINITE) == WAIT_OBJECT_0) {
         ORN_LOG(logging::kTrace, trace.function(),
                 L"TerminalOutput worker thread signaled to stop. Returning");
+        // Nobody calls the read off, and a shell that still prints completes it.
+        abandoned_read_ = std::move(read);
         return;
       }
     } else if (code != ERROR_SUCCESS) {
@@ -107,7 +117,8 @@ void Terminal::TerminalOutputWorker() {
       return;
     }
     DWORD count = 0;
-    GetOverlappedResult(stdout_.get(), &overlapped, &count, /*wait=*/FALSE);
+    GetOverlappedResult(stdout_.get(), &read->overlapped, &count, /*wait=*/FALSE);
+    std::vector<uint8_t>& buffer = read->buffer;
     buffer.resize(count);
     if (!buffer.empty()) OnTerminalOutput(buffer);
   }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -48,7 +49,7 @@ class Terminal final : public VeldConnector::Stream::IConnection::IMessageHandle
   void OnMessage(const std::string& text) override;
 
   // As IMessageHandler demands; by then the stream must be destroyed.
-  ~Terminal() override = default;
+  ~Terminal() override;
 
   // Whether there is something to work with. A pipe that did not open passes: it shows by the first
   // read or write.
@@ -79,10 +80,13 @@ class Terminal final : public VeldConnector::Stream::IConnection::IMessageHandle
   void SendMessageWrapper(const std::string& type, const std::string& content);
   void RequestEnd();
 
+  struct Read;
+
   // The order of the members is the reverse of the order in which they are taken down.
   logging::LogReference log_;
-  UniqueFile stdin_;   // conin, synchronous
-  UniqueFile stdout_;  // conout, overlapped
+  std::unique_ptr<Read> abandoned_read_;  // what the pending read may write to until conout closes
+  UniqueFile stdin_;                      // conin, synchronous
+  UniqueFile stdout_;                     // conout, overlapped
   UniqueHandle stop_event_;
   VeldConnector::Stream::IConnection* comm_stream_ =
       nullptr;  // Not owned; Uninit has it destroyed.

@@ -112,6 +112,9 @@ TEST_F(TerminalInstanceTest, TellsOfADeathOnceAndOfAStopNever) {
   EXPECT_STREQ(conin_.c_str(), L"conin");
   EXPECT_STREQ(conout_.c_str(), L"conout");
   instance_.SetEvents(&events);
+  EXPECT_EQ(instance_.SetSize(100, 30), 0u);
+  PretendedWinpty::failing = "set_size";
+  EXPECT_EQ(instance_.SetSize(100, 30), 1627u);
   {
     TerminalInstance stopped(PretendedWinpty::kTable);
     ASSERT_EQ(stopped.Start("stopped", 80, 24, conin_, conout_), 0u);
@@ -127,14 +130,6 @@ TEST_F(TerminalInstanceTest, TellsOfADeathOnceAndOfAStopNever) {
   WaitForSingleObject(events.told.get(), INFINITE);
   instance_.Stop();
   EXPECT_THAT(events.ids, testing::ElementsAre("id"));
-}
-
-TEST_F(TerminalInstanceTest, RefusedSizeIs1627) {
-  ASSERT_EQ(Start(), 0u);
-  EXPECT_EQ(instance_.SetSize(100, 30), 0u);
-  PretendedWinpty::failing = "set_size";
-  EXPECT_EQ(instance_.SetSize(100, 30), 1627u);
-  instance_.Stop();
 }
 
 TEST_F(TerminalInstanceTest, ShellGetsTheMachinesPathOrElseTheEnvironmentAsItIs) {
