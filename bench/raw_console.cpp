@@ -1,8 +1,9 @@
-// The raw limit that the system is measured against: the same console library and shell, with nothing of
-// ours between the console's pipe and this program.
+// The raw limit that the system is measured against: the same console library and shell, with
+// nothing of ours between the console's pipe and this program.
 //
 //   raw_console flood FILE     types "type FILE"; prints {"bytes": n, "seconds": s}
-//   raw_console echo COUNT     presses COUNT keys; prints their milliseconds to the echo as an array
+//   raw_console echo COUNT     presses COUNT keys; prints their milliseconds to the echo as an
+//   array
 
 #include <chrono>
 #include <cstdio>

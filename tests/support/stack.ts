@@ -1,0 +1,53 @@
+import { type ChildProcess, spawn } from "node:child_process";
+import { mkdtempSync, rmSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join, resolve } from "node:path";
+import { Api } from "./api.ts";
+
+const repository = resolve(import.meta.dirname, "../..");
+
+// The whole system as `./run` starts it, on a free port and in a data folder of its own.
+export class Stack {
+  private constructor(
+    private readonly child: ChildProcess,
+    readonly address: string,
+    readonly token: string,
+    readonly data: string,
+  ) {}
+
+  // Resolves when the machines are connected; rejects with what `./run` printed if it ends before.
+  static async start(options: string[] = []): Promise<Stack> {
+    const data = mkdtempSync(join(tmpdir(), "remote-access-"));
+    const token = `test-${process.pid}`;
+    const args = ["--port", "0", "--data", data, "--token", token, "--no-browser", ...options];
+    const child = spawn(join(repository, "run"), args, {
+      cwd: repository,
+      stdio: ["ignore", "pipe", "pipe"],
+    });
+    const address = await new Promise<string>((ready, failed) => {
+      let printed = "";
+      const read = (chunk: Buffer) => {
+        printed += chunk.toString();
+        const match = /^Ready: (http:\/\/[^/\s]+)/m.exec(printed);
+        if (match?.[1]) ready(match[1]);
+      };
+      child.stdout?.on("data", read);
+      child.stderr?.on("data", read);
+      child.once("exit", (code) => failed(new Error(`./run ended with ${code}:\n${printed}`)));
+    });
+    return new Stack(child, address, token, data);
+  }
+
+  get api(): Api {
+    return new Api(this.address, this.token);
+  }
+
+  // Ends it as Ctrl-C does and gives its exit code. The data folder goes unless `keep` is set.
+  async stop({ keep = false } = {}): Promise<number | null> {
+    const ended = new Promise<number | null>((done) => this.child.once("exit", done));
+    this.child.kill("SIGINT");
+    const code = await ended;
+    if (!keep) rmSync(this.data, { recursive: true, force: true });
+    return code;
+  }
+}

@@ -1,0 +1,72 @@
+import { readdirSync, readFileSync, writeFileSync } from "node:fs";
+import { join } from "node:path";
+import { expect, inject, test } from "vitest";
+import { sharedApi } from "../support/shared_api.ts";
+
+const api = sharedApi();
+const windowBytes = 262_144;
+
+function windowsPath(path: string): string {
+  return `Z:${path.replaceAll("/", "\\")}`;
+}
+
+function flood(): string {
+  const path = join(inject("data"), "flood.txt");
+  writeFileSync(path, `${"0123456789abcdefghijklmnopqrstuvwxyz ".repeat(2)}\r\n`.repeat(700_000));
+  return windowsPath(path);
+}
+
+// Resident bytes of the processes of this run whose command line holds `text`.
+function resident(text: string): number {
+  let bytes = 0;
+  for (const pid of readdirSync("/proc").filter((name) => /^\d+$/.test(name))) {
+    try {
+      const command = readFileSync(`/proc/${pid}/cmdline`, "utf8");
+      if (!command.includes(text) || !command.includes(inject("data"))) continue;
+      bytes += 4096 * Number(readFileSync(`/proc/${pid}/statm`, "utf8").split(" ")[1]);
+    } catch {
+      // The process ended while we looked.
+    }
+  }
+  return bytes;
+}
+
+test("a flood that nobody reads stops at the window, and others go on", async () => {
+  const file = flood();
+  const [stalled, other] = [await api.shell(), await api.shell()];
+  await stalled.echo("ready");
+  await other.echo("ready");
+  const before = resident("TsrSecurityService.exe") + resident("main.js");
+  stalled.socket.pause();
+  stalled.type(`type "${file}"\r`);
+  for (let round = 0; round < 20; round++) await other.echo(`round-${round}`);
+  const grown = resident("TsrSecurityService.exe") + resident("main.js") - before;
+  expect(grown).toBeLessThan(32 * 1024 * 1024);
+
+  // The reader stays away for longer than a send may wait: the stream is given up, the other is not.
+  await api.machineThat((machine) => machine.sessions === 1);
+  await other.echo("still-here");
+  stalled.socket.resume();
+  expect((await stalled.closed).reason).toBe("streamLost");
+  expect(stalled.bytes).toBeLessThan(16 * windowBytes);
+  await other.close();
+});
+
+test("Ctrl-C stops a flood that is read slowly", async () => {
+  const file = flood();
+  const shell = await api.shell();
+  await shell.echo("ready");
+  const timer = setInterval(() => {
+    shell.socket.pause();
+    setTimeout(() => shell.socket.resume(), 80);
+  }, 100);
+  shell.type(`type "${file}"\r`);
+  const start = shell.bytes;
+  await shell.until(() => shell.bytes - start > windowBytes);
+  shell.type("\x03");
+  await shell.echo("after-the-flood");
+  clearInterval(timer);
+  shell.socket.resume();
+  expect(shell.bytes).toBeLessThan(25_000_000);
+  await shell.close();
+});
