@@ -11,7 +11,9 @@ static_assert(sizeof(SRWLOCK) == sizeof(void*) && sizeof(CONDITION_VARIABLE) == 
 
 namespace {
 
-SRWLOCK* AsLock(void** state) { return reinterpret_cast<SRWLOCK*>(state); }
+SRWLOCK* AsLock(void** state) {
+  return reinterpret_cast<SRWLOCK*>(state);
+}
 CONDITION_VARIABLE* AsCondition(void** state) {
   return reinterpret_cast<CONDITION_VARIABLE*>(state);
 }
@@ -20,11 +22,17 @@ constexpr std::chrono::hours kLongest{24};
 
 }  // namespace
 
-void Mutex::lock() noexcept { AcquireSRWLockExclusive(AsLock(&state_)); }
+void Mutex::lock() noexcept {
+  AcquireSRWLockExclusive(AsLock(&state_));
+}
 
-void Mutex::unlock() noexcept { ReleaseSRWLockExclusive(AsLock(&state_)); }
+void Mutex::unlock() noexcept {
+  ReleaseSRWLockExclusive(AsLock(&state_));
+}
 
-void Condition::NotifyAll() noexcept { WakeAllConditionVariable(AsCondition(&state_)); }
+void Condition::NotifyAll() noexcept {
+  WakeAllConditionVariable(AsCondition(&state_));
+}
 
 bool Condition::WaitOnce(Lock& lock, Clock::time_point deadline) noexcept {
   DWORD milliseconds = INFINITE;

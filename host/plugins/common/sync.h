@@ -3,8 +3,9 @@
 #include <chrono>
 #include <mutex>
 
-// A mutex and a condition that cost a quarter of the standard library's ones on this platform, which a key
-// press on its way to a console and back would feel. Used with std::unique_lock and std::lock_guard.
+// A mutex and a condition that cost a quarter of the standard library's ones on this platform,
+// which a key press on its way to a console and back would feel. Used with std::unique_lock and
+// std::lock_guard.
 
 namespace host {
 
@@ -35,7 +36,8 @@ class Condition {
 
   template <class Predicate>
   void Wait(Lock& lock, Predicate predicate) {
-    while (!predicate()) WaitOnce(lock, Clock::time_point::max());
+    while (!predicate())
+      WaitOnce(lock, Clock::time_point::max());
   }
 
   // The predicate's last answer: false after the deadline.

@@ -29,8 +29,8 @@ class TaskThread {
 
   void DropQueued();
 
-  // Waits for the running task, drops the others. What is posted from now on is refused. Not to be called by
-  // a task. Stopping twice has no effect.
+  // Waits for the running task, drops the others. What is posted from now on is refused. Not to be
+  // called by a task. Stopping twice has no effect.
   void Stop();
 
  private:

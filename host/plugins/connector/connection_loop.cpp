@@ -65,8 +65,7 @@ void ConnectionLoop::Run() {
     if (Connect()) {
       const Clock::time_point start = Clock::now();
       Serve();
-      back_off_.OnConnectionLasted(
-          std::chrono::duration_cast<milliseconds>(Clock::now() - start));
+      back_off_.OnConnectionLasted(std::chrono::duration_cast<milliseconds>(Clock::now() - start));
     }
     const milliseconds wait = back_off_.Next();
     Lock lock(mutex_);

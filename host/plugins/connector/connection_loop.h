@@ -12,14 +12,15 @@
 
 namespace host::connector {
 
-// How long to wait before the next attempt: about twice as long each time, from 0.5 s to 30 s, with so much chance in
-// it that the agents of a restarted server come back spread out.
+// How long to wait before the next attempt: about twice as long each time, from 0.5 s to 30 s, with
+// so much chance in it that the agents of a restarted server come back spread out.
 class BackOff {
  public:
   explicit BackOff(uint32_t seed) : random_(seed) {}
 
   std::chrono::milliseconds Next();
-  // A connection has lasted for that long: one that outlived the wait before it starts the row anew.
+  // A connection has lasted for that long: one that outlived the wait before it starts the row
+  // anew.
   void OnConnectionLasted(std::chrono::milliseconds duration);
 
  private:
@@ -34,8 +35,8 @@ struct LoopLimits {
   Outbox::Limits outbox = {};
 };
 
-// Keeps one connection to the server, for as long as it can be had: a thread that connects, receives and hands
-// on to the hub, and one that writes.
+// Keeps one connection to the server, for as long as it can be had: a thread that connects,
+// receives and hands on to the hub, and one that writes.
 class ConnectionLoop {
  public:
   ConnectionLoop(TransportFactory make_transport, Hub& hub, const LoopLimits& limits);

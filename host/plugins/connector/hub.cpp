@@ -43,7 +43,9 @@ Hub::Hub(const StreamLimits& limits, std::function<bool()> is_enabled)
   notifier_.Start(L"Connector notifications");
 }
 
-Hub::~Hub() { CloseIntake(); }
+Hub::~Hub() {
+  CloseIntake();
+}
 
 void Hub::Up(std::shared_ptr<Outbox> outbox) {
   {
@@ -124,9 +126,9 @@ void Hub::CloseIntake() {
 
 void Hub::QueueCall(RpcMessage call) {
   const uint64_t id = call.id;
-  const bool queued = calls_.Post(
-      [this, outbox = outbox_, call = std::move(call)] { RunCall(outbox, call); },
-      kMostWaitingCalls);
+  const bool queued =
+      calls_.Post([this, outbox = outbox_, call = std::move(call)] { RunCall(outbox, call); },
+                  kMostWaitingCalls);
   if (!queued) {
     outbox_->Push(RpcReplyMessage(id, error::kBusy, /*code=*/0, /*text=*/{}),
                   Outbox::Kind::kAnswer);

@@ -19,32 +19,37 @@ namespace host::connector {
 // What lies between a connection to the server and its users in this process: it hands calls to the
 // controllers, messages to the streams, and the connection's ups and downs to the observers.
 //
-// Threads of its own: one for the calls, one at a time; one for OnConnect and OnDisconnect; one for each
-// stream. The thread that brings the server's messages therefore never waits for a user.
+// Threads of its own: one for the calls, one at a time; one for OnConnect and OnDisconnect; one for
+// each stream. The thread that brings the server's messages therefore never waits for a user.
 class Hub {
  public:
-  // `is_enabled` gives the switch as "hello" and "state" tell it. It is called under the hub's mutex.
+  // `is_enabled` gives the switch as "hello" and "state" tell it. It is called under the hub's
+  // mutex.
   Hub(const StreamLimits& limits, std::function<bool()> is_enabled);
   ~Hub();
   Hub(const Hub&) = delete;
   Hub& operator=(const Hub&) = delete;
 
-  // The connection's side, one thread. Up sends "hello" as the connection's first message; Down returns when
-  // the users have been told, so that no session of the next connection meets the end of the last.
+  // The connection's side, one thread. Up sends "hello" as the connection's first message; Down
+  // returns when the users have been told, so that no session of the next connection meets the end
+  // of the last.
   void Up(std::shared_ptr<Outbox> outbox);
   void OnMessage(const std::string& text);
   void Down();
 
-  // The users' side. Delete waits for the calls that run in that user; it is not to be called by one.
+  // The users' side. Delete waits for the calls that run in that user; it is not to be called by
+  // one.
   VeldConnector::ISocketManager* CreateSocketManager(VeldConnector::ISocketConnection* observer);
   void DeleteSocketManager(VeldConnector::ISocketManager* manager);
 
   // Tells the server the state of the switch. Waits for nothing.
   void SendState();
-  // False where the event was not taken: not connected, or too much waits already. Waits for nothing.
+  // False where the event was not taken: not connected, or too much waits already. Waits for
+  // nothing.
   bool TrySendEvent(const std::string& name, const Json::Value& payload);
 
-  // No call, message or notification reaches a user any more; returns when the running ones have ended.
+  // No call, message or notification reaches a user any more; returns when the running ones have
+  // ended.
   void CloseIntake();
 
  private:
@@ -65,7 +70,8 @@ class Hub {
   Condition unused_;
   std::vector<std::unique_ptr<SocketManager>> managers_;
   std::vector<const SocketManager*> in_use_;  // by a call or notification that runs
-  // Null while there is no connection. Changed by the connection's thread only, which reads it without the mutex.
+  // Null while there is no connection. Changed by the connection's thread only, which reads it
+  // without the mutex.
   std::shared_ptr<Outbox> outbox_;
   uint64_t last_event_ = 0;
 };

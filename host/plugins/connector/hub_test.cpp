@@ -89,7 +89,8 @@ std::string Open(const std::string& stream) {
   return R"({"type":"streamOpen","stream":")" + stream + "\"}";
 }
 std::string Inward(const std::string& stream, const std::string& type) {
-  return R"({"type":"stream","stream":")" + stream + R"(","text":"{\"type\":\")" + type + R"(\"}"})";
+  return R"({"type":"stream","stream":")" + stream + R"(","text":"{\"type\":\")" + type +
+         R"(\"}"})";
 }
 
 class HubTest : public testing::Test {
@@ -155,7 +156,8 @@ TEST_F(HubTest, CallsRunOneAtATimeAndOneBeyondSixtyFourWaitingIsBusy) {
   };
   server_.Send(Rpc(1, "F"));
   gate.WaitForEntry();
-  for (int id = 2; id <= 66; ++id) server_.Send(Rpc(id, "F"));
+  for (int id = 2; id <= 66; ++id)
+    server_.Send(Rpc(id, "F"));
   EXPECT_EQ(server_.Take(), RpcReplyMessage(66, 170, 0, ""));
   gate.Open();
   for (int id = 1; id <= 65; ++id) {
@@ -192,14 +194,15 @@ TEST_F(HubTest, AStreamCanBeHadBeforeTheServerOpensItAndOnlyOnce) {
   server_.Send(Open("s"));
   server_.Send(Inward("s", "data"));
   EXPECT_EQ(user_.WaitFor(2).back(), R"({"type":"data"})");
-  // A second user gets one that ends at once, and so does one with an id that the protocol has no room for.
+  // A second user gets one that ends at once, and so does one with an id that the protocol has no
+  // room for.
   for (const std::string& id : {std::string("s"), std::string(300, 'x')}) {
     IConnection* const dead = Claim(id);
     EXPECT_NE(dead, stream);
     EXPECT_NE(dead->Send({"data", ""}, 10), 0u);
   }
-  EXPECT_EQ(user_.WaitFor(4), (Events{"connect", R"({"type":"data"})", kStreamErrorText,
-                                      kStreamErrorText}));
+  EXPECT_EQ(user_.WaitFor(4),
+            (Events{"connect", R"({"type":"data"})", kStreamErrorText, kStreamErrorText}));
   EXPECT_EQ(stream->Send({"data", "1"}, 10), 0u);
   EXPECT_EQ(server_.Take(), StreamMessage("s", "data", "1"));
   // The server's word that the stream is of no use.
@@ -223,7 +226,8 @@ TEST_F(HubTest, ALostConnectionIsToldAfterRunningMessagesAndBeforeTheNextConnect
   server_.Disconnect();
   const uint32_t result = [&] {
     uint32_t code = 0;
-    while ((code = stream->Send({"data", std::string(1000, 'x')}, 10)) == 0) {}
+    while ((code = stream->Send({"data", std::string(1000, 'x')}, 10)) == 0) {
+    }
     return code;
   }();
   EXPECT_TRUE(result != 8 && result != 9) << result;
@@ -270,7 +274,8 @@ TEST_F(HubTest, AServerThatReadsNoAnswersIsGivenUp) {
   Connect({.outbox = {.answer_bytes = 1000, .optional_bytes = 100}});
   server_.StopReading();
   EXPECT_FALSE(hub_.TrySendEvent("E", std::string(200, 'x')));
-  for (int i = 0; i < 200; ++i) server_.Send(R"({"type":"ping"})");
+  for (int i = 0; i < 200; ++i)
+    server_.Send(R"({"type":"ping"})");
   EXPECT_EQ(user_.WaitFor(2), (Events{"connect", "disconnect"}));
 }
 

@@ -9,7 +9,8 @@
 
 namespace host::connector {
 
-// A server in memory for tests: it hands out transports, one connection at a time, and the test plays its part.
+// A server in memory for tests: it hands out transports, one connection at a time, and the test
+// plays its part.
 class MemoryServer {
  public:
   // The factory of a ConnectionLoop. The server must outlive what uses it.
@@ -78,8 +79,8 @@ class MemoryServer {
     }
     bool Send(const std::string& text) override {
       Lock lock(server_.mutex_);
-      server_.changed_.Wait(
-          lock, [this] { return server_.connected_ != this || server_.reading_; });
+      server_.changed_.Wait(lock,
+                            [this] { return server_.connected_ != this || server_.reading_; });
       if (server_.connected_ != this) return false;
       server_.from_agent_.push_back(text);
       server_.changed_.NotifyAll();

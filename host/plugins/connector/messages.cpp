@@ -71,10 +71,9 @@ std::optional<ServerMessage> ReadServerMessage(const std::string& text) {
   }
   if (type == "rpc") {
     RpcMessage rpc;
-    const bool complete = ReadNumber(message, "id", rpc.id) &&
-                          ReadText(message, "module", rpc.module) &&
-                          ReadText(message, "method", rpc.method) &&
-                          ReadText(message, "params", rpc.params);
+    const bool complete =
+        ReadNumber(message, "id", rpc.id) && ReadText(message, "module", rpc.module) &&
+        ReadText(message, "method", rpc.method) && ReadText(message, "params", rpc.params);
     return If(complete, rpc);
   }
   if (type == "streamOpen") {
@@ -148,9 +147,13 @@ std::string EventMessage(uint64_t number, const std::string& name, const Json::V
   return Write(message);
 }
 
-std::string PingText() { return Write(Message("ping")); }
+std::string PingText() {
+  return Write(Message("ping"));
+}
 
-std::string PongText() { return Write(Message("pong")); }
+std::string PongText() {
+  return Write(Message("pong"));
+}
 
 std::optional<InwardText> ReadInwardText(std::string text) {
   Json::Value message;

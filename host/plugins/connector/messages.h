@@ -7,8 +7,8 @@
 #include <string>
 #include <variant>
 
-// The messages between agent and server as docs/protocol.md has them: reading the server's, writing the
-// agent's. Pure functions; whatever the server sends, nothing here throws for it.
+// The messages between agent and server as docs/protocol.md has them: reading the server's, writing
+// the agent's. Pure functions; whatever the server sends, nothing here throws for it.
 
 namespace host::connector {
 
@@ -37,10 +37,12 @@ struct StreamCloseMessage {
 struct PingMessage {};
 struct PongMessage {};
 
-using ServerMessage = std::variant<RpcMessage, StreamOpenMessage, StreamTextMessage,
-                                   StreamCreditMessage, StreamCloseMessage, PingMessage, PongMessage>;
+using ServerMessage =
+    std::variant<RpcMessage, StreamOpenMessage, StreamTextMessage, StreamCreditMessage,
+                 StreamCloseMessage, PingMessage, PongMessage>;
 
-// Nothing for a text that is no JSON object, has an unknown type, or lacks a member or has it of a wrong type.
+// Nothing for a text that is no JSON object, has an unknown type, or lacks a member or has it of a
+// wrong type.
 std::optional<ServerMessage> ReadServerMessage(const std::string& text);
 
 std::string HelloMessage(bool enabled);
@@ -64,12 +66,14 @@ inline constexpr char kStreamStop[] = "streamStop";
 inline constexpr char kResize[] = "resize";
 inline constexpr char kStreamErrorText[] = R"({"type":"streamError"})";
 
-// A "resize" gets both sizes brought into 1..1000, since the console library stops the process over a size of
-// 0 or a huge one. Nothing where `text` is no JSON object, or a "resize" without two numbers.
+// A "resize" gets both sizes brought into 1..1000, since the console library stops the process over
+// a size of 0 or a huge one. Nothing where `text` is no JSON object, or a "resize" without two
+// numbers.
 std::optional<InwardText> ReadInwardText(std::string text);
 
-// The same for the "size" in the parameters of "OpenTerminal": numbers are brought into the range, a size of
-// other things is left out, which gives the default size. Anything else stays as it is, to the byte.
+// The same for the "size" in the parameters of "OpenTerminal": numbers are brought into the range,
+// a size of other things is left out, which gives the default size. Anything else stays as it is,
+// to the byte.
 std::string WithBoundedSize(const std::string& parameters);
 
 }  // namespace host::connector

@@ -16,8 +16,13 @@ TEST(ServerMessages, AreReadWithEachMemberChecked) {
 
   const std::string deep(100'000, '[');
   for (const std::string& text : {
-           std::string(), std::string("{"), std::string("[]"), std::string("null"), deep,
-           std::string(R"({"type":5})"), std::string(R"({"type":"hello"})"),
+           std::string(),
+           std::string("{"),
+           std::string("[]"),
+           std::string("null"),
+           deep,
+           std::string(R"({"type":5})"),
+           std::string(R"({"type":"hello"})"),
            std::string(R"({"type":"rpc","id":0,"module":"","method":"","params":""})"),
            std::string(R"({"type":"rpc","id":-1,"module":"","method":"","params":""})"),
            std::string(R"({"type":"rpc","id":1e300,"module":"","method":"","params":""})"),

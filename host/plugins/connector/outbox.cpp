@@ -12,9 +12,9 @@ bool Outbox::Push(std::string message, Kind kind) {
     const Lock lock(mutex_);
     if (!taking_) return false;
     const size_t bytes = uncredited_bytes_ + message.size();
-    const bool fits = kind == Kind::kCredited ||
-                      bytes <= (kind == Kind::kAnswer ? limits_.answer_bytes
-                                                      : limits_.optional_bytes);
+    const bool fits =
+        kind == Kind::kCredited ||
+        bytes <= (kind == Kind::kAnswer ? limits_.answer_bytes : limits_.optional_bytes);
     if (fits) {
       if (kind != Kind::kCredited) uncredited_bytes_ = bytes;
       queue_.push_back({std::move(message), kind});

@@ -57,7 +57,8 @@ std::wstring EncodeMachineName(std::wstring_view name) {
   std::string_view bytes = utf8.view();
   if (bytes.size() > kLongestName) {
     size_t end = kLongestName;
-    while (end > 0 && (static_cast<unsigned char>(bytes[end]) & 0xC0) == 0x80) --end;
+    while (end > 0 && (static_cast<unsigned char>(bytes[end]) & 0xC0) == 0x80)
+      --end;
     bytes = bytes.substr(0, end);
   }
   constexpr wchar_t kDigits[] = L"0123456789ABCDEF";

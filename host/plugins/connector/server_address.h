@@ -16,7 +16,8 @@ struct ServerAddress {
   bool IsLoopback() const;
 };
 
-// Reads ws://host[:port][/path] or wss://...; without a path it is the server's door for agents, "/api/agent".
+// Reads ws://host[:port][/path] or wss://...; without a path it is the server's door for agents,
+// "/api/agent".
 std::optional<ServerAddress> ParseServerAddress(std::wstring_view url);
 
 // How a machine tells who it is.
@@ -27,7 +28,8 @@ struct MachineIdentity {
 
 bool IsMachineId(std::wstring_view id);
 
-// The text as a header takes it: percent-encoded UTF-8, cut at a whole character to 255 bytes before encoding.
+// The text as a header takes it: percent-encoded UTF-8, cut at a whole character to 255 bytes
+// before encoding.
 std::wstring EncodeMachineName(std::wstring_view name);
 
 }  // namespace host::connector

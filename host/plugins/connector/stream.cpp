@@ -88,8 +88,8 @@ std::optional<uint32_t> Stream::WaitForCreditLocked(Lock& lock, size_t bytes) {
   return std::nullopt;
 }
 
-// The server is told at once and forgets the stream. The user is told by the code of its Send, for which its opening
-// call must have returned.
+// The server is told at once and forgets the stream. The user is told by the code of its Send, for
+// which its opening call must have returned.
 void Stream::LoseLocked(Lock& lock) {
   if (!lost_) {
     lost_ = true;
@@ -106,8 +106,8 @@ void Stream::Accept(const std::string& text) {
   std::optional<InwardText> inward = ReadInwardText(text);
   if (!inward) {
     ORN_LOG(logging::kWarning, L"VeldConnector::Stream::Accept",
-            L"Malformed message of %d bytes for stream %S dropped.",
-            static_cast<int>(text.size()), id_.c_str());
+            L"Malformed message of %d bytes for stream %S dropped.", static_cast<int>(text.size()),
+            id_.c_str());
     return;
   }
   const Lock lock(mutex_);
@@ -216,9 +216,8 @@ void Stream::Destroy() {
 void Stream::Run() {
   Lock lock(mutex_);
   for (;;) {
-    changed_.Wait(lock, [this] {
-      return destroyed_ || (begun_ && handler_ != nullptr && !inbox_.empty());
-    });
+    changed_.Wait(
+        lock, [this] { return destroyed_ || (begun_ && handler_ != nullptr && !inbox_.empty()); });
     if (destroyed_) return;
     const std::string text = std::move(inbox_.front());
     inbox_.pop_front();

@@ -23,10 +23,10 @@ struct StreamLimits {
 
 // One stream between a console and its user in this process.
 //
-// Its user sees an order that keeps a session from being ended twice at once: nothing is delivered, and no
-// Send says that the stream is lost, before the call that opened it has returned (Begin); at most one message that
-// ends the stream is delivered, none after the user's own "streamStop"; from the moment when one is on its way,
-// Send discards and says 0; the codes 8 and 9 come at most once.
+// Its user sees an order that keeps a session from being ended twice at once: nothing is delivered,
+// and no Send says that the stream is lost, before the call that opened it has returned (Begin); at
+// most one message that ends the stream is delivered, none after the user's own "streamStop"; from
+// the moment when one is on its way, Send discards and says 0; the codes 8 and 9 come at most once.
 //
 // A stream without an outbox is dead: it was asked for where there is no connection.
 class Stream final : public VeldConnector::Stream::IConnection,
@@ -51,18 +51,22 @@ class Stream final : public VeldConnector::Stream::IConnection,
 
   // The user has it: its thread starts. Once.
   void StartDelivery();
-  // The call that opened it has returned. False where the connection is gone, and with it what had come in.
+  // The call that opened it has returned. False where the connection is gone, and with it what had
+  // come in.
   bool Begin();
-  // After Begin of a stream without connection: delivers the one "streamError" that ends the session.
+  // After Begin of a stream without connection: delivers the one "streamError" that ends the
+  // session.
   void TellDead();
-  // The connection is lost: waiting Sends return with a code other than 8 and 9, nothing more is delivered.
+  // The connection is lost: waiting Sends return with a code other than 8 and 9, nothing more is
+  // delivered.
   void Disconnect();
-  // The agent is being stopped: nothing more is delivered, and Send discards what it would have to wait for.
+  // The agent is being stopped: nothing more is delivered, and Send discards what it would have to
+  // wait for.
   void CloseIntake();
   // Waits for a running delivery.
   void WaitUntilIdle();
-  // The end of the user's side: makes Sends return and waits for them and for a running delivery, but for one
-  // on the calling thread. Tells the server. Once, after StartDelivery.
+  // The end of the user's side: makes Sends return and waits for them and for a running delivery,
+  // but for one on the calling thread. Tells the server. Once, after StartDelivery.
   void Destroy();
 
  private:
@@ -83,14 +87,14 @@ class Stream final : public VeldConnector::Stream::IConnection,
   IMessageHandler* handler_ = nullptr;  // Not owned.
   std::deque<std::string> inbox_;
   size_t inbox_bytes_ = 0;
-  size_t under_way_ = 0;     // bytes of content without credit yet
-  uint64_t credits_ = 0;     // counts the messages that gave credit
-  int senders_ = 0;          // threads in Send
+  size_t under_way_ = 0;  // bytes of content without credit yet
+  uint64_t credits_ = 0;  // counts the messages that gave credit
+  int senders_ = 0;       // threads in Send
   bool connected_;
   bool begun_ = false;
   bool delivering_ = false;
-  bool silenced_ = false;    // nothing more is taken in
-  bool ending_ = false;      // a message that ends the stream was taken in
+  bool silenced_ = false;  // nothing more is taken in
+  bool ending_ = false;    // a message that ends the stream was taken in
   bool end_delivered_ = false;
   bool stop_sent_ = false;   // the user's own "streamStop"
   bool discarding_ = false;  // CloseIntake

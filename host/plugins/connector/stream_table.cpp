@@ -25,11 +25,13 @@ void StreamTable::Detach() {
   outbox_.reset();
   by_id_.clear();
   telling_end_ = true;
-  for (const Claimed& claimed : claimed_) claimed.stream->Disconnect();
+  for (const Claimed& claimed : claimed_)
+    claimed.stream->Disconnect();
 }
 
 void StreamTable::WaitUntilIdle() {
-  for (const auto& stream : AllClaimed()) stream->WaitUntilIdle();
+  for (const auto& stream : AllClaimed())
+    stream->WaitUntilIdle();
 }
 
 void StreamTable::EndToldToUsers() {
@@ -43,16 +45,17 @@ void StreamTable::CloseIntake() {
     const Lock lock(mutex_);
     intake_closed_ = true;
   }
-  for (const auto& stream : AllClaimed()) stream->CloseIntake();
+  for (const auto& stream : AllClaimed())
+    stream->CloseIntake();
   WaitUntilIdle();
 }
 
 void StreamTable::Open(const std::string& id) {
   const Lock lock(mutex_);
   if (outbox_ == nullptr || intake_closed_ || by_id_.contains(id)) return;
-  const auto unclaimed =
-      std::count_if(by_id_.begin(), by_id_.end(),
-                    [this](const auto& entry) { return !IsClaimedLocked(entry.second); });
+  const auto unclaimed = std::count_if(by_id_.begin(), by_id_.end(), [this](const auto& entry) {
+    return !IsClaimedLocked(entry.second);
+  });
   if (static_cast<size_t>(unclaimed) >= kMostUnclaimed) {
     ORN_LOG(logging::kWarning, L"VeldConnector::StreamTable::Open",
             L"Stream %S is not opened: too many wait to be used.", id.c_str());
@@ -155,7 +158,8 @@ void StreamTable::DestroyAllOf(const void* owner) {
       if (claimed.owner == owner) streams.push_back(claimed.stream);
     }
   }
-  for (const auto& stream : streams) Destroy(stream.get());
+  for (const auto& stream : streams)
+    Destroy(stream.get());
 }
 
 std::shared_ptr<Stream> StreamTable::Find(const std::string& id) {
@@ -172,7 +176,8 @@ bool StreamTable::IsClaimedLocked(const std::shared_ptr<Stream>& stream) const {
 std::vector<std::shared_ptr<Stream>> StreamTable::AllClaimed() {
   const Lock lock(mutex_);
   std::vector<std::shared_ptr<Stream>> streams;
-  for (const Claimed& claimed : claimed_) streams.push_back(claimed.stream);
+  for (const Claimed& claimed : claimed_)
+    streams.push_back(claimed.stream);
   return streams;
 }
 

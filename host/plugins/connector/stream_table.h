@@ -11,12 +11,13 @@
 
 namespace host::connector {
 
-// All streams: those that the server opened in the present connection, and those that a user in this process
-// has, also of connections that are gone. Any thread.
+// All streams: those that the server opened in the present connection, and those that a user in
+// this process has, also of connections that are gone. Any thread.
 //
-// A lost connection is told in this order: Detach, WaitUntilIdle, the users' OnDisconnect, EndToldToUsers. A
-// stream that was opened in between by a call that had not returned in time is ended after that, by a
-// "streamError" of its own, since its user may have met it in OnDisconnect or not.
+// A lost connection is told in this order: Detach, WaitUntilIdle, the users' OnDisconnect,
+// EndToldToUsers. A stream that was opened in between by a call that had not returned in time is
+// ended after that, by a "streamError" of its own, since its user may have met it in OnDisconnect
+// or not.
 class StreamTable {
  public:
   explicit StreamTable(const StreamLimits& limits) : limits_(limits) {}
@@ -29,19 +30,21 @@ class StreamTable {
   void EndToldToUsers();
   void CloseIntake();
 
-  // The server's messages; those for a stream that is unknown, because it has just ended, are dropped.
+  // The server's messages; those for a stream that is unknown, because it has just ended, are
+  // dropped.
   void Open(const std::string& id);
   void Deliver(const std::string& id, const std::string& text);
   void AddCredit(const std::string& id, uint64_t bytes);
   void Close(const std::string& id);
 
-  // Around one call of the server's, which came over the connection of `origin`. A stream that is claimed in
-  // between belongs to that connection, and begins when the call has ended.
+  // Around one call of the server's, which came over the connection of `origin`. A stream that is
+  // claimed in between belongs to that connection, and begins when the call has ended.
   void BeginCall(std::shared_ptr<Outbox> origin);
   void EndCall();
 
-  // The stream of that id for a user who gives it back by Destroy. Where there is no connection, the id
-  // cannot be one, or the stream has a user already, it is a dead one. Null for an empty id only.
+  // The stream of that id for a user who gives it back by Destroy. Where there is no connection,
+  // the id cannot be one, or the stream has a user already, it is a dead one. Null for an empty id
+  // only.
   Stream* Claim(const std::string& id, const void* owner);
   void Destroy(const VeldConnector::Stream::IConnection* stream);
   void DestroyAllOf(const void* owner);
@@ -60,7 +63,7 @@ class StreamTable {
   const StreamLimits limits_;
 
   Mutex mutex_;
-  std::shared_ptr<Outbox> outbox_;  // Null while there is no connection.
+  std::shared_ptr<Outbox> outbox_;                        // Null while there is no connection.
   std::map<std::string, std::shared_ptr<Stream>> by_id_;  // of the present connection
   std::vector<Claimed> claimed_;
   bool in_call_ = false;

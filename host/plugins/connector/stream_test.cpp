@@ -53,7 +53,9 @@ class StreamTest : public testing::Test {
   std::future<uint32_t> SendLater(const char* type, const char* content) {
     return std::async(std::launch::async, [=, this] { return stream_->Send({type, content}, 10); });
   }
-  uint32_t Send(const char* type, const char* content) { return stream_->Send({type, content}, 10); }
+  uint32_t Send(const char* type, const char* content) {
+    return stream_->Send({type, content}, 10);
+  }
   std::string NextSent() {
     std::string text;
     outbox_->Pop(text);
@@ -176,7 +178,8 @@ TEST_F(StreamTest, NothingIsDeliveredAfterTheUsersOwnStop) {
 
 TEST_F(StreamTest, InputThatPilesUpEndsTheStreamInsteadOfGrowing) {
   Open();
-  for (int i = 0; i < 1000; ++i) stream_->Accept(kDataText);
+  for (int i = 0; i < 1000; ++i)
+    stream_->Accept(kDataText);
   stream_->Begin();
   EXPECT_EQ(recorder_.WaitFor(1), std::vector<std::string>{kStreamErrorText});
   Destroy();

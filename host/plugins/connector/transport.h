@@ -31,10 +31,11 @@ class ITransport {
   virtual Opened Open(std::string& reason) = 0;
   // Waits for the next message, at most for `limit`. One thread.
   virtual Received Receive(std::string& text, std::chrono::milliseconds limit) = 0;
-  // Waits until the network has taken the message; false once the connection is closed. One thread, which may
-  // be another than Receive's.
+  // Waits until the network has taken the message; false once the connection is closed. One thread,
+  // which may be another than Receive's.
   virtual bool Send(const std::string& text) = 0;
-  // Ends the connection, and each call above that waits. Any thread, any number of times; never waits.
+  // Ends the connection, and each call above that waits. Any thread, any number of times; never
+  // waits.
   virtual void Close() = 0;
 };
 

@@ -99,7 +99,9 @@ void VeldConnectorPlugin::OpenIntake() {
   loop_->Start();
 }
 
-void VeldConnectorPlugin::CloseIntake() { hub_.CloseIntake(); }
+void VeldConnectorPlugin::CloseIntake() {
+  hub_.CloseIntake();
+}
 
 void VeldConnectorPlugin::OnStored(const wchar_t* key) {
   if (std::wstring_view(key) == kEnabledKey) hub_.SendState();

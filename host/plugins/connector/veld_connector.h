@@ -19,11 +19,12 @@ namespace host {
 
 struct IHostConfiguration;
 
-// "VeldConnector": one connection to the management server, from OpenIntake to Stop, over which calls and streams
-// come in. It also tells the server how the feature's switch stands.
+// "VeldConnector": one connection to the management server, from OpenIntake to Stop, over which
+// calls and streams come in. It also tells the server how the feature's switch stands.
 //
-// Options: "server", ws://host:port or wss://host:port; "keyFile", the file with the enrolment key, read at each
-// attempt; "machineId", by default the one that Windows was installed with; "machineName", by default the computer's.
+// Options: "server", ws://host:port or wss://host:port; "keyFile", the file with the enrolment key,
+// read at each attempt; "machineId", by default the one that Windows was installed with;
+// "machineName", by default the computer's.
 class VeldConnectorPlugin final : public VeldConnector::IConnector,
                                   public IEventChannel,
                                   public IHostIntake,

@@ -17,9 +17,9 @@ struct InternetHandleCloser {
 };
 using UniqueInternet = std::unique_ptr<void, InternetHandleCloser>;
 
-// The operations under way on one connection, as the library's callbacks report them. Lives until the last
-// handle that knows it has closed, which may be long after its connection was given up: the library writes into
-// its buffer until then.
+// The operations under way on one connection, as the library's callbacks report them. Lives until
+// the last handle that knows it has closed, which may be long after its connection was given up:
+// the library writes into its buffer until then.
 class WinHttpOperations : public std::enable_shared_from_this<WinHttpOperations> {
  public:
   enum class Step { kRequestSent, kHeadersHere, kRead, kWritten };
@@ -33,8 +33,8 @@ class WinHttpOperations : public std::enable_shared_from_this<WinHttpOperations>
   DWORD_PTR NewContext();
   // For a context that no handle has taken.
   static void DropContext(DWORD_PTR context);
-  static void CALLBACK OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
-                                DWORD length) noexcept;
+  static void CALLBACK OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status,
+                                void* information, DWORD length) noexcept;
 
   // Each step is begun before its operation is started.
   void Begin(Step step);

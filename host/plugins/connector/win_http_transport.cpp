@@ -52,7 +52,9 @@ WinHttpTransport::WinHttpTransport(ServerAddress server, MachineIdentity machine
                                    std::wstring key_file)
     : server_(std::move(server)), machine_(std::move(machine)), key_file_(std::move(key_file)) {}
 
-WinHttpTransport::~WinHttpTransport() { Close(); }
+WinHttpTransport::~WinHttpTransport() {
+  Close();
+}
 
 ITransport::Opened WinHttpTransport::Open(std::string& reason) {
   DWORD_PTR context = 0;
@@ -71,8 +73,8 @@ ITransport::Opened WinHttpTransport::Open(std::string& reason) {
 
 bool WinHttpTransport::Prepare(DWORD_PTR& context, std::string& reason) {
   // A proxy has no business between this machine and itself.
-  const DWORD access = server_.IsLoopback() ? WINHTTP_ACCESS_TYPE_NO_PROXY
-                                            : WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY;
+  const DWORD access =
+      server_.IsLoopback() ? WINHTTP_ACCESS_TYPE_NO_PROXY : WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY;
   UniqueInternet session(WinHttpOpen(L"RemoteAccess", access, WINHTTP_NO_PROXY_NAME,
                                      WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC));
   if (session == nullptr) {
@@ -97,7 +99,8 @@ bool WinHttpTransport::Prepare(DWORD_PTR& context, std::string& reason) {
     return false;
   }
   // The key goes to the server that was named and nowhere else.
-  DWORD disabled = WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES | WINHTTP_DISABLE_AUTHENTICATION;
+  DWORD disabled =
+      WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES | WINHTTP_DISABLE_AUTHENTICATION;
   WinHttpSetOption(request.get(), WINHTTP_OPTION_DISABLE_FEATURE, &disabled, sizeof(disabled));
   DWORD timeout = kReceiveTimeoutMs;
   WinHttpSetOption(request.get(), WINHTTP_OPTION_RECEIVE_TIMEOUT, &timeout, sizeof(timeout));
@@ -125,8 +128,9 @@ bool WinHttpTransport::Request(DWORD_PTR context, DWORD& status, std::string& re
     reason = "The key file cannot be read or holds no key.";
     return false;
   }
-  const std::wstring headers = L"Authorization: Bearer " + *key + L"\r\nX-Machine-Id: " + machine_.id +
-                               L"\r\nX-Machine-Name: " + EncodeMachineName(machine_.name) + L"\r\n";
+  const std::wstring headers = L"Authorization: Bearer " + *key + L"\r\nX-Machine-Id: " +
+                               machine_.id + L"\r\nX-Machine-Name: " +
+                               EncodeMachineName(machine_.name) + L"\r\n";
   const Clock::time_point deadline = Clock::now() + kOpenLimit;
   const auto failed = [&](const char* operation, DWORD error) {
     if (operations_->failure() != 0) error = operations_->failure();
@@ -183,9 +187,9 @@ ITransport::Received WinHttpTransport::Receive(std::string& text, std::chrono::m
     if (!reading_) {
       operations_->Begin(Step::kRead);
       auto& buffer = operations_->read_buffer;
-      const DWORD error = WinHttpWebSocketReceive(socket(), buffer.data(),
-                                                  static_cast<DWORD>(buffer.size()),
-                                                  /*pdwBytesRead=*/nullptr, /*peBufferType=*/nullptr);
+      const DWORD error =
+          WinHttpWebSocketReceive(socket(), buffer.data(), static_cast<DWORD>(buffer.size()),
+                                  /*pdwBytesRead=*/nullptr, /*peBufferType=*/nullptr);
       if (error != NO_ERROR) return Received::kClosed;
       reading_ = true;
     }
@@ -236,9 +240,8 @@ bool WinHttpTransport::Send(const std::string& text) {
   // A copy, since a write that was given up may go on for a while.
   operations_->write_buffer = text;
   auto& buffer = operations_->write_buffer;
-  const DWORD error =
-      WinHttpWebSocketSend(socket(), WINHTTP_WEB_SOCKET_UTF8_MESSAGE_BUFFER_TYPE, buffer.data(),
-                           static_cast<DWORD>(buffer.size()));
+  const DWORD error = WinHttpWebSocketSend(socket(), WINHTTP_WEB_SOCKET_UTF8_MESSAGE_BUFFER_TYPE,
+                                           buffer.data(), static_cast<DWORD>(buffer.size()));
   return error == NO_ERROR && operations_->Await(Step::kWritten, Clock::time_point::max());
 }
 
@@ -256,8 +259,9 @@ void WinHttpTransport::Close() {
     socket.swap(socket_);
   }
   operations_->End();
-  // Closed in the reverse order of these variables. A handle that another thread is about to use is refused
-  // there; its value cannot have been given to a new one, since the next attempt is half a second away.
+  // Closed in the reverse order of these variables. A handle that another thread is about to use is
+  // refused there; its value cannot have been given to a new one, since the next attempt is half a
+  // second away.
   if (socket != nullptr) {
     WinHttpWebSocketShutdown(socket.get(), WINHTTP_WEB_SOCKET_SUCCESS_CLOSE_STATUS,
                              /*pvReason=*/nullptr, /*dwReasonLength=*/0);

@@ -10,9 +10,9 @@
 
 namespace host::connector {
 
-// A WebSocket to the server through Windows' own HTTP library, in its asynchronous form: each call starts an
-// operation and waits for its completion, the deadline, or Close, whichever comes first. So nothing hangs on a
-// peer that froze.
+// A WebSocket to the server through Windows' own HTTP library, in its asynchronous form: each call
+// starts an operation and waits for its completion, the deadline, or Close, whichever comes first.
+// So nothing hangs on a peer that froze.
 //
 // The enrolment key is read from its file in Open and kept nowhere.
 class WinHttpTransport final : public ITransport {

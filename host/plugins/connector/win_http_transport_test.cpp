@@ -15,8 +15,8 @@ using namespace std::chrono_literals;
 using Opened = ITransport::Opened;
 using Received = ITransport::Received;
 
-// A real server, a Node.js process. It connects to a control socket, over which it names its port and whose end is its
-// own.
+// A real server, a Node.js process. It connects to a control socket, over which it names its port
+// and whose end is its own.
 class NodeServer {
  public:
   NodeServer() {
@@ -34,7 +34,8 @@ class NodeServer {
     if (StartNode(ntohs(address.sin_port))) control_ = accept(listener, nullptr, nullptr);
     closesocket(listener);
     char digit = 0;
-    while (recv(control_, &digit, 1, 0) == 1 && digit != '\n') port_ = port_ * 10 + (digit - '0');
+    while (recv(control_, &digit, 1, 0) == 1 && digit != '\n')
+      port_ = port_ * 10 + (digit - '0');
   }
   ~NodeServer() { closesocket(control_); }
   NodeServer(const NodeServer&) = delete;
@@ -45,12 +46,14 @@ class NodeServer {
  private:
   static bool StartNode(int control_port) {
     std::wstring command = L"node " RA_SOURCE_DIR
-                           "/host/plugins/connector/win_http_transport_server.mjs " RA_SOURCE_DIR " " +
+                           "/host/plugins/connector/win_http_transport_server.mjs " RA_SOURCE_DIR
+                           " " +
                            std::to_wstring(control_port);
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
-    // Wine starts programs of the machine that it runs on when they are named as files of that machine.
+    // Wine starts programs of the machine that it runs on when they are named as files of that
+    // machine.
     if (!CreateProcessW(L"\\\\?\\unix" RA_NODE, command.data(), /*lpProcessAttributes=*/nullptr,
                         /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/FALSE,
                         /*dwCreationFlags=*/0, /*lpEnvironment=*/nullptr,
@@ -85,8 +88,7 @@ class WinHttpTransportTest : public testing::Test {
     WriteFile(file.get(), key, static_cast<DWORD>(strlen(key)), &written, nullptr);
   }
   void Make(const std::wstring& path = {}, int port = server_->port()) {
-    const auto address =
-        ParseServerAddress(L"ws://127.0.0.1:" + std::to_wstring(port) + path);
+    const auto address = ParseServerAddress(L"ws://127.0.0.1:" + std::to_wstring(port) + path);
     transport_ = std::make_unique<WinHttpTransport>(
         *address, MachineIdentity{L"machine-1", L"B\u00fcro 1"}, key_file_);
   }
@@ -153,7 +155,8 @@ TEST_F(WinHttpTransportTest, CloseEndsWhateverWaits) {
     EXPECT_EQ(Next(), "(none)");
   }
   {
-    // Last, because under Wine the rest of the broken-off write may end up in a connection that is made at once.
+    // Last, because under Wine the rest of the broken-off write may end up in a connection that is
+    // made at once.
     Make();
     ASSERT_EQ(Open(), Opened::kOpen) << reason_;
     EXPECT_EQ(Next(), "machine-1 B%C3%BCro%201");
@@ -161,7 +164,8 @@ TEST_F(WinHttpTransportTest, CloseEndsWhateverWaits) {
     // Against a peer that reads nothing more, a writer comes to a stand sooner or later.
     auto sending = std::async(std::launch::async, [this] {
       transport_->Send("freeze");
-      while (transport_->Send(std::string(kLongestMessage, 'z'))) {}
+      while (transport_->Send(std::string(kLongestMessage, 'z'))) {
+      }
     });
     EXPECT_EQ(sending.wait_for(200ms), std::future_status::timeout);
     transport_->Close();

@@ -10,11 +10,11 @@
 
 namespace host {
 
-// Where the settings of one key are: "Feature/enabled" is the value "enabled" of the folder "Feature", and its named
-// values are those of the folder "Feature\enabled".
+// Where the settings of one key are: "Feature/enabled" is the value "enabled" of the folder
+// "Feature", and its named values are those of the folder "Feature\enabled".
 struct SettingPath {
   HKEY hive = nullptr;
-  std::wstring folder;     // of the node's own value
+  std::wstring folder;  // of the node's own value
   std::wstring own_value;
   std::wstring subfolder;  // of its named values
 };

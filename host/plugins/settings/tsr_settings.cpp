@@ -62,7 +62,8 @@ uint32_t TsrSettings::Store(INode* node, const wchar_t* key, uint32_t, uint32_t 
     return result;
   }
   const Lock lock(mutex_);
-  for (IObserver* const observer : observers_) observer->OnStored(key);
+  for (IObserver* const observer : observers_)
+    observer->OnStored(key);
   return 0;
 }
 

@@ -12,9 +12,9 @@
 
 namespace host {
 
-// "TsrSettings": the persisted settings, in the registry under HKLM\Software\Tessaro. "RemoteAccess/enabled" is the
-// REG_DWORD `enabled` of the key `RemoteAccess` there. Only administrators may write to that place, so nobody else can
-// turn the feature on.
+// "TsrSettings": the persisted settings, in the registry under HKLM\Software\Tessaro.
+// "RemoteAccess/enabled" is the REG_DWORD `enabled` of the key `RemoteAccess` there. Only
+// administrators may write to that place, so nobody else can turn the feature on.
 //
 // Option "root": another place, beginning with HKLM\ or HKCU\.
 class TsrSettings final : public ITsrSettings, public ISettingsWatch, public IServPlugin {

@@ -9,8 +9,8 @@
 
 namespace host {
 
-// A file of lines that keeps the last of them: when "NAME.jsonl" is full it becomes "NAME.1.jsonl", in place of the
-// one before. Any thread.
+// A file of lines that keeps the last of them: when "NAME.jsonl" is full it becomes "NAME.1.jsonl",
+// in place of the one before. Any thread.
 class EventSpool {
  public:
   // `limit` is the size of one of the two files, in bytes.
@@ -18,8 +18,8 @@ class EventSpool {
   EventSpool(const EventSpool&) = delete;
   EventSpool& operator=(const EventSpool&) = delete;
 
-  // When it returns 0 the line is in the file, and survives the end of this process. Otherwise a Windows
-  // error. The line brings its own line feed.
+  // When it returns 0 the line is in the file, and survives the end of this process. Otherwise a
+  // Windows error. The line brings its own line feed.
   uint32_t Append(std::string_view line);
 
  private:

@@ -48,7 +48,9 @@ int32_t ProductMatrix::Init(IServMain* main) {
   return 0;
 }
 
-void ProductMatrix::UnInit() { channel_.Release(); }
+void ProductMatrix::UnInit() {
+  channel_.Release();
+}
 
 uint32_t ProductMatrix::Send(const Json::Value& event, uint32_t) {
   Json::Value line(Json::objectValue);

@@ -11,8 +11,9 @@
 
 namespace host {
 
-// "Product.Matrix": puts each usage event into a spool file, one line of JSON with the time in seconds since 1970,
-// and tells the server of it under the event's own name if there is a connection right now.
+// "Product.Matrix": puts each usage event into a spool file, one line of JSON with the time in
+// seconds since 1970, and tells the server of it under the event's own name if there is a
+// connection right now.
 //
 // Option "spool": the folder of the file, by default `telemetry` in the data folder.
 class ProductMatrix final : public Telemetry::ITelemetry, public IServPlugin {

@@ -30,7 +30,8 @@ class TelemetryTest : public testing::Test {
   TelemetryTest() {
     orn::PathStringT<260> temp;
     orn::GetTempFolder(temp);
-    folder_ = std::wstring(temp.view()) + L"telemetry_test." + std::to_wstring(GetCurrentProcessId());
+    folder_ =
+        std::wstring(temp.view()) + L"telemetry_test." + std::to_wstring(GetCurrentProcessId());
     host_.SetDataFolder(folder_);
   }
   ~TelemetryTest() override {
@@ -84,10 +85,12 @@ TEST_F(TelemetryTest, TheSpoolKeepsTheLatestLinesWholeUnderManyWriters) {
   std::vector<std::thread> writers;
   for (int i = 0; i < 4; ++i) {
     writers.emplace_back([&spool] {
-      for (int n = 0; n < 100; ++n) EXPECT_EQ(spool->Append("123456789\n"), 0u);
+      for (int n = 0; n < 100; ++n)
+        EXPECT_EQ(spool->Append("123456789\n"), 0u);
     });
   }
-  for (std::thread& writer : writers) writer.join();
+  for (std::thread& writer : writers)
+    writer.join();
   EXPECT_EQ(Lines(L"\\events.1.jsonl"), std::vector<std::string>(100, "123456789"));
   EXPECT_EQ(Lines(L"\\events.jsonl"), std::vector<std::string>(100, "123456789"));
   spool.reset();

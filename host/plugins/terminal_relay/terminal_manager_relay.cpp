@@ -11,7 +11,9 @@ namespace host {
 
 using orn::RemoteTerminal::TerminalSize;
 
-TerminalManagerRelay::~TerminalManagerRelay() { Stop(); }
+TerminalManagerRelay::~TerminalManagerRelay() {
+  Stop();
+}
 
 void* TerminalManagerRelay::GetInterface(const InterfaceId& id) {
   if (id == IRemoteTerminalManager::kInterfaceId) return static_cast<IRemoteTerminalManager*>(this);
@@ -27,7 +29,9 @@ int32_t TerminalManagerRelay::Init(IServMain* main) {
                                                 : static_cast<int32_t>(error::kMissingDependency);
 }
 
-void TerminalManagerRelay::UnInit() { manager_.Release(); }
+void TerminalManagerRelay::UnInit() {
+  manager_.Release();
+}
 
 int32_t TerminalManagerRelay::Start() {
   stopping_ = false;
@@ -55,7 +59,9 @@ uint32_t TerminalManagerRelay::OpenTerminal(const Id& id, const TerminalSize& si
   return manager_->OpenTerminal(id, size, coninName, conoutName);
 }
 
-void TerminalManagerRelay::CloseTerminal(const Id& id) { manager_->CloseTerminal(id); }
+void TerminalManagerRelay::CloseTerminal(const Id& id) {
+  manager_->CloseTerminal(id);
+}
 
 uint32_t TerminalManagerRelay::SetSize(const Id& id, const TerminalSize& size) {
   return manager_->SetSize(id, size);
@@ -85,7 +91,8 @@ uint32_t TerminalManagerRelay::Unregister(Subscriber* subscriber) {
 
 void TerminalManagerRelay::OnTerminalClosed(const Id& id) {
   const Lock lock(mutex_);
-  for (Subscriber* const subscriber : subscribers_) queue_.push_back({subscriber, id});
+  for (Subscriber* const subscriber : subscribers_)
+    queue_.push_back({subscriber, id});
   changed_.NotifyAll();
 }
 

@@ -12,10 +12,10 @@
 
 namespace host {
 
-// "RemoteTerminalManager.Relay": stands in front of a terminal manager of the same process ("RemoteTerminalManager.AL")
-// and passes its notifications on from a thread of its own. The manager sends them with its mutex held, and their
-// receiver may be waiting for a call into the manager: across processes that is no harm, within one it would be
-// the end of both.
+// "RemoteTerminalManager.Relay": stands in front of a terminal manager of the same process
+// ("RemoteTerminalManager.AL") and passes its notifications on from a thread of its own. The
+// manager sends them with its mutex held, and their receiver may be waiting for a call into the
+// manager: across processes that is no harm, within one it would be the end of both.
 class TerminalManagerRelay final
     : public orn::RemoteTerminal::IRemoteTerminalManager,
       public orn::RemoteTerminal::IRemoteTerminalManager::IRemoteTerminalManagerNotifications,
@@ -42,8 +42,8 @@ class TerminalManagerRelay final
   void CloseTerminal(const Id& id) override;
   uint32_t SetSize(const Id& id, const orn::RemoteTerminal::TerminalSize& size) override;
   uint32_t Register(Subscriber* subscriber) override;
-  // Drops what waits for the subscriber, and waits for a notification of it that runs, but for one on the
-  // calling thread.
+  // Drops what waits for the subscriber, and waits for a notification of it that runs, but for one
+  // on the calling thread.
   uint32_t Unregister(Subscriber* subscriber) override;
 
   // The manager's notification: queued for everybody who is registered now, in order.

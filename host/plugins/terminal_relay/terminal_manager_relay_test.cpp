@@ -106,7 +106,8 @@ TEST_F(RelayTest, ForwardsCallsAndNotifiesEachSubscriberInOrder) {
   EXPECT_EQ(relay_.Register(&first_), 1627u);
   EXPECT_EQ(relay_.Register(nullptr), 87u);
   EXPECT_EQ(relay_.Register(&second_), 0u);
-  for (const char* const id : {"a", "b", "c"}) manager_.End(id);
+  for (const char* const id : {"a", "b", "c"})
+    manager_.End(id);
   EXPECT_EQ(first_.WaitFor(3), "abc");
   EXPECT_EQ(second_.WaitFor(3), "abc");
   EXPECT_EQ(relay_.Unregister(&second_), 0u);
@@ -147,7 +148,8 @@ TEST_F(RelayTest, UnregisterWaitsForARunningNotificationAndDropsTheRest) {
     EXPECT_TRUE(left);
   });
   // It can be registered again once Unregister has taken it out, and waits.
-  while (relay_.Register(&first_) != 0) std::this_thread::yield();
+  while (relay_.Register(&first_) != 0)
+    std::this_thread::yield();
   leave.set_value();
   unregistered.wait();
   manager_.End("c");
