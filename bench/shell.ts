@@ -71,7 +71,9 @@ try {
   }
 
   const row = (name: string, a: number, b: number) =>
-    console.log(`${name.padEnd(34)} raw ${a.toFixed(1).padStart(8)}   ours ${b.toFixed(1).padStart(8)}   ratio ${(b / a).toFixed(2)}`);
+    console.log(
+      `${name.padEnd(34)} raw ${a.toFixed(1).padStart(8)}   ours ${b.toFixed(1).padStart(8)}   ratio ${(b / a).toFixed(2)}`,
+    );
   row("output, kB/s, median", quantile(speeds.raw, 0.5), quantile(speeds.ours, 0.5));
   row("key press to echo, ms, median", quantile(times.raw, 0.5), quantile(times.ours, 0.5));
   row("key press to echo, ms, 95th pct", quantile(times.raw, 0.95), quantile(times.ours, 0.95));

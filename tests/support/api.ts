@@ -38,13 +38,26 @@ export class Api {
     return machine;
   }
 
-  // Waits until `condition` holds of the machine; the feed tells when to look again.
+  // Waits until `condition` holds of the machine, as the live feed tells it.
   async machineThat(condition: (machine: Machine) => boolean): Promise<Machine> {
-    for (;;) {
-      const machine = await this.machine();
-      if (condition(machine)) return machine;
-      await new Promise((next) => setTimeout(next, 50));
+    const stop = new AbortController();
+    const feed = await fetch(`${this.address}/api/live`, {
+      headers: this.headers,
+      signal: stop.signal,
+    });
+    if (!feed.body) throw new Error(`live: ${feed.status}`);
+    let text = "";
+    for await (const chunk of feed.body.pipeThrough(new TextDecoderStream())) {
+      const lines = (text + chunk).split("\n");
+      text = lines.pop() ?? "";
+      for (const line of lines.filter((each) => each.startsWith("data:"))) {
+        const [machine] = (JSON.parse(line.slice(5)) as { machines: Machine[] }).machines;
+        if (!machine || !condition(machine)) continue;
+        stop.abort();
+        return machine;
+      }
     }
+    throw new Error("the live feed has ended");
   }
 
   async rpc(method: string, parameters: string, module?: string): Promise<RpcAnswer> {
