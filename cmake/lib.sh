@@ -71,7 +71,7 @@ build_agent() { # build_agent TARGETS...
   mkdir -p "$build"
   [[ -e $build/build.ninja ]] || rm -f "$build/configured"
   when_changed "$build/configured" "$inputs" \
-    quietly 'Configuring the build' cmake --preset release -S "$repository"
+    quietly 'Configuring the build' cmake --fresh --preset release -S "$repository"
   if ! ninja -C "$build" -n "$@" | grep -q 'no work to do'; then
     say 'Building the agent'
     quietly 'Building the agent' ninja -C "$build" "$@"
