@@ -172,7 +172,8 @@ windows_path() { # windows_path /absolute/path
 start_process() {
   local log=$1
   shift
-  setsid setpriv --pdeathsig TERM "$@" </dev/null >"$log" 2>&1 &
+  # 9 is the lock of a data folder: it is the script's alone, whatever outlives it.
+  setsid setpriv --pdeathsig TERM "$@" </dev/null >"$log" 2>&1 9>&- &
   # shellcheck disable=SC2034 # Read by the callers.
   started=$!
 }
