@@ -3,7 +3,9 @@
 // handles, until it ends, and passes its exit code on. It is no part of what is installed on
 // Windows.
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "module/frame/handle.h"
 
@@ -26,9 +28,45 @@ bool EndedByInterrupt(DWORD exit_code) {
   return exit_code == 0 && WaitForSingleObject(interrupted, kGraceMilliseconds) == WAIT_OBJECT_0;
 }
 
+// Starts processes into a job that ends with this program, so that the shell and all that it starts
+// do so too. They are born into it: assigning them later would leave one behind where this program
+// is ended in between.
+class JobOfTheShell {
+ public:
+  JobOfTheShell() : job_(CreateJobObjectW(/*security=*/nullptr, /*name=*/nullptr)) {
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof(limits));
+
+    SIZE_T size = 0;
+    InitializeProcThreadAttributeList(nullptr, /*count=*/1, /*flags=*/0, &size);
+    memory_.resize(size);
+    startup_.StartupInfo.cb = sizeof(startup_);
+    startup_.lpAttributeList = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
+    InitializeProcThreadAttributeList(startup_.lpAttributeList, /*count=*/1, /*flags=*/0, &size);
+    list_[0] = job_.get();
+    UpdateProcThreadAttribute(startup_.lpAttributeList, /*flags=*/0, PROC_THREAD_ATTRIBUTE_JOB_LIST,
+                              list_, sizeof(list_), /*previous=*/nullptr, /*returnSize=*/nullptr);
+  }
+
+  bool Start(const std::wstring& program, PROCESS_INFORMATION& process) {
+    return CreateProcessW(program.c_str(), /*commandLine=*/nullptr, /*processAttributes=*/nullptr,
+                          /*threadAttributes=*/nullptr, /*inheritHandles=*/TRUE,
+                          EXTENDED_STARTUPINFO_PRESENT, /*environment=*/nullptr,
+                          /*currentDirectory=*/nullptr, &startup_.StartupInfo, &process) != FALSE;
+  }
+
+ private:
+  orn::UniqueHandle job_;
+  HANDLE list_[1] = {};
+  std::vector<std::byte> memory_;
+  STARTUPINFOEXW startup_ = {};
+};
+
 }  // namespace
 
 int wmain() {
+  JobOfTheShell job;
   const orn::UniqueHandle event(CreateEventW(/*security=*/nullptr, /*manualReset=*/FALSE,
                                              /*initialState=*/FALSE, /*name=*/nullptr));
   interrupted = event.get();
@@ -41,15 +79,8 @@ int wmain() {
   // A shell ends by Ctrl-C only the command that runs. Here a new one goes on in its place.
   for (;;) {
     ResetEvent(interrupted);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(program.c_str(), /*commandLine=*/nullptr, /*processAttributes=*/nullptr,
-                        /*threadAttributes=*/nullptr, /*inheritHandles=*/TRUE, /*creationFlags=*/0,
-                        /*environment=*/nullptr, /*currentDirectory=*/nullptr, &startup,
-                        &process)) {
-      return static_cast<int>(GetLastError());
-    }
+    if (!job.Start(program, process)) return static_cast<int>(GetLastError());
     const orn::UniqueHandle thread(process.hThread);
     const orn::UniqueHandle shell(process.hProcess);
     WaitForSingleObject(shell.get(), INFINITE);
