@@ -1,6 +1,8 @@
 #include "module/jobs/testing/process_counts.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 
 // After windows.h.
 #include <tlhelp32.h>
@@ -35,6 +37,12 @@ std::vector<Entry> Snapshot(DWORD kind, First first, Next next) {
   return entries;
 }
 
+uint64_t CreationTime(HANDLE process) {
+  FILETIME created = {}, unused = {};
+  GetProcessTimes(process, &created, &unused, &unused, &unused);
+  return uint64_t{created.dwHighDateTime} << 32 | created.dwLowDateTime;
+}
+
 }  // namespace
 
 size_t CountHandles() {
@@ -62,13 +70,21 @@ size_t CountThreads() {
 std::vector<orn::UniqueHandle> Descendants() {
   const auto processes =
       Snapshot<PROCESSENTRY32W>(TH32CS_SNAPPROCESS, Process32FirstW, Process32NextW);
-  std::vector<DWORD> ids = {GetCurrentProcessId()};
+  struct Parent {
+    DWORD id;
+    uint64_t created;
+  };
+  std::vector<Parent> parents = {{GetCurrentProcessId(), CreationTime(GetCurrentProcess())}};
   std::vector<orn::UniqueHandle> handles;
-  for (size_t i = 0; i < ids.size(); ++i) {
-    for (const PROCESSENTRY32W& process : processes) {
-      if (process.th32ParentProcessID != ids[i]) continue;
-      ids.push_back(process.th32ProcessID);
-      handles.emplace_back(OpenProcess(SYNCHRONIZE, FALSE, process.th32ProcessID));
+  for (size_t i = 0; i < parents.size(); ++i) {
+    for (const PROCESSENTRY32W& entry : processes) {
+      if (entry.th32ParentProcessID != parents[i].id) continue;
+      orn::UniqueHandle process(
+          OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+      // An older one had a parent that has ended and left its number to this one.
+      if (!process || CreationTime(process.get()) < parents[i].created) continue;
+      parents.push_back({entry.th32ProcessID, CreationTime(process.get())});
+      handles.push_back(std::move(process));
     }
   }
   return handles;

@@ -84,8 +84,9 @@ class Subscriber : public IRemoteTerminalManager::IRemoteTerminalManagerNotifica
   std::vector<std::string> closed_;
 };
 
-// Prints its console's size.
+// Prints its console's size, in one piece: winpty puts its own sequences between two.
 CHILD_ROLE(PrintsTheSize) {
+  setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
   CONSOLE_SCREEN_BUFFER_INFO info = {};
   GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info);
   printf("size=%dx%d.", info.srWindow.Right - info.srWindow.Left + 1,
