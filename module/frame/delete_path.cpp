@@ -13,12 +13,19 @@ using Skip = std::function<bool(const PathStringT<260>&)>;
 // One run with what stays the same on all its levels.
 class Deletion {
  public:
-  Deletion(bool& reboot_needed, bool recursive, Skip skip, const wchar_t* pattern_below)
+  Deletion(bool& reboot_needed, bool recursive, Skip skip, StringT<wchar_t> pattern,
+           bool use_pattern_below)
       : reboot_needed_(reboot_needed),
         recursive_(recursive),
         skip_(std::move(skip)),
-        pattern_below_(pattern_below) {}
+        pattern_(std::move(pattern)),
+        pattern_below_(use_pattern_below ? pattern_.c_str() : L"*") {}
 
+  bool Run(const PathStringT<260>& path, DWORD attributes, bool& all_deleted) {
+    return Delete(path, attributes, pattern_.c_str(), all_deleted);
+  }
+
+ private:
   bool Delete(const PathStringT<260>& path, DWORD attributes, const wchar_t* pattern,
               bool& all_deleted) {
     if (skip_ && skip_(path)) {
@@ -37,7 +44,6 @@ class Deletion {
     return DeleteFolder(path, pattern, all_deleted);
   }
 
- private:
   bool DeleteFolder(const PathStringT<260>& path, const wchar_t* pattern, bool& all_deleted) {
     if (IsFolderLink(path.c_str())) {
       if (*pattern == L'\0') return true;  // As in any folder: finds nothing.
@@ -73,7 +79,8 @@ class Deletion {
   bool& reboot_needed_;
   const bool recursive_;
   const Skip skip_;
-  const wchar_t* const pattern_below_;  // Not owned.
+  const StringT<wchar_t> pattern_;
+  const wchar_t* const pattern_below_;
 };
 
 }  // namespace
@@ -81,9 +88,9 @@ class Deletion {
 bool DeletePath(const wchar_t* path, bool& reboot_needed, bool& all_deleted, bool recursive,
                 Skip skip, unsigned long attributes, StringT<wchar_t> pattern,
                 bool use_pattern_below) {
-  Deletion deletion(reboot_needed, recursive, std::move(skip),
-                    use_pattern_below ? pattern.c_str() : L"*");
-  return deletion.Delete(path, attributes, pattern.c_str(), all_deleted);
+  Deletion deletion(reboot_needed, recursive, std::move(skip), std::move(pattern),
+                    use_pattern_below);
+  return deletion.Run(path, attributes, all_deleted);
 }
 
 bool DeletePath(const wchar_t* path, bool& reboot_needed, Skip skip, StringT<wchar_t> pattern) {
