@@ -85,7 +85,7 @@ bool ConnectionLoop::Connect() {
   std::string reason;
   switch (transport->Open(reason)) {
     case ITransport::Opened::kOpen: {
-      ORN_LOG(logging::kInformation, L"VeldConnector::ConnectionLoop::Connect",
+      ORN_LOG(logging::kNotice, L"VeldConnector::ConnectionLoop::Connect",
               L"Connected to the server.");
       const Lock lock(mutex_);
       if (stopping_) return false;

@@ -42,6 +42,9 @@ class Hub {
   VeldConnector::ISocketManager* CreateSocketManager(VeldConnector::ISocketConnection* observer);
   void DeleteSocketManager(VeldConnector::ISocketManager* manager);
 
+  // As ISessionEnds::MayTellEnd.
+  bool MayTellEnd(const std::string& id) { return streams_.YieldEnd(id); }
+
   // Tells the server the state of the switch. Waits for nothing.
   void SendState();
   // False where the event was not taken: not connected, or too much waits already. Waits for

@@ -62,7 +62,9 @@ std::optional<uint32_t> Stream::ResultWithoutSendingLocked(bool is_stop) {
   if (destroyed_) return 0;
   if (!connected_) return error::kNotConnected;
   if (lost_) {
-    if (is_stop || loss_told_ || !begun_ || discarding_) return error::kNotConnected;
+    if (is_stop || loss_told_ || !begun_ || discarding_ || end_yielded_) {
+      return error::kNotConnected;
+    }
     loss_told_ = true;
     return kStreamLost;
   }
@@ -170,7 +172,7 @@ bool Stream::Begin() {
 
 void Stream::TellDead() {
   const Lock lock(mutex_);
-  if (destroyed_ || stop_sent_ || discarding_ || end_delivered_) return;
+  if (destroyed_ || stop_sent_ || discarding_ || end_delivered_ || end_yielded_) return;
   QueueEndLocked(kStreamErrorText);
 }
 
@@ -186,6 +188,15 @@ void Stream::CloseIntake() {
   discarding_ = true;
   SilenceLocked();
   changed_.NotifyAll();
+}
+
+bool Stream::YieldEnd() {
+  Lock lock(mutex_);
+  changed_.Wait(lock, [this] { return begun_ || destroyed_; });
+  if (end_delivered_ || loss_told_) return false;
+  end_yielded_ = true;
+  SilenceLocked();
+  return true;
 }
 
 void Stream::WaitUntilIdle() {

@@ -26,7 +26,8 @@ struct StreamLimits {
 // Its user sees an order that keeps a session from being ended twice at once: nothing is delivered,
 // and no Send says that the stream is lost, before the call that opened it has returned (Begin); at
 // most one message that ends the stream is delivered, none after the user's own "streamStop"; from
-// the moment when one is on its way, Send discards and says 0; the codes 8 and 9 come at most once.
+// the moment when one is on its way, Send discards and says 0; the codes 8 and 9 come at most once;
+// neither comes once YieldEnd has left the end to somebody else.
 //
 // A stream without an outbox is dead: it was asked for where there is no connection.
 class Stream final : public VeldConnector::Stream::IConnection,
@@ -63,6 +64,10 @@ class Stream final : public VeldConnector::Stream::IConnection,
   // The agent is being stopped: nothing more is delivered, and Send discards what it would have to
   // wait for.
   void CloseIntake();
+  // The user is about to be told from another side that the session has ended: from now on nothing
+  // is delivered and no Send says that the stream is lost. Waits for the opening call to return.
+  // False where the stream has brought an end already.
+  bool YieldEnd();
   // Waits for a running delivery.
   void WaitUntilIdle();
   // The end of the user's side: makes Sends return and waits for them and for a running delivery,
@@ -96,6 +101,7 @@ class Stream final : public VeldConnector::Stream::IConnection,
   bool silenced_ = false;  // nothing more is taken in
   bool ending_ = false;    // a message that ends the stream was taken in
   bool end_delivered_ = false;
+  bool end_yielded_ = false;
   bool stop_sent_ = false;   // the user's own "streamStop"
   bool discarding_ = false;  // CloseIntake
   bool overrun_ = false;     // ended for what had piled up

@@ -5,6 +5,7 @@
 
 #include "host/plugins/connector/messages.h"
 #include "module/frame/log.h"
+#include "module/frame/string.h"
 
 namespace host::connector {
 
@@ -12,6 +13,14 @@ namespace {
 
 // The server opens a stream right before the call that takes it, so few ever wait.
 constexpr size_t kMostUnclaimed = 64;
+
+// As the sessions behind the streams are told apart: ids that differ only behind a zero byte are
+// one.
+bool IsSameSession(const std::string& a, const std::string& b) {
+  const orn::StringT<char> first(a.c_str());
+  const orn::StringT<char> second(b.c_str());
+  return !orn::MbsLess()(first, second) && !orn::MbsLess()(second, first);
+}
 
 }  // namespace
 
@@ -109,11 +118,13 @@ void StreamTable::TellOrphansLocked() {
 
 Stream* StreamTable::Claim(const std::string& id, const void* owner) {
   if (id.empty()) return nullptr;
-  const Lock lock(mutex_);
+  Lock lock(mutex_);
+  // A shell that exits gives its id free a moment before its session ends. Two users of one id
+  // would be the end of the process.
+  destroyed_.Wait(lock, [&] { return !IsClaimedLocked(id); });
   const auto entry = by_id_.find(id);
-  const bool usable = outbox_ != nullptr && (!in_call_ || call_origin_ == outbox_) &&
-                      id.size() <= kLongestStreamId &&
-                      (entry == by_id_.end() || !IsClaimedLocked(entry->second));
+  const bool usable =
+      outbox_ != nullptr && (!in_call_ || call_origin_ == outbox_) && id.size() <= kLongestStreamId;
   std::shared_ptr<Stream> stream;
   if (usable && entry != by_id_.end()) {
     stream = entry->second;
@@ -121,7 +132,7 @@ Stream* StreamTable::Claim(const std::string& id, const void* owner) {
     stream = std::make_shared<Stream>(id, usable ? outbox_ : nullptr, limits_);
     if (usable) by_id_[id] = stream;
   }
-  claimed_.push_back({stream, owner});
+  claimed_.push_back({.stream = stream, .owner = owner});
   stream->StartDelivery();
   if (in_call_) {
     opened_in_call_.push_back(stream);
@@ -135,12 +146,13 @@ void StreamTable::Destroy(const VeldConnector::Stream::IConnection* connection) 
   std::shared_ptr<Stream> stream;
   {
     const Lock lock(mutex_);
-    const auto claimed = std::find_if(
-        claimed_.begin(), claimed_.end(),
-        [connection](const Claimed& candidate) { return candidate.stream.get() == connection; });
+    const auto claimed =
+        std::find_if(claimed_.begin(), claimed_.end(), [connection](const Claimed& candidate) {
+          return candidate.stream.get() == connection && !candidate.ending;
+        });
     if (claimed == claimed_.end()) return;
-    stream = std::move(claimed->stream);
-    claimed_.erase(claimed);
+    claimed->ending = true;
+    stream = claimed->stream;
     if (const auto entry = by_id_.find(stream->id());
         entry != by_id_.end() && entry->second == stream) {
       by_id_.erase(entry);
@@ -148,6 +160,20 @@ void StreamTable::Destroy(const VeldConnector::Stream::IConnection* connection) 
   }
   // Outside the lock: this waits for a handler that may be claiming or destroying another stream.
   stream->Destroy();
+  const Lock lock(mutex_);
+  std::erase_if(claimed_, [&](const Claimed& candidate) { return candidate.stream == stream; });
+  destroyed_.NotifyAll();
+}
+
+bool StreamTable::YieldEnd(const std::string& id) {
+  std::shared_ptr<Stream> stream;
+  {
+    const Lock lock(mutex_);
+    for (const Claimed& claimed : claimed_) {
+      if (!claimed.ending && IsSameSession(claimed.stream->id(), id)) stream = claimed.stream;
+    }
+  }
+  return stream == nullptr || stream->YieldEnd();
 }
 
 void StreamTable::DestroyAllOf(const void* owner) {
@@ -171,6 +197,12 @@ std::shared_ptr<Stream> StreamTable::Find(const std::string& id) {
 bool StreamTable::IsClaimedLocked(const std::shared_ptr<Stream>& stream) const {
   return std::any_of(claimed_.begin(), claimed_.end(),
                      [&](const Claimed& claimed) { return claimed.stream == stream; });
+}
+
+bool StreamTable::IsClaimedLocked(const std::string& id) const {
+  return std::any_of(claimed_.begin(), claimed_.end(), [&](const Claimed& claimed) {
+    return IsSameSession(claimed.stream->id(), id);
+  });
 }
 
 std::vector<std::shared_ptr<Stream>> StreamTable::AllClaimed() {

@@ -42,27 +42,35 @@ class StreamTable {
   void BeginCall(std::shared_ptr<Outbox> origin);
   void EndCall();
 
-  // The stream of that id for a user who gives it back by Destroy. Where there is no connection,
-  // the id cannot be one, or the stream has a user already, it is a dead one. Null for an empty id
-  // only.
+  // The stream of that id for a user who gives it back by Destroy. Where there is no connection, or
+  // the id cannot be one, it is a dead one. Null for an empty id only.
+  //
+  // Waits until an earlier stream of that id is destroyed. Its session must be on its way out by
+  // then, as it is where the terminal manager has given the id free; and the caller may hold
+  // nothing that this way needs.
   Stream* Claim(const std::string& id, const void* owner);
   void Destroy(const VeldConnector::Stream::IConnection* stream);
+  // Stream::YieldEnd of the stream that has a user; true where there is none.
+  bool YieldEnd(const std::string& id);
   void DestroyAllOf(const void* owner);
 
  private:
   struct Claimed {
     std::shared_ptr<Stream> stream;
     const void* owner;
+    bool ending = false;  // Destroy is at work
   };
 
   std::shared_ptr<Stream> Find(const std::string& id);
   bool IsClaimedLocked(const std::shared_ptr<Stream>& stream) const;
+  bool IsClaimedLocked(const std::string& id) const;
   std::vector<std::shared_ptr<Stream>> AllClaimed();
   void TellOrphansLocked();
 
   const StreamLimits limits_;
 
   Mutex mutex_;
+  Condition destroyed_;
   std::shared_ptr<Outbox> outbox_;                        // Null while there is no connection.
   std::map<std::string, std::shared_ptr<Stream>> by_id_;  // of the present connection
   std::vector<Claimed> claimed_;

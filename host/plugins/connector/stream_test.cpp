@@ -99,7 +99,8 @@ TEST_F(StreamTest, WithoutProgressItIsLostWhichIsToldOnceAndNotBeforeItHasBegun)
   EXPECT_EQ(waiting.get(), 8u);
   const uint32_t later = Send("data", "4");
   EXPECT_TRUE(later != 0 && later != 8 && later != 9) << later;
-  // The session is ending already: nothing that comes in may end it again.
+  // The session is ending already: nothing that comes in may end it again, nor anybody else.
+  EXPECT_FALSE(stream_->YieldEnd());
   stream_->Accept(kStopText);
   stream_->EndInward();
   Destroy();
@@ -161,6 +162,26 @@ TEST_F(StreamTest, DeliversInOrderAfterItsBeginningAndEndsOnce) {
   EXPECT_EQ(recorder_.WaitFor(2), (std::vector<std::string>{kDataText, kStopText}));
   Destroy();
   EXPECT_EQ(recorder_.texts().size(), 2u);
+}
+
+TEST_F(StreamTest, AnEndComesFromTheStreamOrFromElsewhere) {
+  Open({.window_bytes = 1, .inward_bytes = 1000, .stall = 1ms});
+  stream_->Begin();
+  EXPECT_TRUE(stream_->YieldEnd());
+  stream_->Accept(kStopText);
+  stream_->EndInward();
+  // The last output goes on as long as it is taken.
+  EXPECT_EQ(Send("data", "1"), 0u);
+  const uint32_t lost = Send("data", "2");
+  EXPECT_TRUE(lost != 0 && lost != 8 && lost != 9) << lost;
+  Destroy();
+  EXPECT_TRUE(recorder_.texts().empty());
+
+  Open();
+  stream_->Begin();
+  stream_->Accept(kStopText);
+  recorder_.WaitFor(1);
+  EXPECT_FALSE(stream_->YieldEnd());
 }
 
 TEST_F(StreamTest, NothingIsDeliveredAfterTheUsersOwnStop) {

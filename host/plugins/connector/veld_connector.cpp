@@ -43,6 +43,7 @@ void* VeldConnectorPlugin::GetInterface(const InterfaceId& id) {
     return static_cast<VeldConnector::IConnector*>(this);
   }
   if (id == IEventChannel::kInterfaceId) return static_cast<IEventChannel*>(this);
+  if (id == ISessionEnds::kInterfaceId) return static_cast<ISessionEnds*>(this);
   if (id == IHostIntake::kInterfaceId) return static_cast<IHostIntake*>(this);
   if (id == IServPlugin::kInterfaceId || id == IOrnBaseInterface::kInterfaceId) {
     return static_cast<IServPlugin*>(this);
@@ -88,6 +89,10 @@ void VeldConnectorPlugin::DeleteSocketManager(VeldConnector::ISocketManager* man
 
 bool VeldConnectorPlugin::TrySendEvent(const std::string& name, const Json::Value& payload) {
   return hub_.TrySendEvent(name, payload);
+}
+
+bool VeldConnectorPlugin::MayTellEnd(const std::string& id) {
+  return hub_.MayTellEnd(id);
 }
 
 void VeldConnectorPlugin::OpenIntake() {

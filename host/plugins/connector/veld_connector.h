@@ -8,6 +8,7 @@
 #include "host/plugins/connector/event_channel.h"
 #include "host/plugins/connector/hub.h"
 #include "host/plugins/connector/server_address.h"
+#include "host/plugins/connector/session_ends.h"
 #include "host/plugins/settings/settings_watch.h"
 #include "module/frame/log_reference.h"
 #include "module/frame/plugin_interfaces.h"
@@ -27,6 +28,7 @@ struct IHostConfiguration;
 // "machineName", by default the computer's.
 class VeldConnectorPlugin final : public VeldConnector::IConnector,
                                   public IEventChannel,
+                                  public ISessionEnds,
                                   public IHostIntake,
                                   public ISettingsWatch::IObserver,
                                   public IServPlugin {
@@ -47,6 +49,8 @@ class VeldConnectorPlugin final : public VeldConnector::IConnector,
   void DeleteSocketManager(VeldConnector::ISocketManager* manager) override;
 
   bool TrySendEvent(const std::string& name, const Json::Value& payload) override;
+
+  bool MayTellEnd(const std::string& id) override;
 
   void OpenIntake() override;
   void CloseIntake() override;

@@ -25,12 +25,14 @@ void* TerminalManagerRelay::GetInterface(const InterfaceId& id) {
 
 int32_t TerminalManagerRelay::Init(IServMain* main) {
   IComponentManager* const manager = main == nullptr ? nullptr : main->GetComponentManager();
+  session_ends_.GetPlugin(manager);
   return manager_.GetPlugin(manager) != nullptr ? 0
                                                 : static_cast<int32_t>(error::kMissingDependency);
 }
 
 void TerminalManagerRelay::UnInit() {
   manager_.Release();
+  session_ends_.Release();
 }
 
 int32_t TerminalManagerRelay::Start() {
@@ -105,7 +107,9 @@ void TerminalManagerRelay::Run() {
     queue_.pop_front();
     running_ = notification.subscriber;
     lock.unlock();
-    notification.subscriber->OnTerminalClosed(notification.id);
+    if (!session_ends_ || session_ends_->MayTellEnd(notification.id.c_str())) {
+      notification.subscriber->OnTerminalClosed(notification.id);
+    }
     lock.lock();
     running_ = nullptr;
     changed_.NotifyAll();

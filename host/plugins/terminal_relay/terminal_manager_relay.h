@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/plugins/common/sync.h"
+#include "host/plugins/connector/session_ends.h"
 #include "module/frame/log_reference.h"
 #include "module/frame/plugin_interfaces.h"
 #include "module/frame/serv_plugin.h"
@@ -16,6 +17,9 @@ namespace host {
 // ("RemoteTerminalManager.AL") and passes its notifications on from a thread of its own. The
 // manager sends them with its mutex held, and their receiver may be waiting for a call into the
 // manager: across processes that is no harm, within one it would be the end of both.
+//
+// Where there is a connector it is asked first: an end that a session's stream has brought already
+// is not told again.
 class TerminalManagerRelay final
     : public orn::RemoteTerminal::IRemoteTerminalManager,
       public orn::RemoteTerminal::IRemoteTerminalManager::IRemoteTerminalManagerNotifications,
@@ -59,6 +63,7 @@ class TerminalManagerRelay final
 
   const logging::LogReference log_;
   ServPlugin<IRemoteTerminalManager> manager_{L"RemoteTerminalManager.AL"};
+  ServPlugin<ISessionEnds> session_ends_{L"VeldConnector"};
   std::thread thread_;
 
   Mutex mutex_;

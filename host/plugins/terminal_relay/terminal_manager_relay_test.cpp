@@ -75,9 +75,19 @@ class Subscriber final : public IRemoteTerminalManager::IRemoteTerminalManagerNo
   std::string heard_;
 };
 
+// A connector where the session "over" has an end already.
+class Connector final : public ISessionEnds, public IOrnBaseInterface {
+ public:
+  void* GetInterface(const InterfaceId& id) override {
+    return id == ISessionEnds::kInterfaceId ? static_cast<ISessionEnds*>(this) : nullptr;
+  }
+  bool MayTellEnd(const std::string& id) override { return id != "over"; }
+};
+
 class RelayTest : public testing::Test {
  protected:
   RelayTest() {
+    host_.Add(L"VeldConnector", &connector_);
     host_.Add(L"RemoteTerminalManager.AL", &manager_);
     EXPECT_EQ(relay_.Init(&host_), 0);
     EXPECT_EQ(relay_.Start(), 0);
@@ -89,6 +99,7 @@ class RelayTest : public testing::Test {
 
   FakeHost host_;
   LockingManager manager_;
+  Connector connector_;
   TerminalManagerRelay relay_;
   Subscriber first_;
   Subscriber second_;
@@ -106,7 +117,7 @@ TEST_F(RelayTest, ForwardsCallsAndNotifiesEachSubscriberInOrder) {
   EXPECT_EQ(relay_.Register(&first_), 1627u);
   EXPECT_EQ(relay_.Register(nullptr), 87u);
   EXPECT_EQ(relay_.Register(&second_), 0u);
-  for (const char* const id : {"a", "b", "c"})
+  for (const char* const id : {"a", "over", "b", "c"})
     manager_.End(id);
   EXPECT_EQ(first_.WaitFor(3), "abc");
   EXPECT_EQ(second_.WaitFor(3), "abc");
