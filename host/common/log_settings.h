@@ -11,14 +11,15 @@ namespace host {
 
 // What the element <log> of a host program's configuration says:
 //
-//   <log path="log\service.log" level="information" maxSize="10485760" files="5"/>
+//   <log path="log\service.log" level="notice" maxSize="10485760" files="5"/>
 //
 // `path` is required, and is relative to the folder of the configuration file; `level` is the least
-// severe one that is written: error, warning, notice, information (the default) or trace; `maxSize`
-// is in bytes.
+// severe one that is written: error, warning, notice (the default), information or trace; `maxSize`
+// is in bytes. From information on the log holds what administrators ask for, from trace on also
+// what they type and see.
 struct LogSettings {
   std::wstring path;
-  uint32_t level_mask = 2 | 4 | 8 | 16;
+  uint32_t level_mask = 2 | 4 | 8;
   uint64_t max_size = 10 * 1024 * 1024;
   uint32_t files = 5;
 };

@@ -18,7 +18,7 @@ struct PluginEntry {
 // A host program's configuration file:
 //
 //   <host name="TsrSecurityService" data="C:\ProgramData\Agent" instance="" stopLimit="60">
-//     <log path="log\service.log" level="information" maxSize="10485760" files="5"/>
+//     <log path="log\service.log" level="notice" maxSize="10485760" files="5"/>
 //     <declares host="TsrRemoteTerminalService"/>
 //     <plugin name="VeldConnector" library="AgentPlugins.dll" object="VeldConnector">
 //       <option name="server" value="https://…"/>

@@ -62,7 +62,7 @@ bool HostProcess::Prepare() {
       return fail(L"log.dll or its file cannot be used", status);
     }
   }
-  ORN_LOG(logging::kInformation, kFunction, L"Host %s begins with %s", configuration_.name.c_str(),
+  ORN_LOG(logging::kNotice, kFunction, L"Host %s begins with %s", configuration_.name.c_str(),
           configuration_.file.c_str());
   components_.Add(kConfigurationName, &configuration_object_);
   return true;
@@ -180,8 +180,8 @@ void HostProcess::StartStopLimit() {
 }
 
 void HostProcess::End(uint32_t exit_code) {
-  ORN_LOG(logging::kInformation, kFunction, L"Host %s ends with code %u",
-          configuration_.name.c_str(), exit_code);
+  ORN_LOG(logging::kNotice, kFunction, L"Host %s ends with code %u", configuration_.name.c_str(),
+          exit_code);
   log_.End();
   TerminateProcess(GetCurrentProcess(), exit_code);
   for (;;)

@@ -40,7 +40,7 @@ void ReportError(const std::wstring& text) {
 
 void ReportProgress(const std::wstring& text) {
   WriteLine(STD_OUTPUT_HANDLE, text);
-  ORN_LOG(logging::kInformation, kFunction, L"%s", text.c_str());
+  ORN_LOG(logging::kNotice, kFunction, L"%s", text.c_str());
 }
 
 }  // namespace host

@@ -14,7 +14,7 @@ std::wstring DescribeCode(uint32_t code);
 // One line on the standard error stream and, as an error, in the log.
 void ReportError(const std::wstring& text);
 
-// One line on the standard output stream and, as information, in the log.
+// One line on the standard output stream and, as a notice, in the log.
 void ReportProgress(const std::wstring& text);
 
 }  // namespace host
