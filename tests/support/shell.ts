@@ -24,6 +24,7 @@ export class Shell {
   private wake: () => void = () => {};
 
   private constructor(readonly socket: WebSocket) {
+    socket.on("error", () => {}); // "close" follows.
     socket.on("message", (data) => this.take(JSON.parse(data.toString()) as StreamMessage));
     this.closed = new Promise((done) => {
       socket.on("close", (code, reason) => {
