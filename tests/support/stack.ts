@@ -1,10 +1,11 @@
 import { type ChildProcess, spawn } from "node:child_process";
 import { mkdtempSync, rmSync } from "node:fs";
 import { tmpdir } from "node:os";
-import { join, resolve } from "node:path";
+import { join } from "node:path";
 import { Api } from "./api.ts";
 
-const repository = resolve(import.meta.dirname, "../..");
+// Tests and benchmarks are run from the root of the repository.
+const repository = process.cwd();
 
 // The whole system as `./run` starts it, on a free port and in a data folder of its own.
 export class Stack {
