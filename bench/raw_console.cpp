@@ -73,7 +73,8 @@ class RawConsole {
     for (std::string tail; tail.find(text) == std::string::npos;) {
       const std::string chunk = Read();
       bytes += chunk.size();
-      tail = tail.substr(tail.size() > text.size() ? tail.size() - text.size() : 0) + chunk;
+      if (tail.size() > text.size()) tail.erase(0, tail.size() - text.size());
+      tail += chunk;
     }
     return bytes;
   }

@@ -9,8 +9,8 @@ node_version=20.20.2 # Fetched only where the machine's own Node is older than 2
 # On a recent kernel one process in several hundred gets a heap on the page that Wine keeps for itself, and
 # does not start (error 1359). Without random addresses the heap has its fixed place elsewhere, so the
 # script that sources this begins anew without them, where that is allowed.
-personality=$(cat /proc/self/personality 2>/dev/null || echo 0)
-if ((!(0x$personality & 0x40000))) && setarch -R true 2>/dev/null; then
+if personality=$(cat /proc/self/personality 2>/dev/null) && ((!(0x$personality & 0x40000))) &&
+  setarch -R true 2>/dev/null; then
   exec setarch -R "$BASH" "$0" "$@"
 fi
 

@@ -132,7 +132,7 @@ void Terminal::OnTerminalOutput(const std::vector<uint8_t>& bytes) {
   std::string encoded;
   base64_.Encode(bytes, encoded, /*pad=*/true);
   Json::Value content;
-  content[kEncodedBuffer] = std::move(encoded);
+  content[kEncodedBuffer] = encoded;
   SendMessageWrapper(kData, writer_.Write(content));
 }
 

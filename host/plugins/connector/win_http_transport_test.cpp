@@ -28,7 +28,7 @@ class NodeServer {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     int size = sizeof(address);
     auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    bind(listener, generic, size);
+    EXPECT_EQ(bind(listener, generic, size), 0);
     getsockname(listener, generic, &size);
     listen(listener, /*backlog=*/1);
     if (StartNode(ntohs(address.sin_port))) control_ = accept(listener, nullptr, nullptr);

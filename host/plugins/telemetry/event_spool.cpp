@@ -6,7 +6,7 @@
 
 namespace host {
 
-EventSpool::EventSpool(std::wstring folder, std::wstring name, uint64_t limit)
+EventSpool::EventSpool(std::wstring folder, const std::wstring& name, uint64_t limit)
     : folder_(std::move(folder)),
       path_(folder_ + L'\\' + name + L".jsonl"),
       old_path_(folder_ + L'\\' + name + L".1.jsonl"),

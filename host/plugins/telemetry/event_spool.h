@@ -14,7 +14,7 @@ namespace host {
 class EventSpool {
  public:
   // `limit` is the size of one of the two files, in bytes.
-  EventSpool(std::wstring folder, std::wstring name, uint64_t limit);
+  EventSpool(std::wstring folder, const std::wstring& name, uint64_t limit);
   EventSpool(const EventSpool&) = delete;
   EventSpool& operator=(const EventSpool&) = delete;
 
