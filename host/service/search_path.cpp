@@ -22,6 +22,7 @@ void RestrictSearchPath() {
   wchar_t windows[MAX_PATH];
   if (GetSystemDirectoryW(system, MAX_PATH) == 0 || GetWindowsDirectoryW(windows, MAX_PATH) == 0)
     return;
+  SetCurrentDirectoryW(system);
   const std::wstring restricted =
       std::wstring(system) + L';' + windows + L';' + FolderOf(ProgramPath());
   const std::wstring found = Variable(L"PATH");
