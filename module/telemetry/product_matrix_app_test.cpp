@@ -11,18 +11,10 @@ TEST_F(ProductMatrixAppTest, TellsHowEachToolEnded) {
   ProductMatrixApp app;
   app.ProcessToolRanEventForOpenTerminal(0);  // Nobody hears it, nothing happens.
   app.Init(this);
-  const std::pair<int32_t, const char*> reasons[] = {{1260, "FeatureDisabled"},
-                                                     {1232, "HostIsStopped"},
-                                                     {1627, "TerminalStartFailed"},
-                                                     {1229, "InvalidStreamConnection"},
-                                                     {6, "InvalidTerminalConnection"},
-                                                     {87, "InvalidParameters"},
-                                                     {0, "success"},
-                                                     {-1, "-1"}};
-  for (const auto& [status, reason] : reasons) {
+  for (const int32_t status : {1229, 6, -1})
     app.ProcessToolRanEventForOpenTerminal(status);
-    EXPECT_EQ(calls.Take().back(), std::string("telemetry ") + reason);
-  }
+  EXPECT_EQ(calls.Take(), (Calls{"telemetry InvalidStreamConnection",
+                                 "telemetry InvalidTerminalConnection", "telemetry -1"}));
   app.ProcessToolRanEventForUpload("full", 8);
   EXPECT_EQ(JsonWriter().Write(last_event),
             R"({"event_name":"m_tool_ran","event_version":"1.0","exit_code":8,)"

@@ -2,26 +2,31 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
 
 namespace orn::RemoteAccess {
 
+using Calls = std::vector<std::string>;
+
 // What happened, in order, told from any thread.
 class CallList {
  public:
-  void Add(const std::string& call) {
+  // Returns `answer`, for those that are called.
+  uint32_t Add(const std::string& call, uint32_t answer = 0) {
     const std::lock_guard lock(mutex_);
     calls_.push_back(call);
     changed_.notify_all();
+    return answer;
   }
   void WaitFor(const std::string& call) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return std::ranges::count(calls_, call) != 0; });
   }
   // Gives them and forgets them.
-  std::vector<std::string> Take() {
+  Calls Take() {
     const std::lock_guard lock(mutex_);
     return std::move(calls_);
   }
@@ -29,7 +34,7 @@ class CallList {
  private:
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::vector<std::string> calls_;
+  Calls calls_;
 };
 
 }  // namespace orn::RemoteAccess
