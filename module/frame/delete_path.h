@@ -13,9 +13,8 @@ inline constexpr unsigned long kAskForAttributes = 0xFFFFFFFF;
 // The careful delete: what cannot be deleted now is handed over to the next restart of the machine.
 //
 //   bool reboot_needed = false;
-//   const auto keep_logs = [](const PathStringT<260>& path) { return
-//   path.view().ends_with(L".log"); }; if (!DeletePath(folder.c_str(), reboot_needed, keep_logs,
-//   L"*")) return GetLastError();
+//   const auto is_log = [](const PathStringT<260>& path) { return path.view().ends_with(L".log");
+//   }; if (!DeletePath(folder.c_str(), reboot_needed, is_log, L"*")) return GetLastError();
 //
 // In a folder it takes the entries that match `pattern`, and below it all, or those that match
 // where `use_pattern_below` is set; `recursive` false leaves folders alone. A folder of which

@@ -42,8 +42,7 @@ class LoadedObject {
 // An object of another library, loaded at run time and given back at the end:
 //
 //   ExportedObject<IServPlugin> plugin;
-//   if (const uint32_t status = plugin.Load(L"service.dll", L"Service"); status != 0) return
-//   status; plugin.get()->Init(main);
+//   if (plugin.Load(L"service.dll", L"Service") == 0) plugin.get()->Init(main);
 //
 // Used by one thread at a time.
 template <class I>

@@ -10,8 +10,7 @@
 //   Json::Value message;
 //   if (!orn::JsonReader().Parse(text, message)) return;
 //   const Json::Value& size = orn::JsonMember(message, "resize");
-//   Resize(orn::JsonUInt(orn::JsonMember(size, "cols")), orn::JsonUInt(orn::JsonMember(size,
-//   "rows")));
+//   const uint32_t cols = orn::JsonUInt(orn::JsonMember(size, "cols"));
 //
 // Reading and writing stay with JsonCpp's older classes: they take comments, a scalar at the root
 // and text behind the value, and their output is what the other side is used to.

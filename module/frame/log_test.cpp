@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "module/frame/log_dll.h"
@@ -61,7 +62,6 @@ class LogTest : public testing::Test {
 
 TEST_F(LogTest, WithoutLibraryNothingIsWrittenAndNothingFails) {
   const logging::LogReference reference;
-  EXPECT_TRUE(logging::IsOn());
   LogFunctionTrace trace(L"f");
   ORN_LOG(logging::kError, trace.function(), L"%s", L"dropped");
   va_list none{};
@@ -76,42 +76,29 @@ TEST_F(LogTest, LibraryIsLoadedWithTheFirstReferenceAndUnloadedWithTheLast) {
     logging::LogReference twice;
     twice.Acquire();
     outer.Release();
-    EXPECT_EQ(outer.get(), nullptr);
-    EXPECT_NE(twice.get(), nullptr);
     EXPECT_TRUE(IsLibraryLoaded());
     twice.Release();
-    EXPECT_FALSE(logging::IsOn());
     EXPECT_FALSE(IsLibraryLoaded());
+    const std::vector<std::wstring> expected = {L"LogInit", L"LogDeinit", L"LogUninitDeskMetrics",
+                                                L"LogRemoveModule logging::CLogDLL::~CLogDLL"};
+    EXPECT_EQ(std::exchange(recorded, {}), expected);
   }
-  const std::vector<std::wstring> once = {L"LogInit", L"LogDeinit", L"LogUninitDeskMetrics",
-                                          L"LogRemoveModule logging::CLogDLL::~CLogDLL"};
-  std::vector<std::wstring> expected = once;
-  expected.insert(expected.end(), once.begin(), once.end());
-  EXPECT_EQ(recorded, expected);
 }
 
 TEST_F(LogTest, CopyThatTheProcessHoldsIsUsedWhereverItCameFrom) {
   const HMODULE held = LoadLibraryW(kRecorder.c_str());
   ASSERT_NE(held, nullptr);
+  int evaluated = 0;
+  ORN_LOG(logging::kError, L"f", L"%d", ++evaluated);
+  EXPECT_EQ(evaluated, 0);  // While nobody holds a reference.
   {
     const logging::LogReference reference;
     FreeLibrary(held);
     EXPECT_TRUE(IsLibraryLoaded());  // By a reference of the binding's own.
-    ORN_LOG(logging::kWarning, L"a::B::C", L"%s %S %d", L"wide", "narrow", 7);
+    ORN_LOG(logging::kWarning, L"a::B::C", L"%s %S %d", L"wide", "narrow", ++evaluated);
   }
   EXPECT_FALSE(IsLibraryLoaded());
-  EXPECT_EQ(Count(L"0 4 a::B::C: wide narrow 7"), 1u);
-}
-
-TEST_F(LogTest, ArgumentsAreEvaluatedOnlyWhileSomebodyHoldsAReference) {
-  PutRecorderBesideProgram();
-  int evaluated = 0;
-  ORN_LOG(logging::kError, L"f", L"%d", ++evaluated);
-  EXPECT_EQ(evaluated, 0);
-  EXPECT_FALSE(IsLibraryLoaded());
-  const logging::LogReference reference;
-  ORN_LOG(logging::kError, L"f", L"%d", ++evaluated);
-  EXPECT_EQ(evaluated, 1);
+  EXPECT_EQ(Count(L"0 4 a::B::C: wide narrow 1"), 1u);
 }
 
 TEST_F(LogTest, TraceMarksEveryWayOutAndKeepsTheLastError) {
@@ -120,28 +107,23 @@ TEST_F(LogTest, TraceMarksEveryWayOutAndKeepsTheLastError) {
   SetLastError(12345);
   {
     const logging::LogReference reference;
-    EXPECT_EQ(GetLastError(), 12345u);
     EXPECT_THROW(
         {
-          const LogFunctionTrace trace(L"ns::Class::Operation");
-          SetLastError(12346);
+          const LogFunctionTrace trace(L"ns::Operation");
           ORN_LOG(logging::kTrace, trace.function(), L"step");
-          EXPECT_EQ(GetLastError(), 12346u);
+          EXPECT_EQ(GetLastError(), 12345u);
           throw std::runtime_error("out");
         },
         std::runtime_error);
     const LogFunctionTrace cut(long_name.c_str());
-    EXPECT_EQ(cut.function(), std::wstring(259, L'n'));
-    SetLastError(12347);
+    SetLastError(12346);
   }
-  EXPECT_EQ(GetLastError(), 12347u);
-  EXPECT_EQ(recorded[1], L"1 32 ns::Class::Operation: -> ns::Class::Operation()");
-  EXPECT_EQ(recorded[2], L"0 32 ns::Class::Operation: step");
-  EXPECT_EQ(recorded[3].rfind(L"65535 32 ns::Class::Operation: <- ns::Class::Operation() [", 0),
-            0u);
-  const std::wstring cut_line =
-      L"1 32 " + std::wstring(259, L'n') + L": -> " + std::wstring(258, L'n') + L"()";
-  EXPECT_EQ(Count(cut_line.c_str()), 1u);
+  EXPECT_EQ(GetLastError(), 12346u);
+  EXPECT_EQ(recorded[1], L"1 32 ns::Operation: -> ns::Operation()");
+  EXPECT_EQ(recorded[2], L"0 32 ns::Operation: step");
+  EXPECT_TRUE(recorded[3].starts_with(L"65535 32 ns::Operation: <- ns::Operation() ["));
+  EXPECT_EQ(recorded[4],
+            L"1 32 " + std::wstring(259, L'n') + L": -> " + std::wstring(258, L'n') + L"()");
 }
 
 TEST_F(LogTest, ThreadsLogWhileTheLibraryComesAndGoes) {
@@ -159,7 +141,6 @@ TEST_F(LogTest, ThreadsLogWhileTheLibraryComesAndGoes) {
     }
   }
   EXPECT_EQ(Count(L"0 32 f: after"), 4u * 50u);
-  EXPECT_GE(Count(L"LogInit"), 1u);
   EXPECT_EQ(Count(L"LogInit"), Count(L"LogDeinit"));
   EXPECT_FALSE(IsLibraryLoaded());
 }

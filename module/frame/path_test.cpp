@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "module/frame/testing/folder_link.h"
+#include "module/frame/delete_path.h"
 #include "module/frame/testing/test_folder.h"
 
 namespace orn {
@@ -10,107 +10,110 @@ namespace {
 
 using Path = PathStringT<260>;
 
-TEST(PathTest, JoinPutsOneSeparatorBetween) {
-  const std::wstring long_name(300, L'n');
-  const struct {
-    std::wstring left, right, joined;
-  } cases[] = {
-      {L"C:\\a\\", L"\\b", L"C:\\a\\b"},
-      {L"C:\\a", L"b", L"C:\\a\\b"},
-      {L"C:/a/", L"//\\b/", L"C:/a/b/"},
-      {L"a", L"", L"a"},
-      {L"", L"\\b", L"b"},
-      {L"a", L"\\", L"a\\"},
-      {L"C:\\" + long_name, long_name, L"C:\\" + long_name + L"\\" + long_name},
-  };
-  for (const auto& [left, right, joined] : cases) {
-    Path path(left.c_str());
-    AppendPath(path, right);
-    EXPECT_EQ(path.view(), joined);
+// In a folder of its own: top\{keep.log, one.tmp, two.tmp (read-only)}, and
+// top\below\{keep.log, three.tmp}, which is read-only.
+class DeletionTest : public testing::Test {
+ protected:
+  DeletionTest() {
+    folder_.Folder(L"top");
+    folder_.Folder(L"top\\below");
+    for (const wchar_t* name :
+         {L"top\\keep.log", L"top\\one.tmp", L"top\\below\\keep.log", L"top\\below\\three.tmp"}) {
+      folder_.File(name);
+    }
+    folder_.File(L"top\\two.tmp", FILE_ATTRIBUTE_READONLY);
+    SetFileAttributesW((folder_ / L"top\\below").c_str(), FILE_ATTRIBUTE_READONLY);
   }
-}
 
-TEST(PathTest, FoldersOfTheMachineEndInABackslash) {
-  Path path;
-  ASSERT_TRUE(GetTempFolder(path));
-  EXPECT_TRUE(path.view().ends_with(L'\\') && Exists(std::wstring(path.view())));
-  wchar_t program[1000];
-  GetModuleFileNameW(nullptr, program, 1000);
-  ASSERT_TRUE(GetModuleFolder(path));
-  const std::wstring_view name(program);
-  EXPECT_EQ(path.view(), name.substr(0, name.rfind(L'\\') + 1));
-}
+  bool Delete(const wchar_t* pattern, bool recursive = true, bool use_pattern_below = false,
+              std::function<bool(const Path&)> skip = nullptr) {
+    return detail::DeletePath(top_.c_str(), reboot_needed_, all_deleted_, recursive,
+                              std::move(skip), detail::kAskForAttributes, pattern,
+                              use_pattern_below);
+  }
+  bool IsThere(const wchar_t* name) const { return Exists(folder_ / name); }
+  // What stands in the two folders, in the order of the comment above.
+  std::string Left() const {
+    std::string left;
+    for (const wchar_t* name : {L"top\\keep.log", L"top\\one.tmp", L"top\\two.tmp",
+                                L"top\\below\\keep.log", L"top\\below\\three.tmp"}) {
+      left += IsThere(name) ? '+' : '-';
+    }
+    return left;
+  }
+
+  const TestFolder folder_;
+  Path top_{(folder_ / L"top").c_str()};
+  bool reboot_needed_ = false;
+  bool all_deleted_ = true;
+};
 
 TEST(PathTest, FoldersAreCreatedWithAllThatIsMissingAbove) {
   const TestFolder folder;
   for (const wchar_t* name : {L"a\\b\\c", L"d\\e\\", L"d\\e\\f\\g"}) {
     Path path((folder / name).c_str());
     EXPECT_TRUE(CreateFolderRecursively(path)) << GetLastError();
-    EXPECT_TRUE(CreateFolderRecursively(path));
     EXPECT_TRUE(Exists(folder / name));
   }
-  const std::wstring file = folder.File(L"file");
-  Path path(file.c_str());
-  EXPECT_TRUE(CreateFolderRecursively(path));
-  path = (file + L"\\below").c_str();
+  Path path((folder.File(L"file") + L"\\below").c_str());
   EXPECT_FALSE(CreateFolderRecursively(path));
-
-  path = L"Q:\\on\\no\\drive";
-  EXPECT_FALSE(CreateFolderRecursively(path));
-  path = L"Q:";
+  path = L"Q:";  // There is no such drive.
   for (int i = 0; i < 4'000; ++i)
     path += L"\\x";
   EXPECT_FALSE(CreateFolderRecursively(path));
 }
 
-TEST(PathTest, ReadOnlyFilesAndFoldersAreDeleted) {
-  const TestFolder folder;
-  const std::wstring top = folder.Folder(L"top");
-  folder.File(L"top\\read-only", FILE_ATTRIBUTE_READONLY);
-  folder.Folder(L"top\\below");
-  folder.File(L"top\\below\\hidden", FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY);
-  SetFileAttributesW((folder / L"top\\below").c_str(), FILE_ATTRIBUTE_READONLY);
-  SetFileAttributesW(top.c_str(), FILE_ATTRIBUTE_READONLY);
-  Path path(top.c_str());
-  EXPECT_TRUE(DeleteFolderRecursively(path));
-  EXPECT_FALSE(Exists(top));
-  EXPECT_EQ(path.view(), top);
-
-  EXPECT_FALSE(DeleteFolderRecursively(path));
-  path = folder.File(L"file").c_str();
-  EXPECT_FALSE(DeleteFolderRecursively(path));
-  EXPECT_TRUE(Exists(folder / L"file"));
-}
-
-TEST(PathTest, DeletionGoesOnAroundALockedFile) {
-  const TestFolder folder;
-  Path path(folder.Folder(L"top").c_str());
-  folder.Folder(L"top\\below");
-  for (const wchar_t* name :
-       {L"top\\a", L"top\\below\\a", L"top\\below\\locked", L"top\\below\\z", L"top\\z"}) {
-    folder.File(name);
-  }
+TEST_F(DeletionTest, ReadOnlyEntriesGoAndALockedOneKeepsOnlyWhatIsAboveIt) {
   {
-    const UniqueFile lock = folder.Lock(L"top\\below\\locked");
-    EXPECT_FALSE(DeleteFolderRecursively(path));
+    const UniqueFile lock = folder_.Lock(L"top\\below\\keep.log");
+    EXPECT_FALSE(DeleteFolderRecursively(top_));
+    EXPECT_EQ(Left(), "---+-");
   }
-  EXPECT_TRUE(Exists(folder / L"top\\below\\locked"));
-  for (const wchar_t* name : {L"top\\a", L"top\\below\\a", L"top\\below\\z", L"top\\z"}) {
-    EXPECT_FALSE(Exists(folder / name)) << name;
-  }
-  EXPECT_TRUE(DeleteFolderRecursively(path));
+  EXPECT_TRUE(DeleteFolderRecursively(top_));
+  EXPECT_FALSE(IsThere(L"top"));
+  EXPECT_EQ(top_, folder_ / L"top");
+  top_ = folder_.File(L"file").c_str();
+  EXPECT_FALSE(DeleteFolderRecursively(top_));
+  EXPECT_TRUE(IsThere(L"file"));
 }
 
-TEST(PathTest, WhatALinkLeadsToIsNotDeleted) {
-  const TestFolder folder;
-  folder.Folder(L"target");
-  const std::wstring kept = folder.File(L"target\\kept");
-  const FolderLink link(folder.path(), L"link", L"target");
-  ASSERT_TRUE(Exists(folder / L"link\\kept"));
-  Path path((folder / L"link").c_str());
-  const bool deleted = DeleteFolderRecursively(path);
-  EXPECT_TRUE(Exists(kept));
-  EXPECT_EQ(deleted, !IsWine());  // Wine takes a link for a folder that is not empty.
+TEST_F(DeletionTest, FolderGoesUnlessThePatternFindsNothing) {
+  for (const wchar_t* pattern : {L"", L"*.nothing"}) {
+    EXPECT_TRUE(detail::DeletePath(top_.c_str(), reboot_needed_, nullptr, pattern));
+    EXPECT_EQ(Left(), "+++++");
+  }
+  EXPECT_TRUE(detail::DeletePath(top_.c_str(), reboot_needed_, nullptr, L"*"));
+  EXPECT_FALSE(IsThere(L"top"));
+  EXPECT_FALSE(Delete(L"*") || reboot_needed_);
+}
+
+TEST_F(DeletionTest, PatternHoldsAtTheTopAndBelowWhereAskedFor) {
+  EXPECT_TRUE(Delete(L"*", /*recursive=*/false));
+  EXPECT_EQ(Left(), "---++");
+  folder_.File(L"top\\keep.log");
+  folder_.Folder(L"top\\tmp.k");
+  folder_.File(L"top\\tmp.k\\x.log");
+  folder_.File(L"top\\tmp.k\\x.k");
+  EXPECT_TRUE(Delete(L"*.k", /*recursive=*/true, /*use_pattern_below=*/true));
+  EXPECT_TRUE(IsThere(L"top\\tmp.k\\x.log"));
+  EXPECT_FALSE(IsThere(L"top\\tmp.k\\x.k"));
+  // Only names that match are entered, and below them all goes.
+  EXPECT_TRUE(Delete(L"b*"));
+  EXPECT_EQ(Left(), "+----");
+  EXPECT_TRUE(reboot_needed_);  // The folder, which is not empty.
+}
+
+TEST_F(DeletionTest, SkippedPathIsKeptWithTheFoldersAboveItAndALockedOneIsLeftToTheRestart) {
+  EXPECT_TRUE(Delete(L"*", true, false,
+                     [&](const Path& path) { return path == folder_ / L"top\\below\\keep.log"; }));
+  EXPECT_FALSE(all_deleted_ || reboot_needed_);
+  EXPECT_EQ(Left(), "---+-");
+
+  const UniqueFile lock = folder_.Lock(L"top\\below\\keep.log");
+  all_deleted_ = true;
+  EXPECT_TRUE(Delete(L"*"));
+  EXPECT_TRUE(reboot_needed_ && all_deleted_);
+  EXPECT_EQ(Left(), "---+-");
 }
 
 }  // namespace

@@ -19,13 +19,15 @@ class ServMultiPlugin {
   ServMultiPlugin& operator=(const ServMultiPlugin&) = delete;
   ~ServMultiPlugin() { Release(); }
 
-  // Gives back what is held, then fetches anew. Returns 0; 87 without a host; 1168 where the
-  // plug-in does not serve `T`; or the component manager's status, and that as it is: a manager
-  // that gives neither an object nor a failure makes this return 0 with nothing held.
+  // Gives back what is held, then fetches anew. Returns 0; 87 without a host or where that has no
+  // component manager; 1168 where the plug-in does not serve `T`; or the component manager's
+  // status, and that as it is: a manager that gives neither an object nor a failure makes this
+  // return 0 with nothing held.
   uint32_t GetPlugin(IServMain* main) {
     Release();
     if (main == nullptr) return error::kBadParameter;
     manager_ = main->GetComponentManager();
+    if (manager_ == nullptr) return error::kBadParameter;
     void* object = nullptr;
     uint32_t status = manager_->GetObject(name_.c_str(), IOrnBaseInterface::kInterfaceId, &object);
     object_ = static_cast<IOrnBaseInterface*>(object);

@@ -65,7 +65,8 @@ void ThreadPool::Work() {
     std::unique_lock lock(tasks_mutex_);
     while (tasks_.empty() && stopping_ == 0)
       Sleep(lock);
-    if (stopping_ != 0) return;
+    if (tasks_.empty()) return;
+    // A thread that was woken for a task runs it, even if Stop has come meanwhile.
     const std::function<void()> task = std::move(tasks_.front());
     tasks_.pop_front();
     lock.unlock();

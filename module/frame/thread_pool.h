@@ -24,8 +24,8 @@ class ThreadPool {
   // runs it.
   void Post(std::function<void()> task);
 
-  // Returns when the tasks that run have ended; those still queued never run. Not from a task, and
-  // by one thread at a time.
+  // Returns when the tasks that run have ended, and with them the one that a thread was just being
+  // woken for; those still queued never run. Not from a task, and by one thread at a time.
   void Stop();
 
   // Destroys the tasks that nobody has taken yet. Any thread.

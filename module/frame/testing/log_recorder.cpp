@@ -19,31 +19,24 @@ void Tell(const std::wstring& call) {
 
 }  // namespace
 
-extern "C" {
+#pragma GCC diagnostic ignored "-Wmissing-declarations"
 
-__declspec(dllexport) void LogInit();
-__declspec(dllexport) void LogDeinit();
-__declspec(dllexport) void LogUninitDeskMetrics();
-__declspec(dllexport) void LogRemoveModule(const char* remover);
-__declspec(dllexport) uint32_t
-    LogWrite(uint16_t depth_change, const uint32_t* level, HMODULE module, const wchar_t* function,
-             const wchar_t* format, va_list arguments);
+#define LOG_EXPORT extern "C" __declspec(dllexport)
 
-void LogInit() {
+LOG_EXPORT void LogInit() {
   Tell(L"LogInit");
 }
-void LogDeinit() {
+LOG_EXPORT void LogDeinit() {
   Tell(L"LogDeinit");
 }
-void LogUninitDeskMetrics() {
+LOG_EXPORT void LogUninitDeskMetrics() {
   Tell(L"LogUninitDeskMetrics");
 }
-void LogRemoveModule(const char* remover) {
+LOG_EXPORT void LogRemoveModule(const char* remover) {
   Tell(L"LogRemoveModule " + std::wstring(remover, remover + strlen(remover)));
 }
-
-uint32_t LogWrite(uint16_t depth_change, const uint32_t* level, HMODULE module,
-                  const wchar_t* function, const wchar_t* format, va_list arguments) {
+LOG_EXPORT uint32_t LogWrite(uint16_t depth_change, const uint32_t* level, HMODULE module,
+                             const wchar_t* function, const wchar_t* format, va_list arguments) {
   wchar_t text[1024] = {};
   _vsnwprintf(text, 1023, format, arguments);
   if (module != GetModuleHandleW(nullptr)) Tell(L"foreign module");
@@ -52,5 +45,3 @@ uint32_t LogWrite(uint16_t depth_change, const uint32_t* level, HMODULE module,
   SetLastError(ERROR_GEN_FAILURE);
   return 0;
 }
-
-}  // extern "C"

@@ -2,8 +2,8 @@
 
 #include "module/frame/testing/plugin_library.h"
 
-#include "module/frame/exported_plugin.h"
 #include "module/frame/object_declaration.h"
+#include "module/frame/windows.h"
 
 namespace {
 
@@ -13,8 +13,8 @@ void Tell(const char* call) {
   if (heard != nullptr) heard(call);
 }
 
-template <int32_t kInitStatus, int32_t kStartStatus, bool kLoadsFurther>
-class Plugin final : public IServPlugin, public ILoadsFurther {
+template <int32_t kInitStatus, int32_t kStartStatus, bool kHasFace>
+class Plugin final : public IServPlugin, public IWanted {
  public:
   Plugin() { Tell("make "); }
   ~Plugin() { Tell("delete "); }
@@ -23,8 +23,7 @@ class Plugin final : public IServPlugin, public ILoadsFurther {
     if (id == IOrnBaseInterface::kInterfaceId || id == IServPlugin::kInterfaceId) {
       return static_cast<IServPlugin*>(this);
     }
-    if (id == ILoadsFurther::kInterfaceId && kLoadsFurther)
-      return static_cast<ILoadsFurther*>(this);
+    if (id == IWanted::kInterfaceId && kHasFace) return static_cast<IWanted*>(this);
     return nullptr;
   }
   int32_t Init(IServMain* main) override {
@@ -37,25 +36,11 @@ class Plugin final : public IServPlugin, public ILoadsFurther {
     return kStartStatus;
   }
   void Stop() override { Tell("Stop "); }
-
-  uint32_t LoadFurther(const wchar_t* path, const wchar_t* name) override {
-    return ExportedPlugin<ILoadsFurther, ILoadsFurther>().Load(path, name);
-  }
-};
-
-class NoPlugin final : public IOrnBaseInterface {
- public:
-  NoPlugin() { Tell("make "); }
-  ~NoPlugin() { Tell("delete "); }
-  void* GetInterface(const InterfaceId& id) override {
-    return id == IOrnBaseInterface::kInterfaceId ? this : nullptr;
-  }
 };
 
 ExportedObjectDeclaration<Plugin<0, 0, true>> plugin{L"Plugin"};
 ExportedObjectDeclaration<Plugin<0, 0, false>> without_face{L"PluginWithoutFace"};
 ExportedObjectDeclaration<Plugin<21, 0, true>> failing_init{L"PluginWhoseInitFails"};
 ExportedObjectDeclaration<Plugin<0, 170, true>> failing_start{L"PluginWhoseStartFails"};
-ExportedObjectDeclaration<NoPlugin> no_plugin{L"NoPlugin"};
 
 }  // namespace

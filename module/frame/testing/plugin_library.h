@@ -4,15 +4,9 @@
 
 #include "module/frame/plugin_interfaces.h"
 
-// What the plug-ins of frame_plugin_library.dll serve to the tests.
-struct ILoadsFurther {
+// What some of the plug-ins of frame_plugin_library.dll serve to the tests.
+struct IWanted {
   static constexpr InterfaceId kInterfaceId{0x11, 0x22};
-
-  // Loads and ends a plug-in of a further library, from inside this one. The loader's status.
-  virtual uint32_t LoadFurther(const wchar_t* path, const wchar_t* name) = 0;
-
- protected:
-  ~ILoadsFurther() = default;
 };
 
 // A program that loads frame_plugin_library.dll may export this one to hear of each call that its

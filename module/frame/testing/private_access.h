@@ -6,11 +6,9 @@
 // For tests only: reads private members where only the inside of a class tells that a thread has
 // gone to sleep. An explicit instantiation may name what is private:
 //
-//   struct LockMutex : PrivateMember<CSyncRWLock, std::mutex> {};
 //   struct Waiting : PrivateMember<CSyncRWLock, uint32_t> {};
-//   template struct Reveal<LockMutex, &CSyncRWLock::mutex_>;
 //   template struct Reveal<Waiting, &CSyncRWLock::waiting_writers_>;
-//   ... AwaitInside<LockMutex>(lock, [&] { return Private<Waiting>(lock) == 1; });
+//   ... Private<Waiting>(lock) == 1
 template <class Class, class Member>
 struct PrivateMember {
   using Pointer = Member Class::*;

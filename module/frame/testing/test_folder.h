@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
 
 #include "module/frame/handle.h"
@@ -12,16 +11,15 @@
 class TestFolder {
  public:
   TestFolder() {
-    static std::atomic<int> counter;
+    static int counter = 0;
     orn::PathStringT<260> path;
     EXPECT_TRUE(orn::GetTempFolder(path));
-    const std::wstring start =
-        std::wstring(path.view()) + L"frame_test." + std::to_wstring(GetCurrentProcessId()) + L".";
-    // A run that was killed may have left a folder behind.
-    do {
-      path_ = start + std::to_wstring(++counter);
-    } while (!CreateDirectoryW(path_.c_str(), /*security=*/nullptr) &&
-             GetLastError() == ERROR_ALREADY_EXISTS);
+    path_ = std::wstring(path.view()) + L"frame_test." + std::to_wstring(GetCurrentProcessId()) +
+            L"." + std::to_wstring(++counter);
+    // A run that was killed may have left it behind.
+    path = path_.c_str();
+    orn::DeleteFolderRecursively(path);
+    EXPECT_TRUE(CreateDirectoryW(path_.c_str(), /*security=*/nullptr));
   }
   TestFolder(const TestFolder&) = delete;
   TestFolder& operator=(const TestFolder&) = delete;
@@ -30,7 +28,6 @@ class TestFolder {
     EXPECT_TRUE(orn::DeleteFolderRecursively(path));
   }
 
-  const std::wstring& path() const { return path_; }
   std::wstring operator/(const wchar_t* name) const { return path_ + L"\\" + name; }
 
   // Makes a file or folder inside and gives its path.
@@ -39,10 +36,8 @@ class TestFolder {
     EXPECT_TRUE(SetFileAttributesW((*this / name).c_str(), attributes));
     return *this / name;
   }
-  std::wstring Folder(const wchar_t* name, DWORD attributes = FILE_ATTRIBUTE_NORMAL) const {
+  void Folder(const wchar_t* name) const {
     EXPECT_TRUE(CreateDirectoryW((*this / name).c_str(), /*security=*/nullptr));
-    EXPECT_TRUE(SetFileAttributesW((*this / name).c_str(), attributes));
-    return *this / name;
   }
   // As long as the handle lives the file can't be deleted.
   orn::UniqueFile Lock(const wchar_t* name) const { return Open(name, OPEN_EXISTING); }
