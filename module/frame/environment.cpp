@@ -30,13 +30,13 @@ void ForEachEntry(const wchar_t* block, Action action) {
 
 }  // namespace
 
-wchar_t* BuildBlockWithPath(const wchar_t* block, const wchar_t* path, bool& updated) {
+wchar_t* BuildBlockWithPath(const wchar_t* block, const wchar_t* path, size_t& replaced) {
   const std::wstring_view value(path);
-  updated = false;
+  replaced = 0;
   size_t size = 1;  // The empty entry that ends the block.
   ForEachEntry(block, [&](std::wstring_view entry) {
     const bool is_path = IsPathEntry(entry);
-    updated = updated || is_path;
+    if (is_path) ++replaced;
     size += (is_path ? kNewName.size() + value.size() : entry.size()) + 1;
   });
 

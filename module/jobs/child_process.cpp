@@ -27,8 +27,8 @@ struct FreeBlock {
 std::unique_ptr<wchar_t, FreeBlock> EnvironmentWithPath(const wchar_t* path) {
   wchar_t* const environment = GetEnvironmentStringsW();
   if (environment == nullptr) return nullptr;
-  bool updated = false;
-  std::unique_ptr<wchar_t, FreeBlock> block(BuildBlockWithPath(environment, path, updated));
+  size_t replaced = 0;
+  std::unique_ptr<wchar_t, FreeBlock> block(BuildBlockWithPath(environment, path, replaced));
   FreeEnvironmentStringsW(environment);
   return block;
 }

@@ -16,8 +16,8 @@ class ChildProcess;
 //
 //   ChildProcess<void*> child;
 //   const uint32_t code = child.Launch(L"cmd.exe /c dir", /*showWindow=*/false,
-//   /*redirectOutput=*/true,
-//                                      /*workingDir=*/L"C:\\", /*restorePath=*/true);
+//                                      /*redirectOutput=*/true, /*workingDir=*/L"C:\\",
+//                                      /*restorePath=*/true);
 //
 // Not thread-safe. The destructor leaves the process alone.
 template <>

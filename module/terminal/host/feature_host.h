@@ -26,8 +26,8 @@ class FeatureHost : public IControl::IEvents {
  public:
   struct StartParams {
     uint64_t start_value = 0;  // kept, not used further
-    const orn::UniqueHandle* job =
-        nullptr;  // takes the new process; null, or a null handle, for none
+    // Takes the new process; null, or a null handle, for none.
+    const orn::UniqueHandle* job = nullptr;
   };
 
   FeatureHost() = default;

@@ -164,9 +164,11 @@ uint32_t TerminalInstance::FixEnvironmentVars(wchar_t** block) {
             code);
     return code;
   }
-  bool updated = false;
-  *block = BuildBlockWithPath(environment, old_path.get(), updated);
-  if (updated) ORN_LOG(logging::kInformation, trace.function(), L"Updated PATH variable");
+  size_t replaced = 0;
+  *block = BuildBlockWithPath(environment, old_path.get(), replaced);
+  for (; replaced > 0; --replaced) {
+    ORN_LOG(logging::kInformation, trace.function(), L"Updated PATH variable");
+  }
   if (*block == nullptr) {
     ORN_LOG(logging::kWarning, trace.function(),
             L"Failed to allocate memory for new environment block");
