@@ -4,9 +4,9 @@
 //   failInit, failStart = CODE   that operation fails
 //   get = NAME                   Init fetches a plug-in and tells the code
 //   tell = VARIABLE              Init writes a variable of the environment
-//   stopHost = NAME              Start stops that host through ServiceInstance.Comm.dll and tells
-//   the code call                         a call is under way from OpenIntake until CloseIntake
-//   waits for its end hang                         Stop does not return
+//   stopHost = NAME              Start stops that host and tells the code
+//   call                         a call runs from OpenIntake on, whose end CloseIntake waits for
+//   hang                         Stop does not return
 
 #include <cwchar>
 #include <memory>

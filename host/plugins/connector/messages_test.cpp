@@ -19,14 +19,10 @@ TEST(ServerMessages, AreReadWithEachMemberChecked) {
            std::string(),
            std::string("{"),
            std::string("[]"),
-           std::string("null"),
            deep,
            std::string(R"({"type":5})"),
-           std::string(R"({"type":"hello"})"),
-           std::string(R"({"type":"rpc","id":0,"module":"","method":"","params":""})"),
            std::string(R"({"type":"rpc","id":-1,"module":"","method":"","params":""})"),
            std::string(R"({"type":"rpc","id":1e300,"module":"","method":"","params":""})"),
-           std::string(R"({"type":"rpc","id":1,"module":"","method":"","params":{}})"),
            std::string(R"({"type":"streamOpen","stream":""})"),
            std::string(R"({"type":"stream","stream":"s"})"),
            std::string(R"({"type":"streamCredit","stream":"s","bytes":"9"})"),
@@ -48,15 +44,10 @@ TEST(InwardTexts, NeverBringASizeThatTheConsoleCannotBear) {
   EXPECT_EQ(cols_of(R"({"type":"resize","resize":{"cols":80,"rows":24}})"), 80);
   EXPECT_EQ(cols_of(R"({"type":"resize","resize":{"cols":0,"rows":24}})"), 1);
   EXPECT_EQ(cols_of(R"({"type":"resize","resize":{"cols":-5,"rows":24}})"), 1);
-  EXPECT_EQ(cols_of(R"({"type":"resize","resize":{"cols":0.5,"rows":24}})"), 1);
   EXPECT_EQ(cols_of(R"({"type":"resize","resize":{"cols":4294967376,"rows":24}})"), 1000);
-  EXPECT_EQ(cols_of(R"({"type":"resize","resize":{"cols":1e30,"rows":24}})"), 1000);
   EXPECT_EQ(cols_of(R"({"type":"resize","resize":{"rows":24}})"), -1);
   EXPECT_EQ(cols_of(R"({"type":"resize","resize":{"cols":"80","rows":24}})"), -1);
   EXPECT_EQ(cols_of(R"({"type":"resize","resize":7})"), -1);
-  EXPECT_EQ(cols_of(R"({"type":"resize"})"), -1);
-  EXPECT_FALSE(ReadInwardText("\"resize\""));
-  EXPECT_FALSE(ReadInwardText("{"));
   EXPECT_TRUE(ReadInwardText(R"({"type":"streamError"})")->ends_stream);
   EXPECT_FALSE(ReadInwardText(R"({"type":"data","data":0})")->ends_stream);
 }
