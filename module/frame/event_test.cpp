@@ -21,16 +21,12 @@ template struct Reveal<EventWaitingWriters, &CSyncRWLock::waiting_writers_>;
 
 namespace {
 
-class Listener {
- public:
-  explicit Listener(std::function<void(int)> action) : action_(std::move(action)) {}
+struct Listener {
   virtual int OnValue(const int& value) {
-    action_(value);
+    action(value);
     return -1;  // Nobody minds.
   }
-
- private:
-  std::function<void(int)> action_;
+  std::function<void(int)> action;
 };
 
 using ValueEvent = Event<MemberFunction_1_args<Listener, int, const int&, &Listener::OnValue>>;
@@ -48,7 +44,8 @@ TEST_F(EventTest, RemoveFromAnotherThreadReturnsOnlyAfterTheCallEnded) {
   std::atomic<bool> removed{false};
   bool ended = false;
   int nested_calls = 0;
-  Listener listener([&](int value) {
+  Listener listener;
+  listener.action = [&](int value) {
     if (value == 2) {
       ++nested_calls;
       return;
@@ -59,7 +56,7 @@ TEST_F(EventTest, RemoveFromAnotherThreadReturnsOnlyAfterTheCallEnded) {
     event_.Fire(2);  // Reads already, so the waiting writer does not hold it back.
     EXPECT_FALSE(removed);
     ended = true;
-  });
+  };
   EXPECT_EQ(listeners_.Add(&listener), 0u);
   EXPECT_EQ(listeners_.Add(&listener), 1627u);
   std::jthread remover([&] {
@@ -76,7 +73,8 @@ TEST_F(EventTest, RemoveFromAnotherThreadReturnsOnlyAfterTheCallEnded) {
 }
 
 TEST_F(EventDeathTest, SubscriberThatLeavesInsideItsNotificationEndsTheProcess) {
-  Listener listener([&](int) { listeners_.Remove(&listener); });
+  Listener listener;
+  listener.action = [&](int) { listeners_.Remove(&listener); };
   listeners_.Add(&listener);
   EXPECT_DEATH(event_.Fire(1), "terminate called");
 }

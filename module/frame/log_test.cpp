@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "module/frame/log_dll.h"
-#include "module/frame/testing/log_recorder.h"
+#include "module/frame/windows.h"
 
 // The folder of this program has no log library of its own: each test puts the recorder there or
 // loads it from elsewhere.

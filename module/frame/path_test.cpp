@@ -10,19 +10,19 @@ namespace {
 
 using Path = PathStringT<260>;
 
-// In a folder of its own: top\{keep.log, one.tmp, two.tmp (read-only)}, and
-// top\below\{keep.log, three.tmp}, which is read-only.
+// In a folder of its own; two.tmp and below are read-only.
+constexpr const wchar_t* kFiles[] = {L"top\\keep.log", L"top\\one.tmp", L"top\\two.tmp",
+                                     L"top\\below\\keep.log", L"top\\below\\three.tmp"};
+
 class DeletionTest : public testing::Test {
  protected:
   DeletionTest() {
     folder_.Folder(L"top");
     folder_.Folder(L"top\\below");
-    for (const wchar_t* name :
-         {L"top\\keep.log", L"top\\one.tmp", L"top\\below\\keep.log", L"top\\below\\three.tmp"}) {
+    for (const wchar_t* name : kFiles)
       folder_.File(name);
-    }
-    folder_.File(L"top\\two.tmp", FILE_ATTRIBUTE_READONLY);
-    SetFileAttributesW((folder_ / L"top\\below").c_str(), FILE_ATTRIBUTE_READONLY);
+    for (const wchar_t* name : {L"top\\two.tmp", L"top\\below"})
+      SetFileAttributesW((folder_ / name).c_str(), FILE_ATTRIBUTE_READONLY);
   }
 
   bool Delete(const wchar_t* pattern, bool recursive = true, bool use_pattern_below = false,
@@ -32,13 +32,11 @@ class DeletionTest : public testing::Test {
                               use_pattern_below);
   }
   bool IsThere(const wchar_t* name) const { return Exists(folder_ / name); }
-  // What stands in the two folders, in the order of the comment above.
+  // What is left of the files, in that order.
   std::string Left() const {
     std::string left;
-    for (const wchar_t* name : {L"top\\keep.log", L"top\\one.tmp", L"top\\two.tmp",
-                                L"top\\below\\keep.log", L"top\\below\\three.tmp"}) {
+    for (const wchar_t* name : kFiles)
       left += IsThere(name) ? '+' : '-';
-    }
     return left;
   }
 
@@ -55,7 +53,8 @@ TEST(PathTest, FoldersAreCreatedWithAllThatIsMissingAbove) {
     EXPECT_TRUE(CreateFolderRecursively(path)) << GetLastError();
     EXPECT_TRUE(Exists(folder / name));
   }
-  Path path((folder.File(L"file") + L"\\below").c_str());
+  folder.File(L"file");
+  Path path((folder / L"file\\below").c_str());
   EXPECT_FALSE(CreateFolderRecursively(path));
   path = L"Q:";  // There is no such drive.
   for (int i = 0; i < 4'000; ++i)
@@ -65,14 +64,15 @@ TEST(PathTest, FoldersAreCreatedWithAllThatIsMissingAbove) {
 
 TEST_F(DeletionTest, ReadOnlyEntriesGoAndALockedOneKeepsOnlyWhatIsAboveIt) {
   {
-    const UniqueFile lock = folder_.Lock(L"top\\below\\keep.log");
+    const UniqueFile lock = folder_.File(L"top\\below\\keep.log");
     EXPECT_FALSE(DeleteFolderRecursively(top_));
     EXPECT_EQ(Left(), "---+-");
   }
   EXPECT_TRUE(DeleteFolderRecursively(top_));
   EXPECT_FALSE(IsThere(L"top"));
   EXPECT_EQ(top_, folder_ / L"top");
-  top_ = folder_.File(L"file").c_str();
+  folder_.File(L"file");
+  top_ = (folder_ / L"file").c_str();
   EXPECT_FALSE(DeleteFolderRecursively(top_));
   EXPECT_TRUE(IsThere(L"file"));
 }
@@ -109,7 +109,7 @@ TEST_F(DeletionTest, SkippedPathIsKeptWithTheFoldersAboveItAndALockedOneIsLeftTo
   EXPECT_FALSE(all_deleted_ || reboot_needed_);
   EXPECT_EQ(Left(), "---+-");
 
-  const UniqueFile lock = folder_.Lock(L"top\\below\\keep.log");
+  const UniqueFile lock = folder_.File(L"top\\below\\keep.log");
   all_deleted_ = true;
   EXPECT_TRUE(Delete(L"*"));
   EXPECT_TRUE(reboot_needed_ && all_deleted_);

@@ -52,7 +52,7 @@ TEST(ThreadPool, StopEndsTheRunningTaskAndNeverRunsTheQueuedOnes) {
 }
 
 TEST(ThreadPool, StopThatMeetsThreadsOnTheirWayToSleepReturns) {
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 100; ++round) {
     ThreadPool pool(3);
     for (int task = 0; task < round % 4; ++task)
       pool.Post([] {});

@@ -6,14 +6,13 @@
 #include <cwchar>
 #include <string>
 
-#include "module/frame/testing/log_recorder.h"
 #include "module/frame/windows.h"
 
 namespace {
 
 void Tell(const std::wstring& call) {
-  const auto recorded = reinterpret_cast<RecordedFunction>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(nullptr), kRecordedFunctionName)));
+  const auto recorded = reinterpret_cast<void (*)(const wchar_t*)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(nullptr), "RecordedByLog")));
   if (recorded != nullptr) recorded(call.c_str());
 }
 

@@ -1,4 +1,5 @@
-// A library of plug-ins that succeed and fail in every way, for the tests of the loaders.
+// A library of plug-ins that succeed and fail in every way, for the tests of the loaders. It tells
+// the program of each call that they get.
 
 #include "module/frame/testing/plugin_library.h"
 
@@ -8,8 +9,8 @@
 namespace {
 
 void Tell(const char* call) {
-  const auto heard = reinterpret_cast<HeardFunction>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(nullptr), kHeardFunctionName)));
+  const auto heard = reinterpret_cast<void (*)(const char*)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(nullptr), "HeardFromPlugin")));
   if (heard != nullptr) heard(call);
 }
 

@@ -30,25 +30,19 @@ class TestFolder {
 
   std::wstring operator/(const wchar_t* name) const { return path_ + L"\\" + name; }
 
-  // Makes a file or folder inside and gives its path.
-  std::wstring File(const wchar_t* name, DWORD attributes = FILE_ATTRIBUTE_NORMAL) const {
-    EXPECT_TRUE(Open(name, CREATE_NEW));
-    EXPECT_TRUE(SetFileAttributesW((*this / name).c_str(), attributes));
-    return *this / name;
-  }
   void Folder(const wchar_t* name) const {
     EXPECT_TRUE(CreateDirectoryW((*this / name).c_str(), /*security=*/nullptr));
   }
-  // As long as the handle lives the file can't be deleted.
-  orn::UniqueFile Lock(const wchar_t* name) const { return Open(name, OPEN_EXISTING); }
-
- private:
-  orn::UniqueFile Open(const wchar_t* name, DWORD disposition) const {
-    return orn::UniqueFile(CreateFileW((*this / name).c_str(), GENERIC_READ, FILE_SHARE_READ,
-                                       /*security=*/nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
-                                       /*template=*/nullptr));
+  // Opens the file, which is made if need be. As long as the handle lives it can't be deleted.
+  orn::UniqueFile File(const wchar_t* name) const {
+    orn::UniqueFile file(CreateFileW((*this / name).c_str(), GENERIC_READ, FILE_SHARE_READ,
+                                     /*security=*/nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                                     /*template=*/nullptr));
+    EXPECT_TRUE(file);
+    return file;
   }
 
+ private:
   std::wstring path_;
 };
 
