@@ -17,44 +17,31 @@ TEST_F(JsonRpcFrontTest, AnswersWhatIsNoTerminal) {
   EXPECT_EQ(reply.code, 50);
 }
 
-TEST_F(JsonRpcFrontTest, EveryWayNotToOpenATerminalHasItsCodes) {
+TEST_F(JsonRpcFrontTest, EveryWayToOpenATerminalOrNotHasItsCodes) {
   Run(/*enabled=*/false);
-  const auto check = [&](int32_t code, const Calls& expected) {
-    EXPECT_EQ(Open("a"), code);
-    EXPECT_EQ(calls.Take(), expected);
+  const auto check = [&](const std::string& parameters, int32_t code, const Calls& expected) {
+    EXPECT_EQ(OpenWith(parameters), code) << parameters;
+    EXPECT_EQ(calls.Take(), expected) << parameters;
   };
-  check(21, {"settings read", "telemetry FeatureDisabled"});
+  const std::string good = R"({"streamId":"a"})";
+  check(good, 21, {"settings read", "telemetry FeatureDisabled"});
   feature.SetEnabled(true);
   calls.Take();
   feature.host_result = 126;
-  check(126, {"start host", "telemetry HostIsStopped"});
+  check(good, 126, {"start host", "telemetry HostIsStopped"});
   feature.host_result = 0;
-  EXPECT_EQ(OpenWith("no JSON"), 0);
-  EXPECT_EQ(calls.Take(), (Calls{"start host", "telemetry InvalidParameters"}));
-  EXPECT_EQ(OpenWith(std::string(5000, '[')), 0);
-  for (const char* parameters : {"{}", "[]", "5", R"({"streamId":""})", R"({"streamId":{"a":1}})"})
-    EXPECT_EQ(OpenWith(parameters), 87) << parameters;
-  EXPECT_EQ(calls.Take(), Calls(6, "telemetry InvalidParameters"));
+  check("no JSON", 0, {"start host", "telemetry InvalidParameters"});
+  check(std::string(5000, '['), 0, {"telemetry InvalidParameters"});
+  for (const char* bad : {"{}", "[]", "5", R"({"streamId":""})", R"({"streamId":{"a":1}})"})
+    check(bad, 87, {"telemetry InvalidParameters"});
   manager.open_result = 183;
-  check(183, {"open a 80x24", "telemetry TerminalStartFailed"});
-  manager.open_result = 0;
-  check(0, {"open a 80x24", "telemetry success", "a began"});
-  feature.Stop();
-}
-
-TEST_F(JsonRpcFrontTest, TakesASizeOnlyWhole) {
-  Run();
-  const std::pair<const char*, const char*> sizes[] = {
-      {R"({"cols":132})", "80x24"},
-      {R"({"cols":-1,"rows":"50"})", "80x24"},
-      {R"([132,50])", "80x24"},
-      {R"({"cols":0,"rows":4294967295})", "0x4294967295"}};
-  for (const auto& [size, taken] : sizes) {
-    const std::string parameters = R"({"streamId":7,"inactivityTimeout":{},"size":)";
-    EXPECT_EQ(OpenWith(parameters + size + "}"), 0);
-    feature.OnDisconnect();
-    EXPECT_EQ(std::ranges::count(calls.Take(), std::string("open 7 ") + taken), 1) << size;
+  for (const char* size : {R"({"cols":132})", R"({"cols":-1,"rows":"50"})", "[132,50]"}) {
+    check(R"({"streamId":7,"inactivityTimeout":{},"size":)" + std::string(size) + "}", 183,
+          {"open 7 80x24", "telemetry TerminalStartFailed"});
   }
+  manager.open_result = 0;
+  check(R"({"streamId":"a","size":{"cols":0,"rows":4294967295}})", 0,
+        {"open a 0x4294967295", "telemetry success", "a began"});
   feature.Stop();
 }
 

@@ -10,15 +10,14 @@ namespace orn::RemoteAccess {
 
 // The console's ends of the two pipes of a terminal.
 struct ConsolePipes {
+  static std::wstring NewName() {
+    static int count = 0;
+    return L"\\\\.\\pipe\\console-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
+           std::to_wstring(++count);
+  }
   static UniqueFile Create(const std::wstring& name, DWORD access) {
     return UniqueFile(CreateNamedPipeW(name.c_str(), access, PIPE_TYPE_BYTE, /*instances=*/1,
-                                       /*out_size=*/65536, /*in_size=*/65536, /*timeout=*/0,
-                                       nullptr));
-  }
-  static std::wstring NewName() {
-    static int counter = 0;
-    return L"\\\\.\\pipe\\console-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
-           std::to_wstring(++counter);
+                                       /*out=*/65536, /*in=*/65536, /*timeout=*/0, nullptr));
   }
   void Print(const std::string& text) {
     DWORD written = 0;
@@ -40,11 +39,8 @@ struct PipedTerminalManager final : RemoteTerminal::IRemoteTerminalManager {
   uint32_t open_result = 0;
   std::map<std::string, ConsolePipes> consoles;
 
-  uint32_t Add(const std::string& call, const StringT<char>& id, const Size& size,
-               uint32_t answer) {
-    return calls.Add(
-        call + id.c_str() + ' ' + std::to_string(size.cols) + 'x' + std::to_string(size.rows),
-        answer);
+  static std::string Of(const StringT<char>& id, const Size& size) {
+    return id.c_str() + (' ' + std::to_string(size.cols) + 'x' + std::to_string(size.rows));
   }
   uint32_t OpenTerminal(const StringT<char>& id, const Size& size, StringT<wchar_t>& conin,
                         StringT<wchar_t>& conout) override {
@@ -52,14 +48,14 @@ struct PipedTerminalManager final : RemoteTerminal::IRemoteTerminalManager {
       conin = consoles[id.c_str()].conin_name;
       conout = consoles[id.c_str()].conout_name;
     }
-    return Add("open ", id, size, open_result);
+    return calls.Add("open " + Of(id, size), open_result);
   }
   void CloseTerminal(const StringT<char>& id) override {
     calls.Add(std::string("close ") + id.c_str());
     consoles.erase(id.c_str());
   }
   uint32_t SetSize(const StringT<char>& id, const Size& size) override {
-    return Add("size ", id, size, 1168);
+    return calls.Add("size " + Of(id, size), 1168);
   }
   uint32_t Register(IRemoteTerminalManagerNotifications*) override {
     return calls.Add("register with manager", 1627);
