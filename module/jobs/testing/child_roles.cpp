@@ -2,10 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <map>
 
-#include "module/frame/path.h"
 #include "module/frame/utf.h"
 #include "module/jobs/child_process.h"
 
@@ -16,14 +14,10 @@ std::map<std::string, RoleFunction>& Roles() {
   return roles;
 }
 
-std::wstring CommandLineOf(const std::wstring& program, const std::string& role) {
-  return L"\"" + program + L"\" --child=" + orn::ToWide(role).c_str();
-}
-
 }  // namespace
 
-ChildRole::ChildRole(const char* name, RoleFunction function) {
-  Roles()[name] = function;
+ChildRole::ChildRole(const char* argument, RoleFunction function) {
+  Roles()[argument] = function;
 }
 
 std::wstring TestProgram() {
@@ -32,13 +26,13 @@ std::wstring TestProgram() {
   return path;
 }
 
-orn::StringT<wchar_t> RoleCommandLine(const std::string& role, const std::string& arguments) {
-  return CommandLineOf(TestProgram(), role + " " + arguments).c_str();
+orn::StringT<wchar_t> RoleCommandLine(const std::string& role, const std::wstring& program) {
+  return (L"\"" + program + L"\" --child=" + orn::ToWide(role).c_str()).c_str();
 }
 
 DWORD RunChild(const std::string& role, const std::wstring& program) {
   orn::ChildProcess<void*> child;
-  EXPECT_EQ(child.Launch(CommandLineOf(program, role).c_str(), /*showWindow=*/false,
+  EXPECT_EQ(child.Launch(RoleCommandLine(role, program), /*showWindow=*/false,
                          /*redirectOutput=*/false, /*workingDir=*/{}, /*restorePath=*/false),
             0u);
   WaitForSingleObject(child.process(), INFINITE);
@@ -47,29 +41,14 @@ DWORD RunChild(const std::string& role, const std::wstring& program) {
   return code;
 }
 
-std::wstring UniqueName() {
-  static std::atomic<int> count = 0;
-  return L"RemoteAccessTest-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
-         std::to_wstring(++count);
-}
-
-TestFolder::TestFolder() {
-  orn::PathStringT<260> temp;
-  orn::GetTempFolder(temp);
-  path_ = temp.c_str() + UniqueName() + L"\\";
-  CreateDirectoryW(path_.c_str(), nullptr);
-}
-
-TestFolder::~TestFolder() {
-  orn::PathStringT<260> path(path_.c_str());
-  orn::DeleteFolderRecursively(path);
-}
-
-std::wstring TestFolder::Copy(const std::wstring& file, const std::wstring& name) const {
-  const std::wstring program = TestProgram();
-  const std::wstring source = program.substr(0, program.find_last_of(L'\\') + 1) + file;
-  EXPECT_TRUE(CopyFileW(source.c_str(), path(name).c_str(), /*failIfExists=*/FALSE));
-  return path(name);
+size_t CountHandles() {
+  size_t count = 0;
+  // Windows gives the lowest free numbers, all of them multiples of 4.
+  for (uintptr_t number = 4; number < 0x4000; number += 4) {
+    DWORD flags = 0;
+    if (GetHandleInformation(reinterpret_cast<HANDLE>(number), &flags)) ++count;
+  }
+  return count;
 }
 
 int main(int argc, char** argv) {

@@ -26,25 +26,10 @@ struct ChildRole {
   static int name([[maybe_unused]] const RoleArguments& arguments)
 
 std::wstring TestProgram();
-orn::StringT<wchar_t> RoleCommandLine(const std::string& role, const std::string& arguments = {});
-// Starts `program` in that role and waits for its end. Gives the exit code.
+// `role` may be followed by a blank and arguments.
+orn::StringT<wchar_t> RoleCommandLine(const std::string& role,
+                                      const std::wstring& program = TestProgram());
+// Waits for the child's end. Gives its exit code.
 DWORD RunChild(const std::string& role, const std::wstring& program = TestProgram());
-
-// A name that no other test and no other run uses.
-std::wstring UniqueName();
-
-// An empty folder that goes with its content.
-class TestFolder {
- public:
-  TestFolder();
-  ~TestFolder();
-  TestFolder(const TestFolder&) = delete;
-  TestFolder& operator=(const TestFolder&) = delete;
-
-  std::wstring path(const std::wstring& name = {}) const { return path_ + name; }
-  // Copies a file that lies beside the test program. Gives the copy's path.
-  std::wstring Copy(const std::wstring& file, const std::wstring& name) const;
-
- private:
-  std::wstring path_;  // with a backslash at its end
-};
+// The handles that this process holds. (GetProcessHandleCount would say 0 under Wine.)
+size_t CountHandles();

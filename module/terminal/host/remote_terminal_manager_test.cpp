@@ -2,36 +2,29 @@
 
 #include <gmock/gmock.h>
 
-#include <condition_variable>
-
-#include "module/frame/handle.h"
+#include "module/frame/environment.h"
+#include "module/frame/scope_guard.h"
+#include "module/frame/testing/semaphore.h"
+#include "module/frame/testing/test_folder.h"
 #include "module/frame/utf.h"
 #include "module/jobs/testing/child_roles.h"
-#include "module/jobs/testing/process_counts.h"
 
 namespace {
 
 using orn::StringT;
+using orn::UniqueHandle;
 using orn::RemoteTerminal::IRemoteTerminalManager;
 using orn::RemoteTerminal::RemoteTerminalManager;
+using orn::RemoteTerminalInstance::TerminalInstance;
 
-// The two pipes of a console, as whoever opened the terminal uses them.
-class Console {
+// The two pipes of a terminal, as whoever opened it uses them.
+class Terminal {
  public:
-  uint32_t Open(IRemoteTerminalManager& manager, const char* id) {
-    StringT<wchar_t> conin, conout;
-    const uint32_t code = manager.OpenTerminal(id, {.cols = 80, .rows = 24}, conin, conout);
-    if (code != 0) return code;
-    conin_ = OpenPipe(conin, GENERIC_WRITE);
-    conout_ = OpenPipe(conout, GENERIC_READ);
-    EXPECT_TRUE(conin_ && conout_);
-    return code;
+  uint32_t Open(RemoteTerminalManager& manager, const char* id) {
+    return Connect(manager.OpenTerminal(id, {80, 24}, conin_name_, conout_name_));
   }
-
-  void Type(const std::string& text) {
-    DWORD count = 0;
-    EXPECT_TRUE(
-        WriteFile(conin_.get(), text.data(), static_cast<DWORD>(text.size()), &count, nullptr));
+  uint32_t Open(TerminalInstance& instance) {
+    return Connect(instance.Start("id", 80, 24, conin_name_, conout_name_));
   }
 
   // False where the output ends before.
@@ -45,43 +38,39 @@ class Console {
     output_.clear();
     return true;
   }
-
   bool ReadToEnd() { return !ReadUntil("what is never written"); }
 
-  // The caret keeps the echo of what is typed from being taken for the output.
-  bool Echoes(const std::string& word) {
-    Type("echo ^" + word + "\r");
-    return ReadUntil(word);
+  bool Answers(const std::string& line, const std::string& answer) {
+    DWORD count = 0;
+    const std::string typed = line + "\r";
+    WriteFile(conin_.get(), typed.data(), static_cast<DWORD>(typed.size()), &count, nullptr);
+    return ReadUntil(answer);
   }
+  // The caret keeps the echo of what is typed from being taken for the output.
+  bool Echoes(const std::string& word) { return Answers("echo ^" + word, word); }
+  bool Exits() { return !Answers("exit", "what is never written"); }
 
  private:
-  static orn::UniqueFile OpenPipe(const StringT<wchar_t>& name, DWORD access) {
-    return orn::UniqueFile(
-        CreateFileW(name.c_str(), access, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  uint32_t Connect(uint32_t code) {
+    conin_.reset(
+        CreateFileW(conin_name_.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    conout_.reset(
+        CreateFileW(conout_name_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    return code;
   }
 
+  StringT<wchar_t> conin_name_, conout_name_;
   orn::UniqueFile conin_, conout_;
   std::string output_;
 };
 
-class Subscriber : public IRemoteTerminalManager::IRemoteTerminalManagerNotifications {
- public:
+struct Subscriber : IRemoteTerminalManager::IRemoteTerminalManagerNotifications {
   void OnTerminalClosed(const StringT<char>& id) override {
-    const std::lock_guard lock(mutex_);
-    closed_.emplace_back(id.c_str());
-    changed_.notify_all();
+    ids.emplace_back(id.c_str());
+    told.Release();
   }
-
-  std::vector<std::string> WaitFor(size_t count) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return closed_.size() >= count; });
-    return closed_;
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::string> closed_;
+  std::vector<std::string> ids;
+  Semaphore told;
 };
 
 // Prints its console's size, in one piece: winpty puts its own sequences between two.
@@ -99,154 +88,151 @@ TEST(RemoteTerminalManager, TerminalsAreIndependentAndEndWhenTheyAreClosed) {
   ASSERT_EQ(manager.Start(), 0);
   Subscriber subscriber;
   EXPECT_EQ(manager.Register(&subscriber), 0u);
-  Console first, second;
+  Terminal first, second;
   ASSERT_EQ(first.Open(manager, "first"), 0u);
   ASSERT_EQ(second.Open(manager, "second"), 0u);
-  EXPECT_EQ(Console().Open(manager, "first"), 183u);
-  EXPECT_TRUE(first.Echoes("marker"));
+  EXPECT_EQ(Terminal().Open(manager, "first"), 183u);
   EXPECT_TRUE(second.Echoes("other"));
-
   EXPECT_EQ(manager.SetSize("unknown", {100, 30}), 1168u);
   EXPECT_EQ(manager.SetSize("first", {100, 30}), 0u);
-  first.Type(orn::ToUtf8(RoleCommandLine("PrintsTheSize").view()).c_str() + std::string("\r"));
-  EXPECT_TRUE(first.ReadUntil("size=100x30."));
+  EXPECT_TRUE(first.Answers("terminal_host_test --child=PrintsTheSize", "size=100x30."));
 
   manager.CloseTerminal("unknown");
   manager.CloseTerminal("first");
   EXPECT_TRUE(first.ReadToEnd());
-  EXPECT_TRUE(second.Echoes("alive"));
   EXPECT_EQ(manager.SetSize("first", {80, 24}), 1168u);
-
+  EXPECT_TRUE(second.Echoes("alive"));
   manager.Stop();
   EXPECT_TRUE(second.ReadToEnd());
-  EXPECT_THAT(subscriber.WaitFor(0), testing::IsEmpty()) << "only a shell's own end is told";
+  EXPECT_THAT(subscriber.ids, testing::IsEmpty()) << "only a shell's own end is told";
 }
 
 TEST(RemoteTerminalManager, ShellThatExitsByItselfIsReportedOnce) {
   // Never destroyed: that would end the process.
   auto& manager = *new RemoteTerminalManager;
   ASSERT_EQ(manager.Start(), 0);
-  Subscriber subscriber, gone;
-  EXPECT_EQ(manager.Register(&gone), 0u);
+  Subscriber subscriber;
   EXPECT_EQ(manager.Register(&subscriber), 0u);
   EXPECT_EQ(manager.Register(&subscriber), 1627u);
-  EXPECT_EQ(manager.Unregister(&gone), 0u);
-  EXPECT_EQ(manager.Unregister(&gone), 1627u);
-
-  size_t told = 0;
   for (const char* id : {"one", "two", "one"}) {
-    Console console;
-    ASSERT_EQ(console.Open(manager, id), 0u);
-    console.Type("exit\r");
-    EXPECT_TRUE(console.ReadToEnd());
-    subscriber.WaitFor(++told);
+    Terminal terminal;
+    ASSERT_EQ(terminal.Open(manager, id), 0u);
+    EXPECT_TRUE(terminal.Exits());
+    subscriber.told.Acquire();
   }
   manager.Stop();  // Behind the last cleanup.
-  EXPECT_THAT(subscriber.WaitFor(3), testing::ElementsAre("one", "two", "one"));
-  EXPECT_THAT(gone.WaitFor(0), testing::IsEmpty());
+  EXPECT_THAT(subscriber.ids, testing::ElementsAre("one", "two", "one"));
 }
 
-TEST(RemoteTerminalManager, SessionsLeaveNoProcessThreadOrHandle) {
+TEST(RemoteTerminalManager, SessionsLeaveNoProcessOrHandle) {
+  const UniqueHandle job(CreateJobObjectW(nullptr, nullptr));
+  const UniqueHandle port(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1));
+  JOBOBJECT_ASSOCIATE_COMPLETION_PORT messages = {job.get(), port.get()};
+  SetInformationJobObject(job.get(), JobObjectAssociateCompletionPortInformation, &messages,
+                          sizeof(messages));
+  EXPECT_TRUE(AssignProcessToJobObject(job.get(), GetCurrentProcess()));
+  int running = 0, most = 0;
+  const auto next_message = [&] {
+    DWORD message = 0;
+    ULONG_PTR key = 0;
+    OVERLAPPED* process = nullptr;
+    if (!GetQueuedCompletionStatus(port.get(), &message, &key, &process,
+                                   running > 1 ? INFINITE : 0))
+      return false;
+    running += message == JOB_OBJECT_MSG_NEW_PROCESS ? 1 : 0;
+    running -=
+        message == JOB_OBJECT_MSG_EXIT_PROCESS || message == JOB_OBJECT_MSG_ABNORMAL_EXIT_PROCESS
+            ? 1
+            : 0;
+    most = std::max(most, running);
+    return true;
+  };
+
   RemoteTerminalManager manager;
   ASSERT_EQ(manager.Start(), 0);
-  const auto use_session = [&manager] {
-    Console console;
-    ASSERT_EQ(console.Open(manager, "id"), 0u);
-    EXPECT_TRUE(console.Echoes("marker"));
-    const auto processes = Descendants();
-    EXPECT_GE(processes.size(), 2u) << "winpty's agent and the shell";
-    manager.CloseTerminal("id");
-    for (const auto& process : processes)
-      WaitForSingleObject(process.get(), INFINITE);
-  };
-  use_session();
-  const size_t threads = CountThreads(), handles = CountHandles();
-  for (size_t i = 0; i < 20; ++i)
-    use_session();
+  constexpr size_t kSessions = 10;
+  size_t handles = 0;
+  for (size_t i = 0; i <= kSessions; ++i) {
+    {
+      Terminal terminal;
+      ASSERT_EQ(terminal.Open(manager, "id"), 0u);
+      EXPECT_TRUE(terminal.Echoes("marker"));
+      manager.CloseTerminal("id");
+    }
+    while (next_message()) {
+    }
+    if (i == 0) handles = CountHandles();
+  }
+  EXPECT_GE(most, 3) << "this process, winpty's agent and the shell";
   // Less than one for each session: Wine itself makes a few when it first needs them.
-  EXPECT_LT(CountThreads(), threads + 20);
-  EXPECT_LT(CountHandles(), handles + 20);
+  EXPECT_LT(CountHandles(), handles + kSessions);
   manager.Stop();
 }
 
-// A start that fails, with the real library but without its agent.
+// With the real library but without its agent.
 CHILD_ROLE(OpensWithoutAnAgent) {
   RemoteTerminalManager manager;
-  if (manager.Start() != 0) return 1;
-  if (Console().Open(manager, "id") != 1627) return 2;
-  if (Console().Open(manager, "id") != 183) return 3;
+  if (const int32_t code = manager.Start(); code != 0) return code;
+  if (Terminal().Open(manager, "id") != 1627) return 1;
+  if (Terminal().Open(manager, "id") != 183) return 2;
   manager.CloseTerminal("id");
-  if (Console().Open(manager, "id") != 1627) return 4;
+  if (Terminal().Open(manager, "id") != 1627) return 3;
   manager.Stop();
   return 0;
 }
 
-CHILD_ROLE(StartsWithoutWinpty) {
-  RemoteTerminalManager manager;
-  if (manager.Start() != 5002) return 1;
-  // One that lacks what is needed stays loaded, until the manager ends.
-  return GetModuleHandleW(L"winpty.dll") != nullptr ? 2 : 0;
-}
-
-TEST(RemoteTerminalManager, MissingPiecesOfWinptyAreToldApart) {
-  const std::wstring self = TestProgram().substr(TestProgram().find_last_of(L'\\') + 1);
+TEST(RemoteTerminalManager, FailedStartStaysUntilItIsClosed) {
   const TestFolder folder;
-  const std::wstring program = folder.Copy(self, L"test.exe");
-  EXPECT_EQ(RunChild("StartsWithoutWinpty", program), 0u);
-  folder.Copy(L"ServiceInstance.Comm.Testing.dll", L"winpty.dll");
-  EXPECT_EQ(RunChild("StartsWithoutWinpty", program), 2u);
-  folder.Copy(L"winpty.dll", L"winpty.dll");
+  const std::wstring program = folder / L"test.exe", library = folder / L"winpty.dll";
+  CopyFileW(TestProgram().c_str(), program.c_str(), /*failIfExists=*/TRUE);
+  EXPECT_EQ(RunChild("OpensWithoutAnAgent", program), 5002u);
+  CopyFileW(L"winpty.dll", library.c_str(), /*failIfExists=*/TRUE);
   EXPECT_EQ(RunChild("OpensWithoutAnAgent", program), 0u);
 }
 
-CHILD_ROLE(CleansUpATerminalThatIsClosedAlready) {
-  RemoteTerminalManager manager;
-  manager.Start();
-  manager.OnProcessTerminate("closed");
-  Sleep(INFINITE);
-  return 0;
-}
-
-CHILD_ROLE(DestroysAManagerWhoseShellHasExited) {
-  RemoteTerminalManager manager;
+CHILD_ROLE(MeetsHazard) {
+  LoadLibraryW(L"winpty.dll");
   Subscriber subscriber;
-  manager.Start();
-  manager.Register(&subscriber);
-  Console console;
-  console.Open(manager, "id");
-  console.Type("exit\r");
-  console.ReadToEnd();
-  subscriber.WaitFor(1);
-  manager.Stop();
-  return 0;
-}
-
-CHILD_ROLE(ClosesAfterTheStop) {
-  RemoteTerminalManager manager;
-  manager.Start();
-  Console console;
-  console.Open(manager, "id");
-  manager.Stop();
-  manager.CloseTerminal("id");
-  return 0;
-}
-
-CHILD_ROLE(DestroysAManagerAfterItsStop) {
-  const HMODULE own = LoadLibraryW(L"winpty.dll");
   {
     RemoteTerminalManager manager;
-    manager.Start();
+    Terminal terminal;
+    manager.Register(&subscriber);
+    if (manager.Start() != 0 || terminal.Open(manager, "id") != 0) return 1;
+    if (arguments[0] == "CloseBeforeCleanup") {
+      manager.CloseTerminal("id");
+      manager.OnProcessTerminate("id");
+      Sleep(INFINITE);
+    }
+    if (arguments[0] == "ShellExit") {
+      terminal.Exits();
+      subscriber.told.Acquire();
+    }
     manager.Stop();
-    if (GetModuleHandleW(L"winpty.dll") != own) return 1;
+    if (arguments[0] == "CloseAfterStop") manager.CloseTerminal("id");
   }
   return GetModuleHandleW(L"winpty.dll") != nullptr ? 2 : 0;
 }
 
 TEST(RemoteTerminalManager, SettledHazardsEndTheProcess) {
-  EXPECT_EQ(RunChild("CleansUpATerminalThatIsClosedAlready"), EXCEPTION_ACCESS_VIOLATION);
-  EXPECT_EQ(RunChild("ClosesAfterTheStop"), EXCEPTION_ACCESS_VIOLATION);
-  EXPECT_EQ(RunChild("DestroysAManagerWhoseShellHasExited"), 3u) << "std::terminate";
-  EXPECT_EQ(RunChild("DestroysAManagerAfterItsStop"), 0u) << "it frees winpty a second time";
+  EXPECT_EQ(RunChild("MeetsHazard CloseBeforeCleanup"), EXCEPTION_ACCESS_VIOLATION);
+  EXPECT_EQ(RunChild("MeetsHazard CloseAfterStop"), EXCEPTION_ACCESS_VIOLATION);
+  EXPECT_EQ(RunChild("MeetsHazard ShellExit"), 3u) << "std::terminate";
+  EXPECT_EQ(RunChild("MeetsHazard Destruction"), 0u) << "it frees winpty a second time";
+}
+
+TEST(TerminalInstance, ShellSeesTheMachinesPathAndMayDieBeforeAnybodyListens) {
+  wchar_t* block = nullptr;
+  EXPECT_EQ(TerminalInstance::FixEnvironmentVars(&block), 203u);
+  SetEnvironmentVariableW(orn::kOldPathVariable, L"c:\\old");
+  const orn::ScopeGuard unset([] { SetEnvironmentVariableW(orn::kOldPathVariable, nullptr); });
+  orn::RemoteTerminal::WinptyLibrary winpty;
+  ASSERT_TRUE(winpty.Load());
+  TerminalInstance instance(winpty.table());
+  Terminal terminal;
+  ASSERT_EQ(terminal.Open(instance), 0u);
+  EXPECT_TRUE(terminal.Answers("echo [%PATH%]", "[c:\\old]"));
+  EXPECT_TRUE(terminal.Exits());
+  instance.Stop();
 }
 
 }  // namespace
