@@ -29,15 +29,14 @@ TEST_F(TerminalSessionsTest, BothEndsAtOnceMakeOneCleanupAndTwoNotices) {
     const std::string id = std::to_string(round);
     Open(id);
     calls.Take();
-    std::thread near_end;
-    if (round % 2 == 0) {
-      // What the stream's thread asks for comes first: the other order is not survived.
-      connector.streams[id].Deliver(R"({"type":"streamStop"})");
-    } else {
-      near_end = std::thread([&] { feature.OnTerminalFinished(id.c_str()); });
-    }
+    // What the stream's thread asks for comes first: the other order is not survived.
+    const bool from_stream = round % 2 == 0;
+    if (from_stream) connector.streams[id].Deliver(R"({"type":"streamStop"})");
+    std::thread near_end([&] {
+      if (!from_stream) feature.OnTerminalFinished(id.c_str());
+    });
     feature.OnTerminalClosed(id.c_str());
-    if (near_end.joinable()) near_end.join();
+    near_end.join();
     calls.WaitFor(id + " ended unknown");
     const Calls seen = calls.Take();
     EXPECT_EQ(std::ranges::count(seen, "destroy stream"), 1);
