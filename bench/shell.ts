@@ -4,6 +4,8 @@
 import { execFileSync } from "node:child_process";
 import { mkdirSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
+import { figures } from "../tests/support/processes.ts";
+import type { Shell } from "../tests/support/shell.ts";
 import { Stack } from "../tests/support/stack.ts";
 
 const [bin, rawPrefix] = process.argv.slice(2) as [string, string];
@@ -53,6 +55,32 @@ async function echo(stack: Stack): Promise<number[]> {
   return times;
 }
 
+// What one more open session costs the agent and the server together, in KiB.
+async function memoryPerSession(stack: Stack): Promise<number> {
+  const open = async (count: number) => {
+    const shells: Shell[] = [];
+    for (let number = 0; number < count; number++) {
+      const shell = await stack.api.shell();
+      await shell.echo("console-ready");
+      shells.push(shell);
+    }
+    return shells;
+  };
+  const warm = await open(2);
+  const before = figures(stack.data).residentBytes;
+  const more = await open(8);
+  const grown = figures(stack.data).residentBytes - before;
+  await Promise.all([...warm, ...more].map((shell) => shell.close()));
+  return grown / 8 / 1024;
+}
+
+// Processor time of the agent and the server while nothing happens, in milliseconds per minute.
+async function idleTime(stack: Stack): Promise<number> {
+  const before = figures(stack.data).cpuSeconds;
+  await new Promise((next) => setTimeout(next, 60_000));
+  return (figures(stack.data).cpuSeconds - before) * 1000;
+}
+
 const stack = await Stack.start();
 try {
   const path = join(stack.data, "five-megabytes.txt");
@@ -77,6 +105,12 @@ try {
   row("output, kB/s, median", quantile(speeds.raw, 0.5), quantile(speeds.ours, 0.5));
   row("key press to echo, ms, median", quantile(times.raw, 0.5), quantile(times.ours, 0.5));
   row("key press to echo, ms, 95th pct", quantile(times.raw, 0.95), quantile(times.ours, 0.95));
+  console.log(
+    `${"memory of one more session, KiB".padEnd(47)} ours ${(await memoryPerSession(stack)).toFixed(0).padStart(8)}`,
+  );
+  console.log(
+    `${"idle, processor ms in a minute".padEnd(47)} ours ${(await idleTime(stack)).toFixed(0).padStart(8)}`,
+  );
 } finally {
   await stack.stop();
 }

@@ -1,6 +1,7 @@
-import { readdirSync, readFileSync, writeFileSync } from "node:fs";
+import { writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { expect, inject, test } from "vitest";
+import { figures } from "../support/processes.ts";
 import { sharedApi } from "../support/shared_api.ts";
 
 const api = sharedApi();
@@ -16,31 +17,16 @@ function flood(): string {
   return windowsPath(path);
 }
 
-// Resident bytes of the processes of this run whose command line holds `text`.
-function resident(text: string): number {
-  let bytes = 0;
-  for (const pid of readdirSync("/proc").filter((name) => /^\d+$/.test(name))) {
-    try {
-      const command = readFileSync(`/proc/${pid}/cmdline`, "utf8");
-      if (!command.includes(text) || !command.includes(inject("data"))) continue;
-      bytes += 4096 * Number(readFileSync(`/proc/${pid}/statm`, "utf8").split(" ")[1]);
-    } catch {
-      // The process ended while we looked.
-    }
-  }
-  return bytes;
-}
-
 test("a flood that nobody reads stops at the window, and others go on", async () => {
   const file = flood();
   const [stalled, other] = [await api.shell(), await api.shell()];
   await stalled.echo("ready");
   await other.echo("ready");
-  const before = resident("TsrSecurityService.exe") + resident("main.js");
+  const before = figures(inject("data")).residentBytes;
   stalled.socket.pause();
   stalled.type(`type "${file}"\r`);
   for (let round = 0; round < 20; round++) await other.echo(`round-${round}`);
-  const grown = resident("TsrSecurityService.exe") + resident("main.js") - before;
+  const grown = figures(inject("data")).residentBytes - before;
   expect(grown).toBeLessThan(32 * 1024 * 1024);
 
   // The reader stays away for longer than a send may wait: the stream is given up, the other is not.
