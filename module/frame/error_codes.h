@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-// The Windows error codes that have a fixed meaning in this system. Operations return them as 32-bit
-// numbers, 0 for success; they are written out here so that code which needs nothing of Windows can
-// use them.
+// The Windows error codes that have a fixed meaning in this system. Operations return them as
+// 32-bit numbers, 0 for success; they are written out here so that code which needs nothing of
+// Windows can use them.
 namespace error {
 
 inline constexpr uint32_t kSuccess = 0;

@@ -4,8 +4,8 @@
 
 #include "module/frame/windows.h"
 
-// Owning Win32 handles: `UniqueHandle` where null means none (events, processes, jobs), `UniqueFile`
-// where INVALID_HANDLE_VALUE does (CreateFileW). Closing keeps GetLastError.
+// Owning Win32 handles: `UniqueHandle` where null means none (events, processes, jobs),
+// `UniqueFile` where INVALID_HANDLE_VALUE does (CreateFileW). Closing keeps GetLastError.
 
 namespace orn {
 

@@ -25,11 +25,10 @@ class DeletionTest : public testing::Test {
       SetFileAttributesW((folder_ / name).c_str(), FILE_ATTRIBUTE_READONLY);
   }
 
-  bool Delete(const wchar_t* pattern, bool recursive = true, bool use_pattern_below = false,
-              std::function<bool(const Path&)> skip = nullptr) {
-    return detail::DeletePath(top_.c_str(), reboot_needed_, all_deleted_, recursive,
+  bool Delete(const wchar_t* pattern, std::function<bool(const Path&)> skip = nullptr) {
+    return detail::DeletePath(top_.c_str(), reboot_needed_, all_deleted_, /*recursive=*/true,
                               std::move(skip), detail::kAskForAttributes, pattern,
-                              use_pattern_below);
+                              /*use_pattern_below=*/false);
   }
   bool IsThere(const wchar_t* name) const { return Exists(folder_ / name); }
   // What is left of the files, in that order.
@@ -77,35 +76,24 @@ TEST_F(DeletionTest, ReadOnlyEntriesGoAndALockedOneKeepsOnlyWhatIsAboveIt) {
   EXPECT_TRUE(IsThere(L"file"));
 }
 
-TEST_F(DeletionTest, FolderGoesUnlessThePatternFindsNothing) {
+TEST_F(DeletionTest, PatternHoldsAtTheTopAndBelowItAllGoes) {
   for (const wchar_t* pattern : {L"", L"*.nothing"}) {
     EXPECT_TRUE(detail::DeletePath(top_.c_str(), reboot_needed_, nullptr, pattern));
     EXPECT_EQ(Left(), "+++++");
   }
+  // Only names that match are entered, and below them all goes.
+  EXPECT_TRUE(Delete(L"b*"));
+  EXPECT_EQ(Left(), "+++--");
+  EXPECT_TRUE(reboot_needed_);  // The folder, which is not empty.
+  reboot_needed_ = false;
   EXPECT_TRUE(detail::DeletePath(top_.c_str(), reboot_needed_, nullptr, L"*"));
   EXPECT_FALSE(IsThere(L"top"));
   EXPECT_FALSE(Delete(L"*") || reboot_needed_);
 }
 
-TEST_F(DeletionTest, PatternHoldsAtTheTopAndBelowWhereAskedFor) {
-  EXPECT_TRUE(Delete(L"*", /*recursive=*/false));
-  EXPECT_EQ(Left(), "---++");
-  folder_.File(L"top\\keep.log");
-  folder_.Folder(L"top\\tmp.k");
-  folder_.File(L"top\\tmp.k\\x.log");
-  folder_.File(L"top\\tmp.k\\x.k");
-  EXPECT_TRUE(Delete(L"*.k", /*recursive=*/true, /*use_pattern_below=*/true));
-  EXPECT_TRUE(IsThere(L"top\\tmp.k\\x.log"));
-  EXPECT_FALSE(IsThere(L"top\\tmp.k\\x.k"));
-  // Only names that match are entered, and below them all goes.
-  EXPECT_TRUE(Delete(L"b*"));
-  EXPECT_EQ(Left(), "+----");
-  EXPECT_TRUE(reboot_needed_);  // The folder, which is not empty.
-}
-
 TEST_F(DeletionTest, SkippedPathIsKeptWithTheFoldersAboveItAndALockedOneIsLeftToTheRestart) {
-  EXPECT_TRUE(Delete(L"*", true, false,
-                     [&](const Path& path) { return path == folder_ / L"top\\below\\keep.log"; }));
+  EXPECT_TRUE(
+      Delete(L"*", [&](const Path& path) { return path == folder_ / L"top\\below\\keep.log"; }));
   EXPECT_FALSE(all_deleted_ || reboot_needed_);
   EXPECT_EQ(Left(), "---+-");
 

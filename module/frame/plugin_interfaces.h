@@ -21,7 +21,8 @@ struct IOrnBaseInterface {
 
 // The host's registry of plug-ins. Counts references by display name.
 struct IComponentManager {
-  // Stores the plug-in's face for `id` in `*object`, null on failure. Returns a status, 0 for success.
+  // Stores the plug-in's face for `id` in `*object`, null on failure. Returns a status, 0 for
+  // success.
   virtual uint32_t GetObject(const wchar_t* name, const InterfaceId& id, void** object) = 0;
   // Gives one reference on the plug-in `name` back.
   virtual void ReleaseObject(const wchar_t* name) = 0;

@@ -13,8 +13,9 @@
 //   if (!connector_.GetPlugin(manager)) return error::kMissingDependency;
 //   connector_->CreateSocketManager(this);
 //
-// `T` names itself: T::kInterfaceId, and T::kTypeName as log lines show it. Changed in Init and UnInit of
-// its owner only, read by all threads in between; it must not outlive the component manager.
+// `T` names itself: T::kInterfaceId, and T::kTypeName as log lines show it. Changed in Init and
+// UnInit of its owner only, read by all threads in between; it must not outlive the component
+// manager.
 template <class T>
 class ServPlugin {
  public:
