@@ -48,6 +48,14 @@ test("a shell that exits ends its session once", async () => {
   await api.machineThat((machine) => machine.sessions === 0);
 });
 
+test("a terminal that a bare call opened counts, and ends by inactivity", async () => {
+  const parameters = JSON.stringify({ streamId: "bare", inactivityTimeout: 2 });
+  const opened = api.machineThat((machine) => machine.sessions === 1);
+  expect(await api.rpc("OpenTerminal", parameters)).toMatchObject({ result: 0, code: 0 });
+  await opened;
+  await api.machineThat((machine) => machine.sessions === 0);
+});
+
 test("inactivity ends a session", async () => {
   const shell = await api.shell({ inactivityTimeout: 2 });
   expect(await shell.closed).toEqual({ code: 1000, reason: "inactivity" });

@@ -17,6 +17,9 @@ import {
 import { CallQueue } from "./call_queue.ts";
 import type { EventLog } from "./event_log.ts";
 
+/** What an agent can make this server remember; more than that is not counted. */
+const MAX_BARE_STREAMS = 1000;
+
 /** A machine as `GET /api/machines` shows it. */
 export interface MachineState {
   id: string;
@@ -44,6 +47,8 @@ export class Machine implements AgentListener {
   since: Date;
   readonly #context: MachineContext;
   readonly #sessions = new Map<string, TerminalSession>();
+  /** Streams that have output and no session here: terminals that a script opened by a bare call. */
+  readonly #bareStreams = new Set<string>();
   readonly #calls: CallQueue;
   #agent: AgentConnection | undefined;
 
@@ -71,7 +76,7 @@ export class Machine implements AgentListener {
 
   get state(): MachineState {
     const { id, name, connected, enabled } = this;
-    return { id, name, connected, enabled, sessions: this.#sessions.size };
+    return { id, name, connected, enabled, sessions: this.#sessions.size + this.#bareStreams.size };
   }
 
   /** The machine's agent has said hello; an earlier connection of it gives way. */
@@ -131,11 +136,13 @@ export class Machine implements AgentListener {
     if (session) return session.fromMachine(message);
     // A stream that was opened by a bare call, or is forgotten already: its output goes nowhere, but must not block.
     if (message.message === "streamStop" || message.message === "resize") return;
+    this.#countBare(message.stream);
     const bytes = Buffer.byteLength(message.content);
     this.#agent?.send({ type: "streamCredit", stream: message.stream, bytes });
   }
 
   onStreamClosed(message: StreamClosed): void {
+    if (this.#bareStreams.delete(message.stream)) this.#context.onChange();
     this.#sessions.get(message.stream)?.onStreamClosed(message.reason);
   }
 
@@ -147,7 +154,14 @@ export class Machine implements AgentListener {
     this.#agent = undefined;
     this.since = new Date();
     this.#calls.clear();
+    this.#bareStreams.clear();
     for (const session of this.sessions) session.onMachineLost();
+    this.#context.onChange();
+  }
+
+  #countBare(stream: string): void {
+    if (this.#bareStreams.has(stream) || this.#bareStreams.size === MAX_BARE_STREAMS) return;
+    this.#bareStreams.add(stream);
     this.#context.onChange();
   }
 
