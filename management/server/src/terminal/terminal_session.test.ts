@@ -69,8 +69,9 @@ test("output reaches the client in order, also what came before the answer, and 
   for (let i = 0; i < 200; i++) agent.output(stream, `line ${i}`);
   agent.sendStream(stream, "remoteAccessDownloadFinished", '{"big": 12345678901234567890}');
   agent.output(stream, "last");
-  agent.endStream(stream);
+  agent.sendStream(stream, "streamStop", '{"reason":0}');
   agent.output(stream, "too late");
+  agent.endStream(stream);
   expect(await client.closed).toEqual({ code: 1000, reason: "shellExited" });
   const messages = client.unread();
   expect(messages.map((message) => message.type)).toEqual([
