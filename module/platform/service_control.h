@@ -6,8 +6,8 @@
 
 namespace EndpointService {
 
-// The control object of one host process, "ServiceControl::NAME.exe" of ServiceInstance.Comm.dll: is it
-// running, stop it, tell of changes. The order of the operations is binary contract.
+// The control object of one host process, "ServiceControl::NAME.exe" of ServiceInstance.Comm.dll:
+// is it running, stop it, tell of changes. The order of the operations is binary contract.
 struct IControl {
   static constexpr InterfaceId kInterfaceId =
       ParseInterfaceId("{6AA90000-1C0C-4E7A-6011-261BF38DAD87}");
@@ -22,7 +22,8 @@ struct IControl {
     ~IEvents() = default;
   };
 
-  // Stops the host; `timeout` in milliseconds, 0xFFFFFFFF for no limit. Returns a code, 0 for success.
+  // Stops the host; `timeout` in milliseconds, 0xFFFFFFFF for no limit. Returns a code, 0 for
+  // success.
   virtual uint32_t Stop(uint32_t timeout) = 0;
   // Stores non-zero in `*running` if the host runs. Returns a code.
   virtual uint32_t IsRunning(uint32_t* running) = 0;

@@ -4,8 +4,9 @@
 
 #include "module/frame/interface_id.h"
 
-// The agent's store of persisted settings. A key ("RemoteAccess/enabled") opens a node, whose values have
-// names; the empty name is the node's own value. The order of the operations is binary contract.
+// The agent's store of persisted settings. A key ("RemoteAccess/enabled") opens a node, whose
+// values have names; the empty name is the node's own value. The order of the operations is binary
+// contract.
 struct ITsrSettings {
   static constexpr InterfaceId kInterfaceId =
       ParseInterfaceId("{A1A3677F-C7A6-4ED6-A743-7BACBCFD0D41}");

@@ -7,8 +7,8 @@
 
 #include "module/frame/interface_id.h"
 
-// The cloud connector: one connection to the management server that carries JSON-RPC calls in and streams
-// both ways. The order of the operations is binary contract.
+// The cloud connector: one connection to the management server that carries JSON-RPC calls in and
+// streams both ways. The order of the operations is binary contract.
 namespace VeldConnector {
 
 namespace Rpc {

@@ -4,7 +4,8 @@
 
 #include "module/frame/windows.h"
 
-// The console emulator's library, bound at run time from "winpty.dll". Only what is called is declared.
+// The console emulator's library, bound at run time from "winpty.dll". Only what is called is
+// declared.
 
 struct winpty_s;
 struct winpty_config_s;
