@@ -6,51 +6,14 @@
 #include <fstream>
 #include <string>
 
-#include "host/common/file_path.h"
-#include "host/service/configuration_object.h"
 #include "module/frame/windows.h"
 
 namespace host {
 namespace {
 
-class ConfigurationFile : public ::testing::Test {
- protected:
-  bool Read(const std::string& text) {
-    std::ofstream(std::filesystem::path(file_), std::ios::binary) << text;
-    return ReadConfiguration(file_, configuration_, problem_);
-  }
-  ~ConfigurationFile() override { std::filesystem::remove(std::filesystem::path(file_)); }
-
-  const std::wstring file_ = std::filesystem::temp_directory_path() /
-                             (L"configuration-" + std::to_wstring(GetCurrentProcessId()) + L".xml");
-  Configuration configuration_;
-  ConfigurationProblem problem_;
-};
-
-TEST_F(ConfigurationFile, GivesPluginsTheirOptionsAndResolvesPathsAgainstItsFolder) {
-  ASSERT_TRUE(
-      Read("\xEF\xBB\xBF<host name='H' data='d\\..\\data\\'>\n<declares host='W'/>\n"
-           "<plugin name='P' library='l.dll' object='O'>"
-           "<option name='server' value='\xC3\xA4 &amp; b'/><option name='empty' value=''/>"
-           "</plugin></host>"))
-      << std::string(problem_.text.begin(), problem_.text.end());
-  EXPECT_EQ(configuration_.declared, (std::vector<std::wstring>{L"H", L"W"}));
-  ConfigurationObject object(configuration_);
-  EXPECT_EQ(object.GetDataFolder(), FolderOf(file_) + L"\\data");
-  EXPECT_STREQ(object.GetOption(L"P", L"server"), L"\u00e4 & b");
-  EXPECT_STREQ(object.GetOption(L"P", L"empty"), L"");
-  EXPECT_EQ(object.ResolvePath(L"keys/agent.key"), FolderOf(file_) + L"\\keys\\agent.key");
-  EXPECT_STREQ(object.ResolvePath(L"C:\\keys\\agent.key"), L"C:\\keys\\agent.key");
-}
-
-TEST_F(ConfigurationFile, TheTemplateIsAGoodConfiguration) {
-  std::ifstream in(
-      std::filesystem::path(FolderOf(ProgramPath()) + L"\\TsrSecurityService.exe.xml.in"));
-  ASSERT_TRUE(Read({std::istreambuf_iterator<char>(in), {}}));
-  EXPECT_EQ(configuration_.plugins.size(), 6u);
-}
-
-TEST_F(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
+TEST(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
+  const auto file = std::filesystem::temp_directory_path() /
+                    (L"configuration-" + std::to_wstring(GetCurrentProcessId()) + L".xml");
   const std::string head = "<host name='H' data='d'>\n";
   const std::string plugin = "<plugin name='P' library='l' object='O'>";
   const std::string good_plugin = plugin + "</plugin>\n";
@@ -80,11 +43,15 @@ TEST_F(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.text.substr(0, 100));
-    EXPECT_FALSE(Read(row.text));
-    EXPECT_EQ(problem_.line, row.line);
-    EXPECT_NE(problem_.text.find(row.problem), std::wstring::npos)
-        << std::string(problem_.text.begin(), problem_.text.end());
+    std::ofstream(file, std::ios::binary) << row.text;
+    Configuration configuration;
+    ConfigurationProblem problem;
+    EXPECT_FALSE(ReadConfiguration(file, configuration, problem));
+    EXPECT_EQ(problem.line, row.line);
+    EXPECT_NE(problem.text.find(row.problem), std::wstring::npos)
+        << std::string(problem.text.begin(), problem.text.end());
   }
+  std::filesystem::remove(file);
 }
 
 }  // namespace

@@ -33,7 +33,6 @@ class HostRunner {
   const std::wstring& name() const { return name_; }
   const std::wstring& folder() const { return folder_; }
   std::wstring file() const { return folder_ + L"\\host.xml"; }
-  HANDLE process() const { return process_.get(); }
 
  private:
   std::wstring name_;

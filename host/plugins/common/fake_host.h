@@ -16,7 +16,6 @@ class FakeHost final : public IServMain, public IComponentManager, public IHostC
   void SetOption(const wchar_t* plugin, const wchar_t* option, const wchar_t* value) {
     options_[{plugin, option}] = value;
   }
-  void SetDataFolder(std::wstring folder) { data_folder_ = std::move(folder); }
   // `plugin` is not owned.
   void Add(const wchar_t* name, IOrnBaseInterface* plugin) { plugins_[name] = plugin; }
 
@@ -36,13 +35,12 @@ class FakeHost final : public IServMain, public IComponentManager, public IHostC
     const auto found = options_.find({plugin, option});
     return found == options_.end() ? nullptr : found->second.c_str();
   }
-  const wchar_t* GetDataFolder() override { return data_folder_.c_str(); }
+  const wchar_t* GetDataFolder() override { return L""; }
   const wchar_t* ResolvePath(const wchar_t* path) override { return path; }
 
  private:
   std::map<std::pair<std::wstring, std::wstring>, std::wstring> options_;
   std::map<std::wstring, IOrnBaseInterface*> plugins_;
-  std::wstring data_folder_;
 };
 
 }  // namespace host

@@ -47,10 +47,6 @@ class MemoryServer {
     const Lock lock(mutex_);
     reading_ = false;
   }
-  void WaitUntilDisconnected() {
-    Lock lock(mutex_);
-    changed_.Wait(lock, [this] { return connected_ == nullptr; });
-  }
 
  private:
   class Transport final : public ITransport {

@@ -174,22 +174,5 @@ TEST_F(WinHttpTransportTest, CloseEndsWhateverWaits) {
   }
 }
 
-TEST(ServerAddress, IsReadFromUrlsOfWebSocketsOnly) {
-  const auto secure = ParseServerAddress(L"wss://host.example/door?x=1");
-  ASSERT_TRUE(secure);
-  EXPECT_TRUE(secure->secure);
-  EXPECT_EQ(secure->port, 443);
-  EXPECT_EQ(secure->path, L"/door?x=1");
-  EXPECT_EQ(ParseServerAddress(L"ws://127.0.0.1:8080")->path, L"/api/agent");
-  for (const wchar_t* const bad : {L"", L"ws://", L"http://host", L"host", L"ws://host:99999"}) {
-    EXPECT_FALSE(ParseServerAddress(bad)) << bad;
-  }
-}
-
-TEST(MachineName, IsCutAtAWholeCharacter) {
-  const std::wstring name(200, L'\u00e4');
-  EXPECT_EQ(EncodeMachineName(name).size(), 127 * 6u);
-}
-
 }  // namespace
 }  // namespace host::connector
