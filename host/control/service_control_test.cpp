@@ -15,6 +15,7 @@ using EndpointService::IControl;
 using testing::HostRunner;
 using testing::Option;
 using testing::TestPlugin;
+using testing::Utf8;
 using Control = ExportedPlugin<IControl, IControl>;
 
 // Takes the notifications one by one.
@@ -74,15 +75,16 @@ TEST(ServiceControl, TellsOfEachStartAndEndOfAHostHoweverItEnds) {
   EXPECT_EQ(control.get()->Unregister(&observer, 0), 1627u);
 }
 
-TEST(ServiceControl, AHostThatDoesNotStopInTimeIsATimeOutButWasAsked) {
+TEST(ServiceControl, AHostThatDoesNotStopInTimeIsATimeOutAndOneOfTheOwnProcessIsLeftAlone) {
   HostRunner runner;
-  runner.Configure(TestPlugin("A", Option("hang", "")));
+  const std::string own = Utf8(runner.name());
+  runner.Configure(TestPlugin("A", Option("stopHost", own)) + TestPlugin("B", Option("hang", "")));
   runner.Start();
-  runner.ReadUntil("is running");
+  EXPECT_NE(runner.ReadUntil("is running").find("A.stopHost 0 running"), std::string::npos);
   Control control;
   LoadControl(control, runner.name());
   EXPECT_EQ(control.get()->Stop(/*timeout=*/50), 1460u);
-  EXPECT_NE(runner.ReadUntil("A.Stop").find("A.Stop"), std::string::npos);
+  runner.ReadUntil("B.Stop");  // It was asked all the same.
   EXPECT_TRUE(IsRunning(control));
 }
 

@@ -4,6 +4,7 @@
 //   failInit, failStart = CODE   that operation fails
 //   get = NAME                   Init fetches a plug-in and tells the code
 //   tell = VARIABLE              Init writes a variable of the environment
+//   stopHost = NAME              Start stops that host and tells the code
 //   call                         a call runs from OpenIntake on, whose end CloseIntake waits for
 //   hang                         Stop does not return
 
@@ -14,10 +15,12 @@
 
 #include "host/common/host_configuration.h"
 #include "host/common/host_intake.h"
+#include "module/frame/exported_plugin.h"
 #include "module/frame/handle.h"
 #include "module/frame/object_declaration.h"
 #include "module/frame/serv_plugin.h"
 #include "module/frame/utf.h"
+#include "module/platform/service_control.h"
 
 namespace {
 
@@ -60,6 +63,15 @@ class TestPlugin : public IServPlugin, public host::IHostIntake {
 
   int32_t Start() override {
     Tell(L"Start");
+    if (const wchar_t* other = Option(L"stopHost")) {
+      ExportedPlugin<EndpointService::IControl, EndpointService::IControl> control;
+      const std::wstring object = L"ServiceControl::" + std::wstring(other) + L".exe";
+      const uint32_t status = control.Load(L"ServiceInstance.Comm.dll", object.c_str());
+      uint32_t running = 0;
+      if (status == 0) control.get()->IsRunning(&running);
+      Tell(L"stopHost " + std::to_wstring(status == 0 ? control.get()->Stop(INFINITE) : status) +
+           (running != 0 ? L" running" : L" not running"));
+    }
     return Has(L"failStart") ? std::stoi(Option(L"failStart")) : 0;
   }
 
