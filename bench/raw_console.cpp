@@ -67,6 +67,14 @@ class RawConsole {
     return {buffer, count};
   }
 
+  // Reads what came behind an earlier echo, such as the cursor's place.
+  void Drain() {
+    DWORD waiting = 0;
+    while (PeekNamedPipe(conout_.get(), nullptr, 0, nullptr, &waiting, nullptr) && waiting > 0) {
+      Read();
+    }
+  }
+
   // Reads until `text` was seen; the number of bytes up to there.
   size_t See(const std::string& text) {
     size_t bytes = 0;
@@ -94,7 +102,8 @@ void Flood(RawConsole& console, const std::string& file) {
 void Echo(RawConsole& console, int count) {
   std::printf("[");
   for (int pressed = 0; pressed < count; ++pressed) {
-    Sleep(100);  // a person's pace; the console is quiet again
+    Sleep(100);  // a person's pace
+    console.Drain();
     const auto start = Clock::now();
     console.Type("x");
     console.Read();
