@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include "host/plugins/connector/transport.h"
+#include "host/plugins/link/transport.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
 #include "module/frame/scope_guard.h"
@@ -32,7 +32,7 @@ struct Hub::Handler {
   }
   void operator()(const StreamCloseMessage& message) const { hub.streams_.Close(message.stream); }
   void operator()(const PingMessage&) const {
-    hub.outbox_->Push(PongText(), Outbox::Kind::kAnswer);
+    hub.outbox_->Push(link::kPongText, link::Outbox::Kind::kAnswer);
   }
   void operator()(const PongMessage&) const {}
 };
@@ -47,11 +47,11 @@ Hub::~Hub() {
   CloseIntake();
 }
 
-void Hub::Up(std::shared_ptr<Outbox> outbox) {
+void Hub::Up(std::shared_ptr<link::Outbox> outbox) {
   {
     const Lock lock(mutex_);
     outbox_ = outbox;
-    outbox_->Push(HelloMessage(is_enabled_()), Outbox::Kind::kAnswer);
+    outbox_->Push(HelloMessage(is_enabled_()), link::Outbox::Kind::kAnswer);
   }
   streams_.Attach(std::move(outbox));
   notifier_.Post([this] { Notify(&VeldConnector::ISocketConnection::OnConnect); });
@@ -105,15 +105,15 @@ void Hub::DeleteSocketManager(VeldConnector::ISocketManager* manager) {
 
 void Hub::SendState() {
   const Lock lock(mutex_);
-  if (outbox_ != nullptr) outbox_->Push(StateMessage(is_enabled_()), Outbox::Kind::kAnswer);
+  if (outbox_ != nullptr) outbox_->Push(StateMessage(is_enabled_()), link::Outbox::Kind::kAnswer);
 }
 
 bool Hub::TrySendEvent(const std::string& name, const Json::Value& payload) {
   const Lock lock(mutex_);
   if (outbox_ == nullptr) return false;
   std::string text = EventMessage(last_event_ + 1, name, payload);
-  if (text.size() > kLongestMessage) return false;
-  if (!outbox_->Push(std::move(text), Outbox::Kind::kOptional)) return false;
+  if (text.size() > link::kLongestMessage) return false;
+  if (!outbox_->Push(std::move(text), link::Outbox::Kind::kOptional)) return false;
   ++last_event_;
   return true;
 }
@@ -131,19 +131,19 @@ void Hub::QueueCall(RpcMessage call) {
                   kMostWaitingCalls);
   if (!queued) {
     outbox_->Push(RpcReplyMessage(id, error::kBusy, /*code=*/0, /*text=*/{}),
-                  Outbox::Kind::kAnswer);
+                  link::Outbox::Kind::kAnswer);
   }
 }
 
-void Hub::RunCall(const std::shared_ptr<Outbox>& outbox, const RpcMessage& call) {
+void Hub::RunCall(const std::shared_ptr<link::Outbox>& outbox, const RpcMessage& call) {
   VeldConnector::Rpc::Reply reply;
   streams_.BeginCall(outbox);
   const uint32_t result = Dispatch(call, reply);
   std::string text = RpcReplyMessage(call.id, result, reply.code, reply.text);
-  if (text.size() > kLongestMessage) {
+  if (text.size() > link::kLongestMessage) {
     text = RpcReplyMessage(call.id, kReplyTooLong, reply.code, /*text=*/{});
   }
-  outbox->Push(std::move(text), Outbox::Kind::kAnswer);
+  outbox->Push(std::move(text), link::Outbox::Kind::kAnswer);
   streams_.EndCall();
 }
 

@@ -10,9 +10,9 @@
 #include "host/plugins/common/sync.h"
 #include "host/plugins/common/task_thread.h"
 #include "host/plugins/connector/messages.h"
-#include "host/plugins/connector/outbox.h"
 #include "host/plugins/connector/socket_manager.h"
 #include "host/plugins/connector/stream_table.h"
+#include "host/plugins/link/connection_user.h"
 
 namespace host::connector {
 
@@ -21,7 +21,7 @@ namespace host::connector {
 //
 // Threads of its own: one for the calls, one at a time; one for OnConnect and OnDisconnect; one for
 // each stream. The thread that brings the server's messages therefore never waits for a user.
-class Hub {
+class Hub final : public link::IConnectionUser {
  public:
   // `is_enabled` gives the switch as "hello" and "state" tell it. It is called under the hub's
   // mutex.
@@ -33,9 +33,9 @@ class Hub {
   // The connection's side, one thread. Up sends "hello" as the connection's first message; Down
   // returns when the users have been told, so that no session of the next connection meets the end
   // of the last.
-  void Up(std::shared_ptr<Outbox> outbox);
-  void OnMessage(const std::string& text);
-  void Down();
+  void Up(std::shared_ptr<link::Outbox> outbox) override;
+  void OnMessage(const std::string& text) override;
+  void Down() override;
 
   // The users' side. Delete waits for the calls that run in that user; it is not to be called by
   // one.
@@ -59,7 +59,7 @@ class Hub {
   struct Handler;
 
   void QueueCall(RpcMessage call);
-  void RunCall(const std::shared_ptr<Outbox>& outbox, const RpcMessage& call);
+  void RunCall(const std::shared_ptr<link::Outbox>& outbox, const RpcMessage& call);
   uint32_t Dispatch(const RpcMessage& call, VeldConnector::Rpc::Reply& reply);
   void Notify(void (VeldConnector::ISocketConnection::*operation)());
   void EndUse(const SocketManager* manager);
@@ -75,7 +75,7 @@ class Hub {
   std::vector<const SocketManager*> in_use_;  // by a call or notification that runs
   // Null while there is no connection. Changed by the connection's thread only, which reads it
   // without the mutex.
-  std::shared_ptr<Outbox> outbox_;
+  std::shared_ptr<link::Outbox> outbox_;
   uint64_t last_event_ = 0;
 };
 

@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <tuple>
 
-#include "host/plugins/connector/connection_loop.h"
-#include "host/plugins/connector/memory_transport.h"
+#include "host/plugins/link/connection_loop.h"
+#include "host/plugins/link/memory_transport.h"
 
 namespace host::connector {
 namespace {
@@ -98,10 +98,11 @@ class HubTest : public testing::Test {
  protected:
   using Events = std::vector<std::string>;
 
-  void Connect(const LoopLimits& limits = {}) {
+  void Connect(const link::LoopLimits& limits = {}) {
     manager_ = hub_.CreateSocketManager(&user_);
     EXPECT_EQ(manager_->RegisterController(&user_), 0u);
-    loop_ = std::make_unique<ConnectionLoop>(server_.Factory(), hub_, limits);
+    loop_ =
+        std::make_unique<link::ConnectionLoop>(L"VeldConnector", server_.Factory(), hub_, limits);
     loop_->Start();
     EXPECT_EQ(server_.Accept(), HelloMessage(true));
     EXPECT_EQ(user_.WaitFor(1), Events{"connect"});
@@ -118,10 +119,10 @@ class HubTest : public testing::Test {
     if (loop_ != nullptr) loop_->Stop();
   }
 
-  MemoryServer server_;
+  link::MemoryServer server_;
   User user_;
   Hub hub_{StreamLimits{}, [] { return true; }};
-  std::unique_ptr<ConnectionLoop> loop_;
+  std::unique_ptr<link::ConnectionLoop> loop_;
   VeldConnector::ISocketManager* manager_ = nullptr;
 };
 
@@ -138,7 +139,7 @@ TEST_F(HubTest, CallsAreAnsweredAndNothingThatTheServerSendsEndsTheConnection) {
   server_.Send(Rpc(3, "F"));
   EXPECT_EQ(server_.Take(), RpcReplyMessage(3, 1359, 0, ""));
   server_.Send(R"({"type":"ping"})");
-  EXPECT_EQ(server_.Take(), PongText());
+  EXPECT_EQ(server_.Take(), link::kPongText);
   hub_.SendState();
   EXPECT_EQ(server_.Take(), StateMessage(true));
   EXPECT_TRUE(hub_.TrySendEvent("E", Json::Value(1)));
@@ -288,7 +289,7 @@ TEST_F(HubTest, AStreamWhoseOpeningCallOutlivesTheConnectionGetsOneErrorAfterThe
 
 TEST_F(HubTest, AServerThatIsSilentIsAskedAndThenGivenUp) {
   Connect({.ping = 1ms, .give_up = 50ms});
-  EXPECT_EQ(server_.Take(), PingText());
+  EXPECT_EQ(server_.Take(), link::kPingText);
   EXPECT_EQ(user_.WaitFor(2), (Events{"connect", "disconnect"}));
   EXPECT_EQ(server_.Accept(), HelloMessage(true));
 }
@@ -325,7 +326,7 @@ TEST_F(HubTest, AClosedIntakeLetsNothingInButTheLastWordsOut) {
 }
 
 TEST(BackOff, GrowsFromHalfASecondToHalfAMinuteAndStartsAnewAfterALongConnection) {
-  BackOff back_off(/*seed=*/1);
+  link::BackOff back_off(/*seed=*/1);
   for (const int ceiling : {1, 2, 4, 8, 16, 30, 30}) {
     const auto wait = back_off.Next();
     EXPECT_GE(wait, ceiling * 500ms);

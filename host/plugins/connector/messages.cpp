@@ -147,14 +147,6 @@ std::string EventMessage(uint64_t number, const std::string& name, const Json::V
   return Write(message);
 }
 
-std::string PingText() {
-  return Write(Message("ping"));
-}
-
-std::string PongText() {
-  return Write(Message("pong"));
-}
-
 std::optional<InwardText> ReadInwardText(std::string text) {
   Json::Value message;
   if (!orn::JsonReader().Parse(text, message) || !message.isObject()) return std::nullopt;

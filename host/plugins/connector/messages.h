@@ -53,8 +53,6 @@ std::string StreamMessage(const std::string& stream, const std::string& type,
 // `reason` is "destroyed", "lost" or "unused".
 std::string StreamClosedMessage(const std::string& stream, const char* reason);
 std::string EventMessage(uint64_t number, const std::string& name, const Json::Value& payload);
-std::string PingText();
-std::string PongText();
 
 // One message of the server's to a stream, made safe for the console behind it.
 struct InwardText {

@@ -3,7 +3,7 @@
 #include <exception>
 
 #include "host/plugins/connector/messages.h"
-#include "host/plugins/connector/transport.h"
+#include "host/plugins/link/transport.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
 #include "module/frame/scope_guard.h"
@@ -21,7 +21,7 @@ constexpr size_t kMessageOverhead = 64;
 
 }  // namespace
 
-Stream::Stream(std::string id, std::shared_ptr<Outbox> outbox, const StreamLimits& limits)
+Stream::Stream(std::string id, std::shared_ptr<link::Outbox> outbox, const StreamLimits& limits)
     : id_(std::move(id)),
       outbox_(std::move(outbox)),
       limits_(limits),
@@ -37,7 +37,7 @@ uint32_t Stream::Send(const std::pair<std::string, std::string>& message, int32_
   const bool is_stop = message.first == kStreamStop;
   const bool is_free = is_stop || message.first == kResize;
   std::string text = StreamMessage(id_, message.first, message.second);
-  if (text.size() > kLongestMessage) return kMessageTooLong;
+  if (text.size() > link::kLongestMessage) return kMessageTooLong;
 
   Lock lock(mutex_);
   ++senders_;
@@ -53,7 +53,7 @@ uint32_t Stream::Send(const std::pair<std::string, std::string>& message, int32_
     if (const auto result = WaitForCreditLocked(lock, message.second.size())) return *result;
     under_way_ += message.second.size();
   }
-  const auto kind = is_free ? Outbox::Kind::kAnswer : Outbox::Kind::kCredited;
+  const auto kind = is_free ? link::Outbox::Kind::kAnswer : link::Outbox::Kind::kCredited;
   return outbox_->Push(std::move(text), kind) ? 0 : error::kNotConnected;
 }
 
@@ -98,7 +98,7 @@ void Stream::LoseLocked(Lock& lock) {
     SilenceLocked();
     ORN_LOG(logging::kNotice, L"VeldConnector::Stream::Send",
             L"Stream %S is lost: its output was not taken.", id_.c_str());
-    outbox_->Push(StreamClosedMessage(id_, "lost"), Outbox::Kind::kAnswer);
+    outbox_->Push(StreamClosedMessage(id_, "lost"), link::Outbox::Kind::kAnswer);
     changed_.NotifyAll();
   }
   changed_.Wait(lock, [this] { return begun_ || !connected_ || destroyed_; });
@@ -214,7 +214,7 @@ void Stream::Destroy() {
     changed_.Wait(lock, [&] { return senders_ == 0 && (by_its_handler || !delivering_); });
     if (connected_ && !lost_) {
       outbox_->Push(StreamClosedMessage(id_, overrun_ ? "lost" : "destroyed"),
-                    Outbox::Kind::kAnswer);
+                    link::Outbox::Kind::kAnswer);
     }
   }
   if (by_its_handler) {

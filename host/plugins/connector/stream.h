@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "host/plugins/common/sync.h"
-#include "host/plugins/connector/outbox.h"
+#include "host/plugins/link/outbox.h"
 #include "module/platform/veld_connector.h"
 
 namespace host::connector {
@@ -33,7 +33,7 @@ struct StreamLimits {
 class Stream final : public VeldConnector::Stream::IConnection,
                      public std::enable_shared_from_this<Stream> {
  public:
-  Stream(std::string id, std::shared_ptr<Outbox> outbox, const StreamLimits& limits);
+  Stream(std::string id, std::shared_ptr<link::Outbox> outbox, const StreamLimits& limits);
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
   ~Stream() = default;
@@ -83,7 +83,7 @@ class Stream final : public VeldConnector::Stream::IConnection,
   void LoseLocked(Lock& lock);
 
   const std::string id_;
-  const std::shared_ptr<Outbox> outbox_;
+  const std::shared_ptr<link::Outbox> outbox_;
   const StreamLimits limits_;
   std::thread thread_;  // Of StartDelivery and Destroy only.
 

@@ -24,7 +24,7 @@ bool IsSameSession(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-void StreamTable::Attach(std::shared_ptr<Outbox> outbox) {
+void StreamTable::Attach(std::shared_ptr<link::Outbox> outbox) {
   const Lock lock(mutex_);
   outbox_ = std::move(outbox);
 }
@@ -68,7 +68,7 @@ void StreamTable::Open(const std::string& id) {
   if (static_cast<size_t>(unclaimed) >= kMostUnclaimed) {
     ORN_LOG(logging::kWarning, L"VeldConnector::StreamTable::Open",
             L"Stream %S is not opened: too many wait to be used.", id.c_str());
-    outbox_->Push(StreamClosedMessage(id, "unused"), Outbox::Kind::kAnswer);
+    outbox_->Push(StreamClosedMessage(id, "unused"), link::Outbox::Kind::kAnswer);
     return;
   }
   by_id_[id] = std::make_shared<Stream>(id, outbox_, limits_);
@@ -91,10 +91,10 @@ void StreamTable::Close(const std::string& id) {
     return;
   }
   by_id_.erase(entry);
-  outbox_->Push(StreamClosedMessage(id, "unused"), Outbox::Kind::kAnswer);
+  outbox_->Push(StreamClosedMessage(id, "unused"), link::Outbox::Kind::kAnswer);
 }
 
-void StreamTable::BeginCall(std::shared_ptr<Outbox> origin) {
+void StreamTable::BeginCall(std::shared_ptr<link::Outbox> origin) {
   const Lock lock(mutex_);
   in_call_ = true;
   call_origin_ = std::move(origin);

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "host/plugins/common/sync.h"
-#include "host/plugins/connector/outbox.h"
 #include "host/plugins/connector/stream.h"
+#include "host/plugins/link/outbox.h"
 
 namespace host::connector {
 
@@ -24,7 +24,7 @@ class StreamTable {
   StreamTable(const StreamTable&) = delete;
   StreamTable& operator=(const StreamTable&) = delete;
 
-  void Attach(std::shared_ptr<Outbox> outbox);
+  void Attach(std::shared_ptr<link::Outbox> outbox);
   void Detach();
   void WaitUntilIdle();
   void EndToldToUsers();
@@ -39,7 +39,7 @@ class StreamTable {
 
   // Around one call of the server's, which came over the connection of `origin`. A stream that is
   // claimed in between belongs to that connection, and begins when the call has ended.
-  void BeginCall(std::shared_ptr<Outbox> origin);
+  void BeginCall(std::shared_ptr<link::Outbox> origin);
   void EndCall();
 
   // The stream of that id for a user who gives it back by Destroy. Where there is no connection, or
@@ -71,11 +71,11 @@ class StreamTable {
 
   Mutex mutex_;
   Condition destroyed_;
-  std::shared_ptr<Outbox> outbox_;                        // Null while there is no connection.
+  std::shared_ptr<link::Outbox> outbox_;                  // Null while there is no connection.
   std::map<std::string, std::shared_ptr<Stream>> by_id_;  // of the present connection
   std::vector<Claimed> claimed_;
   bool in_call_ = false;
-  std::shared_ptr<Outbox> call_origin_;
+  std::shared_ptr<link::Outbox> call_origin_;
   std::vector<std::shared_ptr<Stream>> opened_in_call_;
   std::vector<std::shared_ptr<Stream>> orphans_;  // opened by a call that outlived its connection
   bool telling_end_ = false;

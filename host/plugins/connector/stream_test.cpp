@@ -63,7 +63,8 @@ class StreamTest : public testing::Test {
   }
   void Destroy() { std::exchange(stream_, nullptr)->Destroy(); }
 
-  std::shared_ptr<Outbox> outbox_ = std::make_shared<Outbox>(Outbox::Limits{}, [] {});
+  std::shared_ptr<link::Outbox> outbox_ =
+      std::make_shared<link::Outbox>(link::Outbox::Limits{}, [] {});
   Recorder recorder_;
   std::shared_ptr<Stream> stream_;
 };

@@ -1,10 +1,9 @@
 #include "host/plugins/connector/veld_connector.h"
 
-#include <iterator>
 #include <string_view>
 
 #include "host/common/host_configuration.h"
-#include "host/plugins/connector/win_http_transport.h"
+#include "host/plugins/link/win_http_transport.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
 #include "module/frame/windows.h"
@@ -14,22 +13,8 @@ namespace host {
 namespace {
 
 constexpr wchar_t kName[] = L"VeldConnector";
+constexpr wchar_t kDoor[] = L"/api/agent";
 constexpr wchar_t kEnabledKey[] = L"RemoteAccess/enabled";
-
-std::wstring InstalledMachineId() {
-  wchar_t id[65] = {};
-  DWORD size = sizeof(id);
-  RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Cryptography", L"MachineGuid",
-               RRF_RT_REG_SZ, /*pdwType=*/nullptr, id, &size);
-  return id;
-}
-
-std::wstring ComputerName() {
-  wchar_t name[256] = {};
-  DWORD size = static_cast<DWORD>(std::size(name));
-  GetComputerNameExW(ComputerNameDnsHostname, name, &size);
-  return name;
-}
 
 }  // namespace
 
@@ -59,7 +44,9 @@ int32_t VeldConnectorPlugin::Init(IServMain* main) {
       settings_watch_.GetPlugin(manager) == nullptr) {
     return static_cast<int32_t>(error::kMissingDependency);
   }
-  return ReadOptions(*configuration.get()) ? 0 : static_cast<int32_t>(error::kBadParameter);
+  return link::ReadLinkOptions(*configuration.get(), kName, kDoor, options_)
+             ? 0
+             : static_cast<int32_t>(error::kBadParameter);
 }
 
 void VeldConnectorPlugin::UnInit() {
@@ -96,11 +83,13 @@ bool VeldConnectorPlugin::MayTellEnd(const std::string& id) {
 }
 
 void VeldConnectorPlugin::OpenIntake() {
-  loop_ = std::make_unique<connector::ConnectionLoop>(
+  loop_ = std::make_unique<link::ConnectionLoop>(
+      kName,
       [this] {
-        return std::make_shared<connector::WinHttpTransport>(server_, machine_, key_file_);
+        return std::make_shared<link::WinHttpTransport>(options_.server, options_.machine,
+                                                        options_.key_file);
       },
-      hub_, connector::LoopLimits{});
+      hub_, link::LoopLimits{});
   loop_->Start();
 }
 
@@ -110,30 +99,6 @@ void VeldConnectorPlugin::CloseIntake() {
 
 void VeldConnectorPlugin::OnStored(const wchar_t* key) {
   if (std::wstring_view(key) == kEnabledKey) hub_.SendState();
-}
-
-bool VeldConnectorPlugin::ReadOptions(IHostConfiguration& configuration) {
-  const auto bad = [](const wchar_t* option, const wchar_t* value) {
-    ORN_LOG(logging::kError, L"VeldConnector::Init", L"Bad option \"%s\": \"%s\"", option,
-            value == nullptr ? L"" : value);
-    return false;
-  };
-  const wchar_t* const server = configuration.GetOption(kName, L"server");
-  const auto address = connector::ParseServerAddress(server == nullptr ? L"" : server);
-  if (!address) return bad(L"server", server);
-  server_ = *address;
-
-  const wchar_t* const key_file = configuration.GetOption(kName, L"keyFile");
-  if (key_file == nullptr || *key_file == L'\0') return bad(L"keyFile", key_file);
-  key_file_ = configuration.ResolvePath(key_file);
-
-  const wchar_t* const id = configuration.GetOption(kName, L"machineId");
-  machine_.id = id == nullptr ? InstalledMachineId() : id;
-  if (!connector::IsMachineId(machine_.id)) return bad(L"machineId", machine_.id.c_str());
-
-  const wchar_t* const name = configuration.GetOption(kName, L"machineName");
-  machine_.name = name == nullptr ? ComputerName() : name;
-  return true;
 }
 
 bool VeldConnectorPlugin::IsEnabled() {

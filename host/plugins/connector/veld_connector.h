@@ -4,11 +4,11 @@
 #include <string>
 
 #include "host/common/host_intake.h"
-#include "host/plugins/connector/connection_loop.h"
 #include "host/plugins/connector/event_channel.h"
 #include "host/plugins/connector/hub.h"
-#include "host/plugins/connector/server_address.h"
 #include "host/plugins/connector/session_ends.h"
+#include "host/plugins/link/connection_loop.h"
+#include "host/plugins/link/link_options.h"
 #include "host/plugins/settings/settings_watch.h"
 #include "module/frame/log_reference.h"
 #include "module/frame/plugin_interfaces.h"
@@ -18,14 +18,10 @@
 
 namespace host {
 
-struct IHostConfiguration;
-
 // "VeldConnector": one connection to the management server, from OpenIntake to Stop, over which
 // calls and streams come in. It also tells the server how the feature's switch stands.
 //
-// Options: "server", ws://host:port or wss://host:port; "keyFile", the file with the enrolment key,
-// read at each attempt; "machineId", by default the one that Windows was installed with;
-// "machineName", by default the computer's.
+// Options: those of link::LinkOptions.
 class VeldConnectorPlugin final : public VeldConnector::IConnector,
                                   public IEventChannel,
                                   public ISessionEnds,
@@ -58,17 +54,14 @@ class VeldConnectorPlugin final : public VeldConnector::IConnector,
   void OnStored(const wchar_t* key) override;
 
  private:
-  bool ReadOptions(IHostConfiguration& configuration);
   bool IsEnabled();
 
   const logging::LogReference log_;
   ServPlugin<ITsrSettings> settings_{L"TsrSettings"};
   ServPlugin<ISettingsWatch> settings_watch_{L"TsrSettings"};
-  connector::ServerAddress server_;
-  connector::MachineIdentity machine_;
-  std::wstring key_file_;
+  link::LinkOptions options_;
   connector::Hub hub_;
-  std::unique_ptr<connector::ConnectionLoop> loop_;
+  std::unique_ptr<link::ConnectionLoop> loop_;
 };
 
 }  // namespace host

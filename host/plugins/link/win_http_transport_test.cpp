@@ -1,4 +1,4 @@
-#include "host/plugins/connector/win_http_transport.h"
+#include "host/plugins/link/win_http_transport.h"
 
 #include <gtest/gtest.h>
 #include <winsock2.h>
@@ -8,7 +8,7 @@
 
 #include "module/frame/handle.h"
 
-namespace host::connector {
+namespace host::link {
 namespace {
 
 using namespace std::chrono_literals;
@@ -46,8 +46,7 @@ class NodeServer {
  private:
   static bool StartNode(int control_port) {
     std::wstring command = L"node " RA_SOURCE_DIR
-                           "/host/plugins/connector/win_http_transport_server.mjs " RA_SOURCE_DIR
-                           " " +
+                           "/host/plugins/link/win_http_transport_server.mjs " RA_SOURCE_DIR " " +
                            std::to_wstring(control_port);
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
@@ -88,7 +87,8 @@ class WinHttpTransportTest : public testing::Test {
     WriteFile(file.get(), key, static_cast<DWORD>(strlen(key)), &written, nullptr);
   }
   void Make(const std::wstring& path = {}, int port = server_->port()) {
-    const auto address = ParseServerAddress(L"ws://127.0.0.1:" + std::to_wstring(port) + path);
+    const auto address =
+        ParseServerAddress(L"ws://127.0.0.1:" + std::to_wstring(port) + path, L"/api/agent");
     transport_ = std::make_unique<WinHttpTransport>(
         *address, MachineIdentity{L"machine-1", L"B\u00fcro 1"}, key_file_);
   }
@@ -175,4 +175,4 @@ TEST_F(WinHttpTransportTest, CloseEndsWhateverWaits) {
 }
 
 }  // namespace
-}  // namespace host::connector
+}  // namespace host::link

@@ -1,6 +1,6 @@
-#include "host/plugins/connector/win_http_operations.h"
+#include "host/plugins/link/win_http_operations.h"
 
-namespace host::connector {
+namespace host::link {
 
 namespace {
 
@@ -96,4 +96,4 @@ void WinHttpOperations::Fail(DWORD error) {
   changed_.NotifyAll();
 }
 
-}  // namespace host::connector
+}  // namespace host::link

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-namespace host::connector {
+namespace host::link {
 
 // The longest message either side may send, in bytes.
 inline constexpr size_t kLongestMessage = 1024 * 1024;
@@ -41,4 +41,4 @@ class ITransport {
 
 using TransportFactory = std::function<std::shared_ptr<ITransport>()>;
 
-}  // namespace host::connector
+}  // namespace host::link

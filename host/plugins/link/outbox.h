@@ -6,7 +6,7 @@
 
 #include "host/plugins/common/sync.h"
 
-namespace host::connector {
+namespace host::link {
 
 // What waits to be written to one connection: filled by any thread without waiting, emptied by one
 // writer.
@@ -58,4 +58,4 @@ class Outbox {
   bool drained_ = false;
 };
 
-}  // namespace host::connector
+}  // namespace host::link

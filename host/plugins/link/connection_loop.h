@@ -3,14 +3,15 @@
 #include <chrono>
 #include <memory>
 #include <random>
+#include <string>
 #include <thread>
 
 #include "host/plugins/common/sync.h"
-#include "host/plugins/connector/hub.h"
-#include "host/plugins/connector/outbox.h"
-#include "host/plugins/connector/transport.h"
+#include "host/plugins/link/connection_user.h"
+#include "host/plugins/link/outbox.h"
+#include "host/plugins/link/transport.h"
 
-namespace host::connector {
+namespace host::link {
 
 // How long to wait before the next attempt: about twice as long each time, from 0.5 s to 30 s, with
 // so much chance in it that the agents of a restarted server come back spread out.
@@ -36,10 +37,12 @@ struct LoopLimits {
 };
 
 // Keeps one connection to the server, for as long as it can be had: a thread that connects,
-// receives and hands on to the hub, and one that writes.
+// receives and hands on to the user, and one that writes.
 class ConnectionLoop {
  public:
-  ConnectionLoop(TransportFactory make_transport, Hub& hub, const LoopLimits& limits);
+  // `name` stands in the log lines. `user` is borrowed.
+  ConnectionLoop(const wchar_t* name, TransportFactory make_transport, IConnectionUser& user,
+                 const LoopLimits& limits);
   ~ConnectionLoop() { Stop(); }
   ConnectionLoop(const ConnectionLoop&) = delete;
   ConnectionLoop& operator=(const ConnectionLoop&) = delete;
@@ -54,8 +57,9 @@ class ConnectionLoop {
   void Serve();
   void Receive();
 
+  const std::wstring function_;
   const TransportFactory make_transport_;
-  Hub& hub_;
+  IConnectionUser& user_;
   const LoopLimits limits_;
   BackOff back_off_;
   std::thread thread_;
@@ -67,4 +71,4 @@ class ConnectionLoop {
   std::shared_ptr<Outbox> outbox_;         // of the present connection
 };
 
-}  // namespace host::connector
+}  // namespace host::link

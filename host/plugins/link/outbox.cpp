@@ -1,8 +1,8 @@
-#include "host/plugins/connector/outbox.h"
+#include "host/plugins/link/outbox.h"
 
 #include <utility>
 
-namespace host::connector {
+namespace host::link {
 
 Outbox::Outbox(const Limits& limits, std::function<void()> on_excess)
     : limits_(limits), on_excess_(std::move(on_excess)) {}
@@ -61,4 +61,4 @@ void Outbox::Discard() {
   changed_.NotifyAll();
 }
 
-}  // namespace host::connector
+}  // namespace host::link

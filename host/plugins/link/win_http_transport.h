@@ -4,11 +4,11 @@
 #include <string>
 
 #include "host/plugins/common/sync.h"
-#include "host/plugins/connector/server_address.h"
-#include "host/plugins/connector/transport.h"
-#include "host/plugins/connector/win_http_operations.h"
+#include "host/plugins/link/server_address.h"
+#include "host/plugins/link/transport.h"
+#include "host/plugins/link/win_http_operations.h"
 
-namespace host::connector {
+namespace host::link {
 
 // A WebSocket to the server through Windows' own HTTP library, in its asynchronous form: each call
 // starts an operation and waits for its completion, the deadline, or Close, whichever comes first.
@@ -54,4 +54,4 @@ class WinHttpTransport final : public ITransport {
   UniqueInternet socket_;
 };
 
-}  // namespace host::connector
+}  // namespace host::link

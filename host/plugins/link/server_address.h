@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace host::connector {
+namespace host::link {
 
 struct ServerAddress {
   std::wstring host;
@@ -16,9 +16,8 @@ struct ServerAddress {
   bool IsLoopback() const;
 };
 
-// Reads ws://host[:port][/path] or wss://...; without a path it is the server's door for agents,
-// "/api/agent".
-std::optional<ServerAddress> ParseServerAddress(std::wstring_view url);
+// Reads ws://host[:port][/path] or wss://...; `door` is the path where there is none.
+std::optional<ServerAddress> ParseServerAddress(std::wstring_view url, std::wstring_view door);
 
 // How a machine tells who it is.
 struct MachineIdentity {
@@ -32,4 +31,4 @@ bool IsMachineId(std::wstring_view id);
 // before encoding.
 std::wstring EncodeMachineName(std::wstring_view name);
 
-}  // namespace host::connector
+}  // namespace host::link

@@ -1,12 +1,12 @@
-#include "host/plugins/connector/win_http_transport.h"
+#include "host/plugins/link/win_http_transport.h"
 
 #include <optional>
 #include <utility>
 
-#include "module/frame/handle.h"
+#include "host/plugins/link/key_file.h"
 #include "module/frame/log.h"
 
-namespace host::connector {
+namespace host::link {
 
 namespace {
 
@@ -20,30 +20,6 @@ constexpr DWORD kSwitchingProtocols = 101;
 
 std::string Failed(const char* operation, DWORD error) {
   return std::string(operation) + " failed with error " + std::to_string(error) + ".";
-}
-
-// Nothing where the file cannot be read or holds no key.
-std::optional<std::wstring> ReadKey(const std::wstring& path) {
-  const orn::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ,
-                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                         /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING,
-                                         FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr));
-  char bytes[1024];
-  DWORD count = 0;
-  if (!file || !ReadFile(file.get(), bytes, sizeof(bytes), &count, /*lpOverlapped=*/nullptr)) {
-    return std::nullopt;
-  }
-  std::wstring key;
-  for (DWORD i = 0; i < count; ++i) {
-    const char byte = bytes[i];
-    if (byte == ' ' || byte == '\r' || byte == '\n') continue;
-    // Anything else would be a way to smuggle in a header.
-    if (byte < '!' || byte > '~') return std::nullopt;
-    key += static_cast<wchar_t>(byte);
-  }
-  SecureZeroMemory(bytes, sizeof(bytes));
-  if (key.empty()) return std::nullopt;
-  return key;
 }
 
 }  // namespace
@@ -123,7 +99,7 @@ bool WinHttpTransport::Prepare(DWORD_PTR& context, std::string& reason) {
 }
 
 bool WinHttpTransport::Request(DWORD_PTR context, DWORD& status, std::string& reason) {
-  const std::optional<std::wstring> key = ReadKey(key_file_);
+  const std::optional<std::wstring> key = ReadKeyFile(key_file_);
   if (!key) {
     reason = "The key file cannot be read or holds no key.";
     return false;
@@ -278,4 +254,4 @@ HINTERNET WinHttpTransport::socket() {
   return socket_.get();
 }
 
-}  // namespace host::connector
+}  // namespace host::link

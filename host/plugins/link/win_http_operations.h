@@ -10,7 +10,7 @@
 
 #include <winhttp.h>
 
-namespace host::connector {
+namespace host::link {
 
 struct InternetHandleCloser {
   void operator()(HINTERNET handle) const { WinHttpCloseHandle(handle); }
@@ -63,4 +63,4 @@ class WinHttpOperations : public std::enable_shared_from_this<WinHttpOperations>
   Read read_;
 };
 
-}  // namespace host::connector
+}  // namespace host::link

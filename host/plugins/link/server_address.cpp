@@ -1,4 +1,4 @@
-#include "host/plugins/connector/server_address.h"
+#include "host/plugins/link/server_address.h"
 
 #include <algorithm>
 
@@ -7,11 +7,10 @@
 
 #include <winhttp.h>
 
-namespace host::connector {
+namespace host::link {
 
 namespace {
 
-constexpr wchar_t kDefaultPath[] = L"/api/agent";
 constexpr size_t kLongestName = 255;
 
 bool IsAsciiAlphanumeric(wchar_t c) {
@@ -24,7 +23,7 @@ bool ServerAddress::IsLoopback() const {
   return host == L"localhost" || host == L"[::1]" || host == L"::1" || host.starts_with(L"127.");
 }
 
-std::optional<ServerAddress> ParseServerAddress(std::wstring_view url) {
+std::optional<ServerAddress> ParseServerAddress(std::wstring_view url, std::wstring_view door) {
   ServerAddress address;
   address.secure = url.starts_with(L"wss://");
   if (!address.secure && !url.starts_with(L"ws://")) return std::nullopt;
@@ -42,7 +41,7 @@ std::optional<ServerAddress> ParseServerAddress(std::wstring_view url) {
   address.port = parts.nPort;
   address.path.assign(parts.lpszUrlPath, parts.dwUrlPathLength);
   address.path.append(parts.lpszExtraInfo, parts.dwExtraInfoLength);
-  if (address.path.empty() || address.path == L"/") address.path = kDefaultPath;
+  if (address.path.empty() || address.path == L"/") address.path = door;
   return address;
 }
 
@@ -76,4 +75,4 @@ std::wstring EncodeMachineName(std::wstring_view name) {
   return encoded;
 }
 
-}  // namespace host::connector
+}  // namespace host::link

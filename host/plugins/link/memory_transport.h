@@ -5,9 +5,9 @@
 #include <string>
 
 #include "host/plugins/common/sync.h"
-#include "host/plugins/connector/transport.h"
+#include "host/plugins/link/transport.h"
 
-namespace host::connector {
+namespace host::link {
 
 // A server in memory for tests: it hands out transports, one connection at a time, and the test
 // plays its part.
@@ -105,4 +105,4 @@ class MemoryServer {
   bool reading_ = true;
 };
 
-}  // namespace host::connector
+}  // namespace host::link

@@ -1,4 +1,4 @@
-#include "host/plugins/connector/connection_loop.h"
+#include "host/plugins/link/connection_loop.h"
 
 #include <algorithm>
 #include <string>
@@ -7,7 +7,7 @@
 #include "module/frame/log.h"
 #include "module/frame/thread_name.h"
 
-namespace host::connector {
+namespace host::link {
 
 namespace {
 
@@ -29,15 +29,17 @@ void BackOff::OnConnectionLasted(milliseconds duration) {
   if (duration >= ceiling_) ceiling_ = kFirstCeiling;
 }
 
-ConnectionLoop::ConnectionLoop(TransportFactory make_transport, Hub& hub, const LoopLimits& limits)
-    : make_transport_(std::move(make_transport)),
-      hub_(hub),
+ConnectionLoop::ConnectionLoop(const wchar_t* name, TransportFactory make_transport,
+                               IConnectionUser& user, const LoopLimits& limits)
+    : function_(std::wstring(name) + L"::ConnectionLoop"),
+      make_transport_(std::move(make_transport)),
+      user_(user),
       limits_(limits),
       back_off_(std::random_device()()) {}
 
 void ConnectionLoop::Start() {
   thread_ = std::thread([this] {
-    orn::SetThreadName(L"Connector receiver");
+    orn::SetThreadName(L"Link receiver");
     Run();
   });
 }
@@ -85,24 +87,23 @@ bool ConnectionLoop::Connect() {
   std::string reason;
   switch (transport->Open(reason)) {
     case ITransport::Opened::kOpen: {
-      ORN_LOG(logging::kNotice, L"VeldConnector::ConnectionLoop::Connect",
-              L"Connected to the server.");
+      ORN_LOG(logging::kNotice, function_.c_str(), L"Connected to the server.");
       const Lock lock(mutex_);
       if (stopping_) return false;
-      outbox_ = std::make_shared<Outbox>(limits_.outbox, [transport] {
-        ORN_LOG(logging::kWarning, L"VeldConnector::ConnectionLoop::Connect",
+      outbox_ = std::make_shared<Outbox>(limits_.outbox, [this, transport] {
+        ORN_LOG(logging::kWarning, function_.c_str(),
                 L"The server reads no answers: connection ended.");
         transport->Close();
       });
       return true;
     }
     case ITransport::Opened::kRefused:
-      ORN_LOG(logging::kError, L"VeldConnector::ConnectionLoop::Connect",
-              L"The server refuses the enrolment key: %S", reason.c_str());
+      ORN_LOG(logging::kError, function_.c_str(), L"The server refuses the enrolment key: %S",
+              reason.c_str());
       return false;
     case ITransport::Opened::kFailed:
-      ORN_LOG(logging::kWarning, L"VeldConnector::ConnectionLoop::Connect",
-              L"The server cannot be reached: %S", reason.c_str());
+      ORN_LOG(logging::kWarning, function_.c_str(), L"The server cannot be reached: %S",
+              reason.c_str());
       return false;
   }
   return false;
@@ -112,9 +113,9 @@ void ConnectionLoop::Serve() {
   // Only this thread changes the two members, so it reads them without the mutex.
   const std::shared_ptr<ITransport> transport = transport_;
   const std::shared_ptr<Outbox> outbox = outbox_;
-  hub_.Up(outbox);
+  user_.Up(outbox);
   std::thread writer([transport, outbox] {
-    orn::SetThreadName(L"Connector writer");
+    orn::SetThreadName(L"Link writer");
     std::string message;
     while (outbox->Pop(message)) {
       if (transport->Send(message)) continue;
@@ -125,7 +126,7 @@ void ConnectionLoop::Serve() {
   Receive();
   transport->Close();
   outbox->Discard();
-  hub_.Down();
+  user_.Down();
   writer.join();
 }
 
@@ -140,28 +141,25 @@ void ConnectionLoop::Receive() {
     switch (transport_->Receive(text, std::max(wait, milliseconds::zero()))) {
       case ITransport::Received::kMessage:
         heard = Clock::now();
-        hub_.OnMessage(text);
+        user_.OnMessage(text);
         break;
       case ITransport::Received::kTooLong:
         heard = Clock::now();
-        ORN_LOG(logging::kWarning, L"VeldConnector::ConnectionLoop::Receive",
-                L"Overlong message from the server dropped.");
+        ORN_LOG(logging::kWarning, function_.c_str(), L"Overlong message from the server dropped.");
         break;
       case ITransport::Received::kTimeout:
         if (Clock::now() - heard >= limits_.give_up) {
-          ORN_LOG(logging::kWarning, L"VeldConnector::ConnectionLoop::Receive",
-                  L"The server is silent: connection ended.");
+          ORN_LOG(logging::kWarning, function_.c_str(), L"The server is silent: connection ended.");
           return;
         }
         asked = Clock::now();
-        outbox_->Push(PingText(), Outbox::Kind::kAnswer);
+        outbox_->Push(kPingText, Outbox::Kind::kAnswer);
         break;
       case ITransport::Received::kClosed:
-        ORN_LOG(logging::kNotice, L"VeldConnector::ConnectionLoop::Receive",
-                L"The connection to the server has ended.");
+        ORN_LOG(logging::kNotice, function_.c_str(), L"The connection to the server has ended.");
         return;
     }
   }
 }
 
-}  // namespace host::connector
+}  // namespace host::link
