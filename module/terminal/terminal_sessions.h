@@ -15,6 +15,7 @@
 #include "module/telemetry/product_matrix_app.h"
 #include "module/terminal/terminal.h"
 #include "module/terminal/terminal_events.h"
+#include "module/terminal/terminal_messages.h"
 
 namespace orn::RemoteAccess {
 
@@ -26,7 +27,7 @@ using StateObservers = SynchronyzedObjectContainer<IRemoteAccess::IStateEvent*>;
 //
 // Locks: the terminals mutex, then a terminal's uninit mutex, then its message mutex. The cleanup
 // mutex stands by itself. Observers are called with none of them held.
-class TerminalSessions {
+class TerminalSessions final : public ITerminalMessages {
  public:
   // Everything is borrowed. `events` is handed to each terminal and leads back to
   // OnTerminalFinished and OnTerminalResize.
@@ -48,11 +49,10 @@ class TerminalSessions {
   uint32_t Open(const std::string& stream_id, const TerminalSize& size,
                 uint32_t inactivity_timeout);
 
-  bool IsTerminalAvailable(const StringT<char>& id);
-  // Sends over the stream of a session; only logs where there is none. The terminal stays while it
-  // sends.
+  bool IsTerminalAvailable(const StringT<char>& id) override;
+  // The terminal stays while it sends.
   void SendMessageOverStream(const StringT<char>& id, const std::string& type,
-                             const std::string& content);
+                             const std::string& content) override;
   // Replaces the contents of `sessions`, in the order of the ids.
   void GetActive(List<TerminalSessionState>& sessions);
 

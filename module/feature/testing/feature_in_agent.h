@@ -79,6 +79,20 @@ struct FeatureInAgent : testing::Test,
   uint32_t UnregisterFileManagerEvent(IFileManagerEvent*) override {
     return calls.Add("unregister from storage");
   }
+  uint32_t ProfileExists(const StringT<wchar_t>&, bool*) override { return error::kFailed; }
+  uint32_t GetProfileMaxSize(const StringT<wchar_t>&, uint64_t*) override { return error::kFailed; }
+  uint32_t PrevalidateUploadData(const tsrsdk::Product::UploadData&) override {
+    return error::kFailed;
+  }
+  uint32_t Upload(const tsrsdk::Product::UploadRequest&, tsrsdk::Product::UploadStarted&,
+                  StringT<wchar_t>&) override {
+    return error::kFailed;
+  }
+  uint32_t CancelUpload(const StringT<wchar_t>&) override { return error::kFailed; }
+  uint32_t Download(const DownloadInput&, OperationResponse&, StringT<wchar_t>&) override {
+    return error::kFailed;
+  }
+  uint32_t CancelDownload(const StringT<wchar_t>&) override { return error::kFailed; }
   uint32_t OnTerminalSessionStateChanged(const TerminalSessionState& state) override {
     return calls.Add(state.terminalId.c_str() +
                      std::string(state.isConnected ? " began" : " ended") +
