@@ -1,6 +1,6 @@
-# Imported targets of the libraries that come from outside: jsoncpp, pugixml, spdlog, GTest::gtest,
-# GTest::gmock, GTest::gmock_main. cmake/build-dependencies builds what the cache lacks and names
-# where each one is; with a full cache that takes a moment.
+# Imported targets of the libraries that come from outside: jsoncpp, pugixml, spdlog, sqlite,
+# GTest::gtest, GTest::gmock, GTest::gmock_main. cmake/build-dependencies builds what the cache lacks
+# and names where each one is; with a full cache that takes a moment.
 
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/build-dependencies)
 execute_process(
@@ -28,6 +28,7 @@ endfunction()
 
 ra_imported(jsoncpp ${jsoncpp_prefix} libjsoncpp.a)
 ra_imported(pugixml ${pugixml_prefix} libpugixml.a)
+ra_imported(sqlite ${sqlite_prefix} libsqlite3.a)
 
 ra_imported(spdlog ${spdlog_prefix} "")
 target_compile_definitions(spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY)
