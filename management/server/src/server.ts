@@ -13,7 +13,7 @@ import { pathOf, Upgrades } from "./http/upgrades.ts";
 import { defaultLimits, type Limits, MAX_MESSAGE_BYTES } from "./limits.ts";
 import { Registry } from "./machines/registry.ts";
 import type { Options } from "./options.ts";
-import { AuditLog } from "./storage/audit_log.ts";
+import { AuditLog } from "./persistence/audit_log.ts";
 import { terminalDoor } from "./terminal/terminal_door.ts";
 
 export interface RunningServer {

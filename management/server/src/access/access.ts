@@ -2,7 +2,7 @@ import { createHmac, randomBytes } from "node:crypto";
 import type { IncomingHttpHeaders } from "node:http";
 import { z } from "zod";
 import { forbiddenOrigin, unauthorized } from "../errors.ts";
-import { JsonFile } from "../storage/json_file.ts";
+import { JsonFile } from "../persistence/json_file.ts";
 import { bearerOf, equalSecrets } from "./secrets.ts";
 
 /** Who makes a request, as the audit log names it. */

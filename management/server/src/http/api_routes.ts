@@ -2,7 +2,7 @@ import type { FastifyInstance, FastifyRequest } from "fastify";
 import { type Access, checkOrigin, type Identity } from "../access/access.ts";
 import { badRequest } from "../errors.ts";
 import type { Registry } from "../machines/registry.ts";
-import type { AuditLog } from "../storage/audit_log.ts";
+import type { AuditLog } from "../persistence/audit_log.ts";
 import { EventStream } from "./event_stream.ts";
 import type { LiveFeed } from "./live_feed.ts";
 import type { Metrics } from "./metrics.ts";

@@ -1,6 +1,6 @@
 import { readFileSync } from "node:fs";
 import { z } from "zod";
-import { LineFile } from "../storage/line_file.ts";
+import { LineFile } from "../persistence/line_file.ts";
 
 const record = z.object({
   id: z.int().positive(),

@@ -4,7 +4,7 @@ import { z } from "zod";
 import type { AgentConnection } from "../agent/agent_connection.ts";
 import { notFound } from "../errors.ts";
 import type { Limits } from "../limits.ts";
-import { JsonFile } from "../storage/json_file.ts";
+import { JsonFile } from "../persistence/json_file.ts";
 import { EventLog } from "./event_log.ts";
 import { Machine } from "./machine.ts";
 import { Refusals } from "./refusals.ts";
