@@ -31,8 +31,8 @@ bool DeleteFolderRecursively(PathStringT<260>& path);
 
 // The shortest text for the same path, by its text alone: no "." and no "..", where a name stands
 // before it, no doubled separators, `\\` for `/`. What names a share, a device or a volume at the
-// beginning stays, as does a separator at the end. Nothing is above a root; an empty path stays
-// empty.
+// beginning stays, as does a separator at the end; a path of which nothing would stay becomes ".".
+// Nothing is above a root; an empty path stays empty.
 void NormalizePath(StringT<wchar_t>& path);
 
 }  // namespace orn

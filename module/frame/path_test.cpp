@@ -4,6 +4,7 @@
 
 #include "module/frame/delete_path.h"
 #include "module/frame/testing/test_folder.h"
+#include "module/frame/utf.h"
 
 namespace orn {
 namespace {
@@ -59,6 +60,37 @@ TEST(PathTest, FoldersAreCreatedWithAllThatIsMissingAbove) {
   for (int i = 0; i < 4'000; ++i)
     path += L"\\x";
   EXPECT_FALSE(CreateFolderRecursively(path));
+}
+
+TEST(PathTest, NormalFormKeepsTheRootAndWhatSaysThatItIsAFolder) {
+  static constexpr const wchar_t* kForms[][2] = {
+      {L"", L""},
+      {L"C:/a//.\\b/../c", L"C:\\a\\c"},
+      {L"C:\\a\\b\\", L"C:\\a\\b\\"},
+      {L"C:\\a\\b\\.", L"C:\\a\\b\\"},
+      {L"C:\\a\\b\\..", L"C:\\a\\"},
+      {L"C:\\..\\..\\a\\...", L"C:\\a\\..."},
+      {L"C:\\a\\..", L"C:\\"},
+      {L"C:a\\..\\..\\b", L"C:..\\b"},
+      {L"C:.", L"C:"},
+      {L"//server/share/../..", L"\\\\server\\"},
+      {L"\\\\server", L"\\\\server"},
+      {L"\\\\?\\C:\\a\\..\\b\\", L"\\\\?\\C:\\b\\"},
+      {L"//./pipe/./x", L"\\\\.\\pipe\\x"},
+      {L"\\??\\C:\\..\\..", L"\\??\\"},
+      {L"\\\\\\a\\\\", L"\\a\\"},
+      {L"..\\a\\..\\..\\", L"..\\.."},
+      {L"a\\..\\", L"."},
+      {L"./", L"."},
+      {L"1:\\..\\a", L"a"},
+  };
+  for (const auto& [path, normal] : kForms) {
+    Path it(path);
+    NormalizePath(it);
+    EXPECT_EQ(it, normal) << ToUtf8(path).c_str() << " gives " << ToUtf8(it.view()).c_str();
+    NormalizePath(it);
+    EXPECT_EQ(it, normal);
+  }
 }
 
 TEST_F(DeletionTest, ReadOnlyEntriesGoAndALockedOneKeepsOnlyWhatIsAboveIt) {
