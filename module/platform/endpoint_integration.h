@@ -53,7 +53,7 @@ struct IAgentStatusSink {
 // until UnregisterAgent has returned.
 struct IAgent : IServPlugin {
   static constexpr InterfaceId kInterfaceId =
-      ParseInterfaceId("{8D6A1F30-55C2-4B7E-9E1B-0C47A92D63F5}");
+      ParseInterfaceId("{E7D20000-3203-43A3-AD79-BAEDFFA24485}");
   static constexpr const wchar_t* kTypeName = L"EnterpriseIntegration::IAgent";
 
   virtual uint32_t GetStatus(uint32_t options, IAgentStatusSink* sink) = 0;
