@@ -23,14 +23,18 @@ inline constexpr uint32_t kAlreadyExists = 183;
 inline constexpr uint32_t kVariableNotFound = 203;
 inline constexpr uint32_t kUnknownMethod = 632;
 inline constexpr uint32_t kNotFound = 1168;
+inline constexpr uint32_t kAborted = 1223;
 inline constexpr uint32_t kConnectionInvalid = 1229;
 inline constexpr uint32_t kHostStopped = 1232;
 inline constexpr uint32_t kDisabled = 1260;
 inline constexpr uint32_t kInternal = 1359;
+inline constexpr uint32_t kJobIdInUse = 1375;
 inline constexpr uint32_t kTimeout = 1460;
 inline constexpr uint32_t kFailed = 1627;
 inline constexpr uint32_t kNotConnected = 2250;
+inline constexpr uint32_t kEmptyInput = 4306;
 inline constexpr uint32_t kMissingDependency = 5002;
+inline constexpr uint32_t kJobIdTooLong = 8348;
 // COM's code for a face that an object does not have.
 inline constexpr uint32_t kNoInterface = 0x80004002;
 
