@@ -1,11 +1,12 @@
 #include "host/plugins/link/win_http_transport.h"
 
 #include <gtest/gtest.h>
-#include <winsock2.h>
 
 #include <cstring>
 #include <future>
+#include <memory>
 
+#include "host/plugins/common/node_server.h"
 #include "module/frame/handle.h"
 
 namespace host::link {
@@ -15,62 +16,11 @@ using namespace std::chrono_literals;
 using Opened = ITransport::Opened;
 using Received = ITransport::Received;
 
-// A real server, a Node.js process. It connects to a control socket, over which it names its port
-// and whose end is its own.
-class NodeServer {
- public:
-  NodeServer() {
-    WSADATA data;
-    WSAStartup(MAKEWORD(2, 2), &data);
-    const SOCKET listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    int size = sizeof(address);
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    EXPECT_EQ(bind(listener, generic, size), 0);
-    getsockname(listener, generic, &size);
-    listen(listener, /*backlog=*/1);
-    if (StartNode(ntohs(address.sin_port))) control_ = accept(listener, nullptr, nullptr);
-    closesocket(listener);
-    char digit = 0;
-    while (recv(control_, &digit, 1, 0) == 1 && digit != '\n')
-      port_ = port_ * 10 + (digit - '0');
-  }
-  ~NodeServer() { closesocket(control_); }
-  NodeServer(const NodeServer&) = delete;
-  NodeServer& operator=(const NodeServer&) = delete;
-
-  int port() const { return port_; }
-
- private:
-  static bool StartNode(int control_port) {
-    std::wstring command = L"node " RA_SOURCE_DIR
-                           "/host/plugins/link/win_http_transport_server.mjs " RA_SOURCE_DIR " " +
-                           std::to_wstring(control_port);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    // Wine starts programs of the machine that it runs on when they are named as files of that
-    // machine.
-    if (!CreateProcessW(L"\\\\?\\unix" RA_NODE, command.data(), /*lpProcessAttributes=*/nullptr,
-                        /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/FALSE,
-                        /*dwCreationFlags=*/0, /*lpEnvironment=*/nullptr,
-                        /*lpCurrentDirectory=*/nullptr, &startup, &process)) {
-      return false;
-    }
-    orn::UniqueHandle(process.hProcess).reset();
-    orn::UniqueHandle(process.hThread).reset();
-    return true;
-  }
-
-  SOCKET control_ = INVALID_SOCKET;
-  int port_ = 0;
-};
-
 class WinHttpTransportTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() { server_ = std::make_unique<NodeServer>(); }
+  static void SetUpTestSuite() {
+    server_ = std::make_unique<NodeServer>("host/plugins/link/win_http_transport_server.mjs");
+  }
   static void TearDownTestSuite() { server_.reset(); }
 
   void SetUp() override {
