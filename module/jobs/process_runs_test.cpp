@@ -1,0 +1,274 @@
+#include "module/jobs/process_runs.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "module/frame/testing/semaphore.h"
+#include "module/frame/testing/test_folder.h"
+#include "module/frame/utf.h"
+#include "module/jobs/testing/child_roles.h"
+
+namespace orn::RemoteAccess {
+namespace {
+
+using Reason = ProcessExecutionMetadata::Reason;
+
+void Write(std::string_view bytes) {
+  DWORD written = 0;
+  const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+  WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+  FlushFileBuffers(output);  // Returns when it has been read.
+}
+
+// Starts a child that lives on. Its process handle becomes one of the process of that id, too;
+// the number of that handle goes to the output.
+void StartChildFor(const std::string& process_id) {
+  ChildProcess<void*> child;
+  child.Launch(RoleCommandLine("Waits"), /*showWindow=*/false, /*redirectOutput=*/false,
+               /*workingDir=*/{}, /*restorePath=*/false);
+  const UniqueHandle to(OpenProcess(PROCESS_DUP_HANDLE, FALSE, std::stoul(process_id)));
+  HANDLE handle = nullptr;
+  DuplicateHandle(GetCurrentProcess(), child.process(), to.get(), &handle, /*access=*/0, FALSE,
+                  DUPLICATE_SAME_ACCESS);
+  printf("%llu\n", static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(handle)));
+  fflush(stdout);
+}
+
+CHILD_ROLE(PrintsAndEndsWith) {
+  printf("printed\n");
+  return std::stoi(arguments[0]);
+}
+
+CHILD_ROLE(WritesZeroBytes) {
+  Write(std::string_view("one\0two", 7));
+  Write("three\nfour");
+  Write(std::string(4089, '.') + '\0' + "five");  // Behind the end of the chunk.
+  return 0;
+}
+
+CHILD_ROLE(StartsATreeAndWaits) {
+  StartChildFor(arguments[0]);
+  StartChildFor(arguments[0]);
+  const UniqueHandle ready(OpenEventW(EVENT_MODIFY_STATE, FALSE, ToWide(arguments[1]).c_str()));
+  SetEvent(ready.get());
+  Sleep(INFINITE);
+  return 0;
+}
+
+CHILD_ROLE(LeavesAChild) {
+  StartChildFor(arguments[0]);
+  return 0;
+}
+
+struct ProcessRunsTest : testing::Test, IRemoteAccess::IProcessOperationsEvent {
+  TestFolder folder;
+  EnabledSetting enabled;
+  UniqueHandle stop_event{CreateEventW(nullptr, /*manualReset=*/TRUE, FALSE, nullptr)};
+  std::unique_ptr<ThreadPool> runners = std::make_unique<ThreadPool>(3);
+  ProcessObservers observers;
+  std::vector<UploadArchiveInput> uploads;
+  uint32_t upload_result = 0;
+  ProcessExecutionMetadata end;  // of the last run that was told of
+  Semaphore ended;
+  ProcessRuns runs{enabled, stop_event, runners, observers,
+                   [this](const UploadArchiveInput& asked, OperationResponse& answer) {
+                     uploads.push_back(asked);
+                     answer.jobId = L"upload";
+                     return upload_result;
+                   }};
+  ProcessExecutionInput input{.commandLine = RoleCommandLine("Waits"),
+                              .timeout = 1000,
+                              .outputPath = L"out.txt",
+                              .workingDir = (folder / L"run").c_str(),
+                              .runContext = L"{\"run\":1}"};
+  UploadArchiveInput upload;
+  ProcessExecutionResponse response;
+  Semaphore runner_busy, runner_free;
+
+  ProcessRunsTest() {
+    SetEnvironmentVariableW(L"TMP", (folder / L"").c_str());
+    enabled.Prepare(nullptr, L"", /*default_value=*/true);
+    observers.Add(this);
+  }
+  ~ProcessRunsTest() override {
+    SetEvent(stop_event.get());
+    if (runners != nullptr) runners->Stop();
+    SetEnvironmentVariableW(L"TMP", old_temp.c_str());
+  }
+
+  uint32_t OnProcessFinished(const ProcessExecutionMetadata& metadata) override {
+    end = metadata;
+    ended.Release();
+    return 0;
+  }
+  uint32_t Start() {
+    response = {};
+    return runs.StartProcess(input, upload, response);
+  }
+  void Run(const std::string& role) {
+    input.commandLine = RoleCommandLine(role);
+    EXPECT_EQ(Start(), 0u);
+    EXPECT_EQ(response.status, 0);
+    ended.Acquire();
+  }
+  UniqueHandle Process() const {
+    return UniqueHandle(OpenProcess(SYNCHRONIZE, FALSE, response.pid));
+  }
+  void KeepRunnersBusy() {
+    for (int i = 0; i < 3; ++i) {
+      runners->Post([this] {
+        runner_busy.Release();
+        runner_free.Acquire();
+      });
+    }
+    for (int i = 0; i < 3; ++i)
+      runner_busy.Acquire();
+  }
+  std::string Output() const {
+    std::ifstream file((folder / L"run\\out.txt").c_str(), std::ios::binary);
+    return (std::ostringstream() << file.rdbuf()).str();
+  }
+  // Those whose numbers are in the output.
+  std::vector<UniqueHandle> ProcessesInOutput() const {
+    std::vector<UniqueHandle> processes;
+    std::istringstream numbers(Output());
+    for (uintptr_t number = 0; numbers >> number;)
+      processes.emplace_back(reinterpret_cast<HANDLE>(number));
+    return processes;
+  }
+
+  const std::wstring old_temp = _wgetenv(L"TMP");
+  const std::string own_id = std::to_string(GetCurrentProcessId());
+};
+
+bool HasEnded(const UniqueHandle& process) {
+  return WaitForSingleObject(process.get(), 60'000) == WAIT_OBJECT_0;
+}
+
+TEST_F(ProcessRunsTest, EndOfTheProcessStartsTheUploadOfItsResults) {
+  upload.runContext = L"{\"upload\":1}";
+  upload.items = {{L"report.txt"}, {L"C:\\other"}};
+  input.outputPath = L"logs\\out.txt";
+  Run("PrintsAndEndsWith 3");
+  EXPECT_EQ(response.runContext, input.runContext);
+  EXPECT_EQ(end.reason, Reason::kCompleted);
+  EXPECT_EQ(end.exitCode, 3);
+  EXPECT_EQ(end.uploadError, 0);
+  EXPECT_EQ(end.runContext, input.runContext);
+  EXPECT_EQ(end.upload.runContext, upload.runContext);
+  EXPECT_EQ(end.upload.jobId, L"upload");
+  ASSERT_EQ(uploads.size(), 1u);
+  ASSERT_EQ(uploads[0].items.size(), 3u);
+  EXPECT_EQ(uploads[0].items[0].pattern, (folder / L"run\\report.txt"));
+  EXPECT_EQ(uploads[0].items[1].pattern, L"C:\\other");
+  EXPECT_EQ(uploads[0].items[2].pattern, (folder / L"run\\logs\\out.txt"));
+  EXPECT_TRUE(Exists(folder / L"run\\logs\\out.txt"));
+  {  // The file cannot be written: the run goes on.
+    input.outputPath = L"logs";
+    Run("PrintsAndEndsWith 0");
+    EXPECT_EQ(end.reason, Reason::kCompleted);
+    EXPECT_EQ(uploads[1].items[2].pattern, (folder / L"run\\logs"));
+  }
+  {
+    input.outputPath = {};
+    upload_result = error::kDisabled;
+    Run("PrintsAndEndsWith -1");
+    EXPECT_EQ(end.reason, Reason::kUploadFailed);
+    EXPECT_EQ(end.uploadError, 1260);
+    EXPECT_EQ(end.exitCode, -1);
+    EXPECT_EQ(uploads[2].items.size(), 2u);
+  }
+}
+
+TEST_F(ProcessRunsTest, OutputIsTextAndEachChunkEndsAtItsFirstZero) {
+  Run("WritesZeroBytes");
+  EXPECT_EQ(Output(), "onethree\r\nfour" + std::string(4089, '.') + "five");
+}
+
+TEST_F(ProcessRunsTest, TimeOutBeginsWithTheRunnerAndTakesTheTreeDown) {
+  const auto name = L"process_runs_test." + std::to_wstring(GetCurrentProcessId());
+  const UniqueHandle ready(CreateEventW(nullptr, /*manualReset=*/TRUE, FALSE, name.c_str()));
+  input.commandLine = RoleCommandLine("StartsATreeAndWaits " + own_id + " " + ToUtf8(name).c_str());
+  input.timeout = 1;
+  KeepRunnersBusy();
+  ASSERT_EQ(Start(), 0u);
+  const UniqueHandle process = Process();
+  WaitForSingleObject(ready.get(), INFINITE);
+  runner_free.Release(3);
+  ended.Acquire();
+  EXPECT_EQ(end.reason, Reason::kTimeout);
+  EXPECT_EQ(end.exitCode, 1460);
+  EXPECT_EQ(end.uploadError, -1);
+  EXPECT_TRUE(uploads.empty());
+  EXPECT_TRUE(HasEnded(process));
+  const auto tree = ProcessesInOutput();
+  ASSERT_EQ(tree.size(), 2u);
+  EXPECT_TRUE(HasEnded(tree[0]) && HasEnded(tree[1]));
+}
+
+TEST_F(ProcessRunsTest, ChildLeftBehindGoesWithTheRun) {
+  Run("LeavesAChild " + own_id);
+  EXPECT_EQ(end.reason, Reason::kCompleted);
+  const auto left = ProcessesInOutput();
+  ASSERT_EQ(left.size(), 1u);
+  EXPECT_TRUE(HasEnded(left[0]));
+}
+
+TEST_F(ProcessRunsTest, StopEndsARunAndDropsOneThatWaits) {
+  ASSERT_EQ(Start(), 0u);
+  const UniqueHandle running = Process();
+  SetEvent(stop_event.get());
+  ended.Acquire();
+  EXPECT_EQ(end.reason, Reason::kCanceled);
+  EXPECT_EQ(end.exitCode, -1);
+  EXPECT_TRUE(HasEnded(running));
+  KeepRunnersBusy();
+  ASSERT_EQ(Start(), 0u);
+  const UniqueHandle waiting = Process();
+  end.exitCode = 77;
+  runners->DropQueued();
+  EXPECT_TRUE(HasEnded(waiting));
+  runner_free.Release(3);
+  runners->Stop();
+  EXPECT_EQ(end.exitCode, 77) << "told of the run that was dropped";
+}
+
+TEST_F(ProcessRunsTest, RefusalsAreToldInTheStatus) {
+  folder.File(L"file");
+  const std::wstring below_file = folder / L"file\\below";
+  const ProcessExecutionInput good = input;
+  const auto status = [&](auto change) {
+    input = good;
+    change();
+    EXPECT_EQ(Start(), 0u);
+    return response.status;
+  };
+  EXPECT_EQ(status([&] { input.workingDir = L"relative"; }), 160);
+  EXPECT_EQ(status([&] { input.workingDir = below_file.c_str(); }), 1359);
+  EXPECT_EQ(status([&] { input.outputPath = (below_file + L"\\out").c_str(); }), 1359);
+  EXPECT_EQ(status([&] { input.commandLine = L"no_such_program.exe"; }), 2);
+  runners->Stop();
+  runners.reset();
+  EXPECT_EQ(status([] {}), 1359);
+  enabled.Write(false);
+  EXPECT_EQ(Start(), 1260u);
+  EXPECT_EQ(response.status, -1);
+  EXPECT_EQ(response.runContext, input.runContext);
+}
+
+TEST_F(ProcessRunsTest, RunWithoutAFolderGetsATemporaryOneUntilTheCleanup) {
+  input.workingDir = {};
+  Run("PrintsAndEndsWith 0");
+  ASSERT_EQ(uploads.size(), 1u);
+  const std::wstring output(uploads[0].items[0].pattern.view());
+  const std::wstring root = folder / L"Tessaro.{013D0CD6-1A80-4332-AC26-D4538ABF0971}\\";
+  EXPECT_EQ(output.substr(0, root.size()), root);
+  EXPECT_TRUE(Exists(output));
+  runs.CleanupTempRootFolder();
+  EXPECT_FALSE(Exists(root));
+}
+
+}  // namespace
+}  // namespace orn::RemoteAccess
