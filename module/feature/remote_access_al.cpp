@@ -122,6 +122,7 @@ void RemoteAccessAL::Stop() {
 
 void RemoteAccessAL::UnInit() {
   const LogFunctionTrace trace(L"orn::RemoteAccess::RemoteAccessAL::UnInit");
+  process_runs_.CleanupTempRootFolder();
   terminal_manager_.Release();
   settings_.Release();
   storage_.Release();
@@ -169,9 +170,10 @@ uint32_t RemoteAccessAL::CancelUpload(const StringT<wchar_t>&, StringT<wchar_t>&
   return error::kInternal;
 }
 
-uint32_t RemoteAccessAL::StartProcess(const ProcessExecutionInput&, const UploadArchiveInput&,
-                                      ProcessExecutionResponse&) {
-  return error::kInternal;
+uint32_t RemoteAccessAL::StartProcess(const ProcessExecutionInput& input,
+                                      const UploadArchiveInput& upload,
+                                      ProcessExecutionResponse& output) {
+  return process_runs_.StartProcess(input, upload, output);
 }
 
 // No job can exist, so what the storage tells is of somebody else's.

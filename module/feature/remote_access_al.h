@@ -13,6 +13,7 @@
 #include "module/frame/plugin_interfaces.h"
 #include "module/frame/serv_plugin.h"
 #include "module/frame/thread_pool.h"
+#include "module/jobs/process_runs.h"
 #include "module/platform/centralized_storage.h"
 #include "module/platform/tsr_settings.h"
 #include "module/platform/veld_connector.h"
@@ -61,7 +62,7 @@ class RemoteAccessAL
   uint32_t SetEnabled(bool enabled) override;
   uint32_t GetEnabled(bool* enabled) override;
   uint32_t GetActiveTerminalSessions(List<TerminalSessionState>& sessions) override;
-  // Jobs and process runs are not there yet: 1359 from each of the five.
+  // File jobs are not there yet: 1359 from each of the four.
   uint32_t StartDownload(const DownloadInput& input, OperationResponse& output) override;
   uint32_t CancelDownload(const StringT<wchar_t>& jobId, StringT<wchar_t>& message) override;
   uint32_t StartUploadArchive(const UploadArchiveInput& input, OperationResponse& output) override;
@@ -111,7 +112,7 @@ class RemoteAccessAL
   logging::LogReference log_;
   StateObservers state_observers_;
   SynchronyzedObjectContainer<IFileOperationEvent*> file_observers_;
-  SynchronyzedObjectContainer<IProcessOperationsEvent*> process_observers_;
+  ProcessObservers process_observers_;
   EnabledSetting enabled_;
   // Holds the job of the host's process, which therefore outlives the plug-ins.
   JsonRpcFront json_rpc_{enabled_, *this, sessions_, telemetry_};
@@ -121,6 +122,10 @@ class RemoteAccessAL
   ServPlugin<tsrsdk::Product::ICentralizedStorage> storage_{
       L"Product.CentralizedStorage"};  // optional
   TerminalSessions sessions_{terminal_manager_, *this, state_observers_, telemetry_};
+  ProcessRuns process_runs_{enabled_, stop_event_, proc_runners_, process_observers_,
+                            [this](const UploadArchiveInput& input, OperationResponse& output) {
+                              return StartUploadArchive(input, output);
+                            }};
   std::unique_ptr<ThreadPool> proc_runners_;  // "ThreadpoolProcRunners"
   UniqueHandle stop_event_;                   // manual reset: set on Stop, made anew by Init
   ProductMatrix::ProductMatrixApp telemetry_;
