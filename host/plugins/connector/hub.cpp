@@ -51,7 +51,8 @@ void Hub::Up(std::shared_ptr<link::Outbox> outbox) {
   {
     const Lock lock(mutex_);
     outbox_ = outbox;
-    outbox_->Push(HelloMessage(is_enabled_()), link::Outbox::Kind::kAnswer);
+    enabled_ = is_enabled_();
+    outbox_->Push(HelloMessage(enabled_), link::Outbox::Kind::kAnswer);
   }
   streams_.Attach(std::move(outbox));
   notifier_.Post([this] { Notify(&VeldConnector::ISocketConnection::OnConnect); });
@@ -103,9 +104,15 @@ void Hub::DeleteSocketManager(VeldConnector::ISocketManager* manager) {
   lock.unlock();
 }
 
-void Hub::SendState() {
-  const Lock lock(mutex_);
-  if (outbox_ != nullptr) outbox_->Push(StateMessage(is_enabled_()), link::Outbox::Kind::kAnswer);
+void Hub::OnSwitchStored() {
+  bool turned_off = false;
+  {
+    const Lock lock(mutex_);
+    const bool enabled = is_enabled_();
+    turned_off = std::exchange(enabled_, enabled) && !enabled;
+    if (outbox_ != nullptr) outbox_->Push(StateMessage(enabled), link::Outbox::Kind::kAnswer);
+  }
+  if (turned_off) streams_.LeaveEndsToUsers();
 }
 
 bool Hub::TrySendEvent(const std::string& name, const Json::Value& payload) {

@@ -45,8 +45,11 @@ class Hub final : public link::IConnectionUser {
   // As ISessionEnds::MayTellEnd.
   bool MayTellEnd(const std::string& id) { return streams_.YieldEnd(id); }
 
-  // Tells the server the state of the switch. Waits for nothing.
-  void SendState();
+  // The switch was stored: tells the server its state. Where it was turned off, the feature goes on
+  // to end all sessions, one after the other under one lock. From before that on the streams bring
+  // no end of their own and hold nobody in Send; sessions that ask for their end meanwhile would
+  // wait for that lock in each other's way. Waits for nothing.
+  void OnSwitchStored();
   // False where the event was not taken: not connected, or too much waits already. Waits for
   // nothing.
   bool TrySendEvent(const std::string& name, const Json::Value& payload);
@@ -77,6 +80,7 @@ class Hub final : public link::IConnectionUser {
   // without the mutex.
   std::shared_ptr<link::Outbox> outbox_;
   uint64_t last_event_ = 0;
+  bool enabled_ = false;  // as told to the server last
 };
 
 }  // namespace host::connector

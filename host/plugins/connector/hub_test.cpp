@@ -121,7 +121,8 @@ class HubTest : public testing::Test {
 
   link::MemoryServer server_;
   User user_;
-  Hub hub_{StreamLimits{}, [] { return true; }};
+  std::atomic<bool> enabled_ = true;
+  Hub hub_{StreamLimits{}, [this] { return enabled_.load(); }};
   std::unique_ptr<link::ConnectionLoop> loop_;
   VeldConnector::ISocketManager* manager_ = nullptr;
 };
@@ -140,7 +141,7 @@ TEST_F(HubTest, CallsAreAnsweredAndNothingThatTheServerSendsEndsTheConnection) {
   EXPECT_EQ(server_.Take(), RpcReplyMessage(3, 1359, 0, ""));
   server_.Send(R"({"type":"ping"})");
   EXPECT_EQ(server_.Take(), link::kPongText);
-  hub_.SendState();
+  hub_.OnSwitchStored();
   EXPECT_EQ(server_.Take(), StateMessage(true));
   EXPECT_TRUE(hub_.TrySendEvent("E", Json::Value(1)));
   EXPECT_EQ(server_.Take(), EventMessage(1, "E", Json::Value(1)));
@@ -285,6 +286,35 @@ TEST_F(HubTest, AStreamWhoseOpeningCallOutlivesTheConnectionGetsOneErrorAfterThe
   Events events = user_.WaitFor(5);
   EXPECT_EQ(events[2], "disconnect");
   EXPECT_EQ(std::count(events.begin(), events.end(), kStreamErrorText), 2);
+}
+
+// Both lost at once, these would ask for their ends while the feature holds the lock of all
+// sessions.
+TEST_F(HubTest, StalledSessionsNeitherHoldUpTheSwitchNorAskForTheirEnd) {
+  Connect();
+  std::vector<IConnection*> streams;
+  std::vector<std::future<uint32_t>> stalled;
+  for (const char* id : {"a", "b"}) {
+    streams.push_back(Claim(id));
+    EXPECT_EQ(streams.back()->Send({"data", std::string(256 * 1024, 'x')}, 10), 0u);
+    stalled.push_back(std::async(
+        std::launch::async, [stream = streams.back()] { return stream->Send({"data", "x"}, 10); }));
+  }
+  hub_.OnSwitchStored();  // On as before.
+  EXPECT_EQ(stalled[0].wait_for(0ms), std::future_status::timeout);
+  enabled_ = false;
+  hub_.OnSwitchStored();
+  for (auto& send : stalled)
+    EXPECT_EQ(send.get(), 0u);
+  server_.Send(Inward("a", "streamStop"));
+  server_.Send(R"({"type":"streamClose","stream":"b"})");
+  server_.Send(Rpc(1, "F"));
+  EXPECT_EQ(user_.WaitFor(2), (Events{"connect", "called F"}));
+  for (IConnection* const stream : streams) {
+    EXPECT_EQ(stream->Send({"streamStop", "{}"}, 10), 0u);
+    manager_->DestroyStream(stream);
+  }
+  EXPECT_EQ(user_.WaitFor(0).size(), 2u);
 }
 
 TEST_F(HubTest, AServerThatIsSilentIsAskedAndThenGivenUp) {

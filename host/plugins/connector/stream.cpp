@@ -199,6 +199,15 @@ bool Stream::YieldEnd() {
   return true;
 }
 
+void Stream::LeaveEndToUser() {
+  const Lock lock(mutex_);
+  if (!begun_) return;
+  end_yielded_ = true;
+  discarding_ = true;
+  SilenceLocked();
+  changed_.NotifyAll();
+}
+
 void Stream::WaitUntilIdle() {
   Lock lock(mutex_);
   changed_.Wait(lock, [this] { return !delivering_; });

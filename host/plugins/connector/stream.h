@@ -27,7 +27,7 @@ struct StreamLimits {
 // and no Send says that the stream is lost, before the call that opened it has returned (Begin); at
 // most one message that ends the stream is delivered, none after the user's own "streamStop"; from
 // the moment when one is on its way, Send discards and says 0; the codes 8 and 9 come at most once;
-// neither comes once YieldEnd has left the end to somebody else.
+// neither comes once YieldEnd or LeaveEndToUser has left the end to somebody else.
 //
 // A stream without an outbox is dead: it was asked for where there is no connection.
 class Stream final : public VeldConnector::Stream::IConnection,
@@ -68,6 +68,10 @@ class Stream final : public VeldConnector::Stream::IConnection,
   // is delivered and no Send says that the stream is lost. Waits for the opening call to return.
   // False where the stream has brought an end already.
   bool YieldEnd();
+  // The user is about to end all its sessions by itself: as YieldEnd, and Send discards what it
+  // would have to wait for. Waits for nothing. Has no effect before Begin: whether such a session
+  // is among them is not known.
+  void LeaveEndToUser();
   // Waits for a running delivery.
   void WaitUntilIdle();
   // The end of the user's side: makes Sends return and waits for them and for a running delivery,
@@ -103,7 +107,7 @@ class Stream final : public VeldConnector::Stream::IConnection,
   bool end_delivered_ = false;
   bool end_yielded_ = false;
   bool stop_sent_ = false;   // the user's own "streamStop"
-  bool discarding_ = false;  // CloseIntake
+  bool discarding_ = false;  // CloseIntake, LeaveEndToUser
   bool overrun_ = false;     // ended for what had piled up
   bool lost_ = false;        // no progress for too long
   bool loss_told_ = false;

@@ -176,6 +176,11 @@ bool StreamTable::YieldEnd(const std::string& id) {
   return stream == nullptr || stream->YieldEnd();
 }
 
+void StreamTable::LeaveEndsToUsers() {
+  for (const auto& stream : AllClaimed())
+    stream->LeaveEndToUser();
+}
+
 void StreamTable::DestroyAllOf(const void* owner) {
   std::vector<std::shared_ptr<Stream>> streams;
   {

@@ -52,6 +52,8 @@ class StreamTable {
   void Destroy(const VeldConnector::Stream::IConnection* stream);
   // Stream::YieldEnd of the stream that has a user; true where there is none.
   bool YieldEnd(const std::string& id);
+  // Stream::LeaveEndToUser of every stream that has a user. Waits for nothing.
+  void LeaveEndsToUsers();
   void DestroyAllOf(const void* owner);
 
  private:

@@ -98,7 +98,7 @@ void VeldConnectorPlugin::CloseIntake() {
 }
 
 void VeldConnectorPlugin::OnStored(const wchar_t* key) {
-  if (std::wstring_view(key) == kEnabledKey) hub_.SendState();
+  if (std::wstring_view(key) == kEnabledKey) hub_.OnSwitchStored();
 }
 
 bool VeldConnectorPlugin::IsEnabled() {
