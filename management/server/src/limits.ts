@@ -1,5 +1,6 @@
 /** Sizes that both ends of a connection agree on. */
 export const MAX_MESSAGE_BYTES = 1024 * 1024;
+export const MAX_INTEGRATION_MESSAGE_BYTES = 8 * 1024 * 1024;
 export const WINDOW_BYTES = 256 * 1024;
 
 /** How long and how many: times in milliseconds. Replaced as a whole by tests that cannot wait. */
@@ -10,10 +11,12 @@ export interface Limits {
   pingMs: number;
   /** Silence of an agent after which it is given up. */
   silenceMs: number;
-  /** One remote call, from its sending on. */
+  /** One remote call or policy call, from its sending on. */
   callMs: number;
-  /** Calls of one machine that may wait for their turn. */
+  /** Calls of one machine that may wait for their turn, remote calls and policy calls each. */
   callsWaiting: number;
+  /** Policy calls of one machine that run at once. */
+  policyCallsAtOnce: number;
   /** From the request for a session's end to the agent's "streamClosed". */
   closeMs: number;
   /** What a stopping server gives the machines to end their sessions. */
@@ -28,6 +31,7 @@ export const defaultLimits: Limits = {
   silenceMs: 45_000,
   callMs: 60_000,
   callsWaiting: 32,
+  policyCallsAtOnce: 8,
   closeMs: 30_000,
   shutdownMs: 3_000,
   clientPingMs: 30_000,

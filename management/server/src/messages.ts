@@ -1,6 +1,7 @@
 import type { RawData } from "ws";
 import type { z } from "zod";
 import { CloseCode, ProtocolError } from "./errors.ts";
+import { checkDepth } from "./raw_json.ts";
 
 /** The text of one WebSocket message. Throws ProtocolError 1003 for a binary one. */
 export function readText(data: RawData, isBinary: boolean): string {
@@ -10,9 +11,10 @@ export function readText(data: RawData, isBinary: boolean): string {
 
 /**
  * Reads the text of one WebSocket message as JSON of the given shape.
- * Throws ProtocolError: 1007 malformed JSON, 1008 unknown type or wrongly typed member.
+ * Throws ProtocolError: 1007 malformed JSON, 1008 unknown type, wrongly typed member, or nested too deeply.
  */
 export function readMessage<T>(schema: z.ZodType<T>, text: string): T {
+  checkDepth(text);
   const parsed = schema.safeParse(parseJson(text, "message"));
   if (parsed.success) return parsed.data;
   const issue = parsed.error.issues[0];

@@ -3,6 +3,7 @@ import type { AddressInfo } from "node:net";
 import { join, resolve } from "node:path";
 import Fastify, { type FastifyBaseLogger, type FastifyError, LogController } from "fastify";
 import { Access } from "./access/access.ts";
+import { Admission } from "./agent/admission.ts";
 import { agentDoor } from "./agent/agent_door.ts";
 import { ApiError, badRequest, CloseCode, notFound, tooLarge } from "./errors.ts";
 import { type ApiContext, apiRoutes } from "./http/api_routes.ts";
@@ -10,6 +11,7 @@ import { LiveFeed } from "./http/live_feed.ts";
 import { Metrics } from "./http/metrics.ts";
 import { pageRoutes } from "./http/page_routes.ts";
 import { pathOf, Upgrades } from "./http/upgrades.ts";
+import { integrationDoor } from "./integration/integration_door.ts";
 import { defaultLimits, type Limits, MAX_MESSAGE_BYTES } from "./limits.ts";
 import { Registry } from "./machines/registry.ts";
 import type { Options } from "./options.ts";
@@ -57,8 +59,13 @@ export async function startServer(
   const audit = new AuditLog(join(options.dataDir, "audit.log"), onWriteError);
   const metrics = new Metrics();
   const context: ApiContext = { access, audit, metrics, registry };
+  const admission = new Admission(options.enrolmentKey, registry, metrics, log);
   const upgrades = new Upgrades(
-    [agentDoor(options.enrolmentKey, registry, metrics, limits, log), terminalDoor(context, log)],
+    [
+      agentDoor(admission, registry, limits),
+      integrationDoor(admission, registry, limits),
+      terminalDoor(context, log),
+    ],
     log,
   );
 

@@ -33,8 +33,13 @@ export class EventStream {
     return !this.#reply.raw.writableNeedDrain;
   }
 
-  send(data: unknown, id?: number): void {
+  send(data: unknown): void {
+    this.sendText(JSON.stringify(data));
+  }
+
+  /** As `send`, for JSON made already, in one line. */
+  sendText(data: string, id?: number): void {
     const idLine = id === undefined ? "" : `id: ${id}\n`;
-    this.#reply.raw.write(`${idLine}data: ${JSON.stringify(data)}\n\n`);
+    this.#reply.raw.write(`${idLine}data: ${data}\n\n`);
   }
 }

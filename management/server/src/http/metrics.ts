@@ -4,6 +4,7 @@ const counters = {
   remote_access_terminals_opened_total: "Terminals that were opened.",
   remote_access_terminals_failed_total: "Terminals whose opening failed.",
   remote_access_calls_total: "Remote calls made for scripts.",
+  remote_access_policy_calls_total: "Policy calls made.",
   remote_access_agents_refused_total: "Agents refused for a wrong enrolment key.",
   remote_access_sign_ins_refused_total: "Sign-ins with a wrong token.",
 } as const;

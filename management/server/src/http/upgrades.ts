@@ -19,6 +19,8 @@ export interface UpgradeRequest {
  */
 export interface UpgradeRoute {
   path: RegExp;
+  /** The longest message that is taken; by default 1 MiB. */
+  maxBytes?: number;
   admit(request: UpgradeRequest): (socket: WebSocket) => void;
 }
 
@@ -26,7 +28,8 @@ export interface UpgradeRoute {
 export class Upgrades {
   readonly #routes: UpgradeRoute[];
   readonly #log: FastifyBaseLogger;
-  readonly #sockets = new WebSocketServer({ noServer: true, maxPayload: MAX_MESSAGE_BYTES });
+  /** One for each length of messages. */
+  readonly #servers = new Map<number, WebSocketServer>();
 
   constructor(routes: UpgradeRoute[], log: FastifyBaseLogger) {
     this.#routes = routes;
@@ -35,9 +38,9 @@ export class Upgrades {
 
   handle(request: IncomingMessage, socket: Duplex, head: Buffer): void {
     socket.on("error", () => socket.destroy());
-    let opened: (socket: WebSocket) => void;
+    let admitted: { maxBytes: number; opened(socket: WebSocket): void };
     try {
-      opened = this.#admit(request);
+      admitted = this.#admit(request);
     } catch (error) {
       if (!(error instanceof ApiError)) this.#log.error({ err: error }, "upgrade failed");
       const refusal =
@@ -45,28 +48,33 @@ export class Upgrades {
       this.#log.info({ path: pathOf(request), refusal: refusal.word }, "upgrade refused");
       return refuse(socket, refusal);
     }
-    this.#sockets.handleUpgrade(request, socket, head, opened);
+    const { maxBytes: maxPayload, opened } = admitted;
+    const server =
+      this.#servers.get(maxPayload) ?? new WebSocketServer({ noServer: true, maxPayload });
+    this.#servers.set(maxPayload, server);
+    server.handleUpgrade(request, socket, head, opened);
   }
 
   /** Waits for the close of every socket, and cuts off those that take longer than the time given. */
   async drain(graceMs: number): Promise<void> {
-    const closed = [...this.#sockets.clients].map(
-      (client) => new Promise((resolve) => client.once("close", resolve)),
-    );
+    const clients = [...this.#servers.values()].flatMap((server) => [...server.clients]);
+    const closed = clients.map((client) => new Promise((resolve) => client.once("close", resolve)));
     const timer = setTimeout(() => {
-      for (const client of this.#sockets.clients) client.terminate();
+      for (const client of clients) client.terminate();
     }, graceMs);
     await Promise.all(closed);
     clearTimeout(timer);
   }
 
-  #admit(request: IncomingMessage): (socket: WebSocket) => void {
+  #admit(request: IncomingMessage): { maxBytes: number; opened(socket: WebSocket): void } {
     if (!URL.canParse(request.url ?? "", "http://localhost")) throw badRequest("No valid address.");
     const url = new URL(request.url ?? "", "http://localhost");
     checkOrigin(request.headers, false);
     for (const route of this.#routes) {
       const match = route.path.exec(url.pathname);
-      if (match) return route.admit({ headers: request.headers, url, match });
+      if (!match) continue;
+      const opened = route.admit({ headers: request.headers, url, match });
+      return { maxBytes: route.maxBytes ?? MAX_MESSAGE_BYTES, opened };
     }
     throw notFound("route");
   }

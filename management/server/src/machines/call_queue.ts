@@ -6,28 +6,33 @@ interface Waiting {
 }
 
 /**
- * Lets one job run at a time, in order of arrival, since a machine takes its remote calls one by one: a slow call then costs
- * the callers behind it their turn, not their time limit.
+ * Lets so many jobs run at a time as a machine takes calls, in order of arrival: a slow call then costs the callers behind it
+ * their turn, not their time limit.
  */
 export class CallQueue {
   readonly #waiting: Waiting[] = [];
   readonly #capacity: number;
-  #running = false;
+  readonly #atOnce: number;
+  #running = 0;
 
-  constructor(capacity: number) {
+  /** `capacity` is how many may wait. */
+  constructor(capacity: number, atOnce = 1) {
     this.#capacity = capacity;
+    this.#atOnce = atOnce;
   }
 
   /** Rejects with ApiError busy when the queue is full, not_connected when it was cleared, else as `job` does. */
   run<T>(job: () => Promise<T>): Promise<T> {
-    if (this.#running && this.#waiting.length >= this.#capacity) return Promise.reject(busy());
+    if (this.#running >= this.#atOnce && this.#waiting.length >= this.#capacity) {
+      return Promise.reject(busy());
+    }
     return new Promise<T>((resolve, reject) => {
       this.#waiting.push({
         run: () => {
           job()
             .then(resolve, reject)
             .finally(() => {
-              this.#running = false;
+              this.#running--;
               this.#next();
             });
         },
@@ -37,16 +42,16 @@ export class CallQueue {
     });
   }
 
-  /** The machine is gone: nobody who waits gets a turn. The running job sees that by itself. */
+  /** The machine is gone: nobody who waits gets a turn. A running job sees that by itself. */
   clear(): void {
     for (const waiting of this.#waiting.splice(0)) waiting.refuse(notConnected());
   }
 
   #next(): void {
-    if (this.#running) return;
+    if (this.#running >= this.#atOnce) return;
     const next = this.#waiting.shift();
     if (!next) return;
-    this.#running = true;
+    this.#running++;
     next.run();
   }
 }

@@ -51,7 +51,7 @@ test("the log of a machine that tells a lot stays bounded, on disk and after a r
   const file = join(dir, "events.jsonl");
   const fail = (error: unknown) => expect.fail(String(error));
   const log = new EventLog(file, fail);
-  const payload = "x".repeat(10_000);
+  const payload = JSON.stringify("x".repeat(10_000));
   for (let seq = 0; seq < 5000; seq++) log.append({ seq, name: "Big", payload });
   const kept = log.since(0);
   expect(kept.length * 10_000).toBeGreaterThan(15 * 1024 * 1024);

@@ -1,28 +1,43 @@
 import { readFileSync } from "node:fs";
+import { setTimeout as sleep } from "node:timers/promises";
 import { z } from "zod";
+import type { AgentEvent } from "../agent/agent_messages.ts";
 import { LineFile } from "../persistence/line_file.ts";
+import { membersOf } from "../raw_json.ts";
 
-const record = z.object({
+const keptEvent = z.object({
   id: z.int().positive(),
   at: z.string(),
   seq: z.int().nonnegative(),
   name: z.string(),
+  store: z.string().optional(),
   payload: z.unknown(),
 });
+const keptStores = z.object({ stores: z.array(z.tuple([z.string(), z.int().positive()])) });
 
-export type EventRecord = z.infer<typeof record>;
+/** An event as it is kept; `payload` is JSON text. */
+export type EventRecord = Omit<z.infer<typeof keptEvent>, "payload"> & { payload: string };
 
 const MAX_EVENTS = 10_000;
 const MAX_BYTES = 16 * 1024 * 1024;
+/** A machine has one event store, and a new one when that was lost. */
+const MAX_STORES = 16;
+const RETRY_MS = 5_000;
 
 /**
  * What happened on one machine, newest last: in memory within bounds, and in a file so that a restart loses nothing and
  * goes on counting. The ids are this log's own and rise by one.
+ *
+ * Events of a machine's event store are known by their number there. It stands in the event's own line, so that a crash leaves
+ * both or neither; the file begins with the last numbers of what it holds no longer.
  */
 export class EventLog {
   readonly #file: LineFile;
   readonly #followers = new Set<() => void>();
-  readonly #events: Array<{ record: EventRecord; line: string }> = [];
+  readonly #events: EventRecord[] = [];
+  /** The last number of each store, and how far that is in the file for certain. */
+  readonly #stores = new Map<string, number>();
+  #written = new Map<string, number>();
   #bytes = 0;
   #lastId = 0;
   #forgotten = 0;
@@ -30,27 +45,47 @@ export class EventLog {
   constructor(path: string, onError: (error: unknown) => void) {
     this.#file = new LineFile(path, onError);
     this.#load(path);
+    this.#written = new Map(this.#stores);
   }
 
-  append(event: Pick<EventRecord, "seq" | "name" | "payload">): void {
-    const { seq, name, payload } = event;
-    const entry = { id: this.#lastId + 1, at: new Date().toISOString(), seq, name, payload };
-    const line = JSON.stringify(entry);
-    this.#keep(entry, line);
-    this.#file.append(line);
+  /** Takes an event in. With the store that it comes from, only if it is newer than what came from there: else false. */
+  append({ seq, name, payload }: AgentEvent, store?: string): boolean {
+    if (store !== undefined && seq <= (this.#stores.get(store) ?? 0)) return false;
+    const at = new Date().toISOString();
+    const event = { id: this.#lastId + 1, at, seq, name, store, payload };
+    this.#keep(event);
+    this.#file.append(toLine(event));
     // The file may hold as much again as memory does before it is written anew.
     if (this.#forgotten > Math.max(1000, this.#events.length)) this.#rewrite();
     for (const follower of this.#followers) follower();
+    return true;
   }
 
   get lastId(): number {
     return this.#lastId;
   }
 
+  /** The number of the last event of that store which is certain to survive this process; 0 for none. */
+  lastWritten(store: string): number {
+    return this.#written.get(store) ?? 0;
+  }
+
+  /** Resolves when what was appended so far is in the file; tries until it is. */
+  async written(): Promise<void> {
+    const stores = new Map(this.#stores);
+    while (!(await this.#file.flush())) {
+      await sleep(RETRY_MS, undefined, { ref: false });
+      this.#rewrite();
+    }
+    for (const [store, seq] of stores) {
+      this.#written.set(store, Math.max(seq, this.lastWritten(store)));
+    }
+  }
+
   /** What is still known of the events after that id. */
   since(id: number): EventRecord[] {
-    const first = this.#events.findIndex((event) => event.record.id > id);
-    return first < 0 ? [] : this.#events.slice(first).map((event) => event.record);
+    const first = this.#events.findIndex((event) => event.id > id);
+    return first < 0 ? [] : this.#events.slice(first);
   }
 
   /** Calls `follower` after each new event; the result ends that. */
@@ -59,8 +94,8 @@ export class EventLog {
     return () => this.#followers.delete(follower);
   }
 
-  flush(): Promise<void> {
-    return this.#file.flush();
+  async flush(): Promise<void> {
+    await this.#file.flush();
   }
 
   #load(path: string): void {
@@ -75,32 +110,53 @@ export class EventLog {
     // A crash in mid-write leaves part of a line at the end.
     let damaged = lines.pop() !== "";
     for (const line of lines) {
-      const event = parseRecord(line);
-      if (event && event.id > this.#lastId) this.#keep(event, line);
+      const kept = parseLine(line);
+      if (kept && "stores" in kept) for (const [store, seq] of kept.stores) this.#count(store, seq);
+      else if (kept && kept.id > this.#lastId) this.#keep(kept);
       else damaged = true;
     }
     if (damaged || this.#forgotten > 0) this.#rewrite();
   }
 
-  #keep(entry: EventRecord, line: string): void {
-    this.#events.push({ record: entry, line });
-    this.#bytes += line.length;
-    this.#lastId = entry.id;
+  #keep(event: EventRecord): void {
+    this.#events.push(event);
+    this.#bytes += sizeOf(event);
+    this.#lastId = event.id;
+    if (event.store !== undefined) this.#count(event.store, event.seq);
     while (this.#events.length > MAX_EVENTS || this.#bytes > MAX_BYTES) {
-      this.#bytes -= this.#events.shift()?.line.length ?? 0;
+      const oldest = this.#events.shift();
+      this.#bytes -= oldest ? sizeOf(oldest) : 0;
       this.#forgotten++;
     }
   }
 
+  #count(store: string, seq: number): void {
+    this.#stores.delete(store); // The newest stands last.
+    this.#stores.set(store, seq);
+    const [oldest] = this.#stores.keys();
+    if (this.#stores.size > MAX_STORES && oldest !== undefined) this.#stores.delete(oldest);
+  }
+
   #rewrite(): void {
     this.#forgotten = 0;
-    this.#file.replace(this.#events.map((event) => event.line));
+    const stores = this.#stores.size > 0 ? [JSON.stringify({ stores: [...this.#stores] })] : [];
+    this.#file.replace([...stores, ...this.#events.map(toLine)]);
   }
 }
 
-function parseRecord(line: string): EventRecord | undefined {
+function sizeOf({ name, payload }: EventRecord): number {
+  return payload.length + name.length + 128;
+}
+
+function toLine({ payload, ...event }: EventRecord): string {
+  return `${JSON.stringify(event).slice(0, -1)},"payload":${payload}}`;
+}
+
+function parseLine(line: string): EventRecord | z.infer<typeof keptStores> | undefined {
   try {
-    return record.parse(JSON.parse(line));
+    const kept = z.union([keptEvent, keptStores]).parse(JSON.parse(line));
+    if ("stores" in kept) return kept;
+    return { ...kept, payload: membersOf(line).get("payload") ?? "null" };
   } catch {
     return undefined;
   }

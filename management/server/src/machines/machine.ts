@@ -2,12 +2,13 @@ import type { FastifyBaseLogger } from "fastify";
 import type WebSocket from "ws";
 import type { AgentConnection, AgentListener } from "../agent/agent_connection.ts";
 import type {
+  AgentEvent,
   CallReply,
-  EventMessage,
   StreamClosed,
   StreamMessage,
 } from "../agent/agent_messages.ts";
 import { CloseCode, notConnected } from "../errors.ts";
+import { Integration } from "../integration/integration.ts";
 import type { Limits } from "../limits.ts";
 import {
   type EndReason,
@@ -36,10 +37,11 @@ export interface MachineContext {
   onChange(): void;
 }
 
-/** A machine that has connected at least once, with the connection of its agent while there is one. */
+/** A machine that has connected at least once, with the connections of its agent while there are any. */
 export class Machine implements AgentListener {
   readonly id: string;
   readonly events: EventLog;
+  readonly integration: Integration;
   name: string;
   /** As the machine said last; null before it has. */
   enabled: boolean | null;
@@ -64,6 +66,11 @@ export class Machine implements AgentListener {
     this.events = events;
     this.#context = context;
     this.#calls = new CallQueue(context.limits.callsWaiting);
+    this.integration = new Integration({
+      limits: context.limits,
+      events,
+      onEnabled: (enabled) => this.onState(enabled),
+    });
   }
 
   get connected(): boolean {
@@ -90,8 +97,9 @@ export class Machine implements AgentListener {
     this.#context.onChange();
   }
 
-  /** Ends the connection, and with it every session. */
+  /** Ends the connections, and with them every session. */
   detach(code: number, reason: string): void {
+    this.integration.detach(code, reason);
     this.#agent?.close(code, reason);
   }
 
@@ -127,6 +135,7 @@ export class Machine implements AgentListener {
   }
 
   onState(enabled: boolean): void {
+    if (enabled === this.enabled) return;
     this.enabled = enabled;
     this.#context.onChange();
   }
@@ -146,8 +155,8 @@ export class Machine implements AgentListener {
     this.#sessions.get(message.stream)?.onStreamClosed(message.reason);
   }
 
-  onEvent({ seq, name, payload }: EventMessage): void {
-    this.events.append({ seq, name, payload });
+  onEvent(event: AgentEvent): void {
+    this.events.append(event);
   }
 
   onGone(): void {

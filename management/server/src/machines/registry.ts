@@ -55,10 +55,17 @@ export class Registry {
 
   /** An agent has said hello. */
   attach(id: string, name: string, agent: AgentConnection, enabled: boolean): void {
-    this.refusals.forget(id);
-    const machine =
-      this.#machines.get(id) ?? this.#add({ id, name, enabled: null, since: new Date() });
-    machine.attach(agent, name, enabled);
+    this.know(id, name).attach(agent, name, enabled);
+  }
+
+  /** The machine of an agent that was let in, new or not. */
+  know(id: string, name: string): Machine {
+    if (this.refusals.forget(id)) this.#tellFollowers();
+    const known = this.#machines.get(id);
+    if (known) return known;
+    const machine = this.#add({ id, name, enabled: null, since: new Date() });
+    this.#changed();
+    return machine;
   }
 
   refuse(claimedId: string, claimedName: string): void {
@@ -84,13 +91,15 @@ export class Registry {
     const machine = new Machine(entry, events, {
       limits: this.#limits,
       log,
-      onChange: () => {
-        this.#file.write(() => this.#toKeep());
-        this.#tellFollowers();
-      },
+      onChange: () => this.#changed(),
     });
     this.#machines.set(entry.id, machine);
     return machine;
+  }
+
+  #changed(): void {
+    this.#file.write(() => this.#toKeep());
+    this.#tellFollowers();
   }
 
   #toKeep(): z.infer<typeof known> {

@@ -8,6 +8,7 @@ export interface AuditEntry {
     | "signInRefused"
     | "signOut"
     | "call"
+    | "policy"
     | "terminalOpen"
     | "terminalEnd"
     | "serverStop";
@@ -28,7 +29,7 @@ export class AuditLog {
     this.#file.append(JSON.stringify({ at: new Date().toISOString(), ...entry }));
   }
 
-  flush(): Promise<void> {
-    return this.#file.flush();
+  async flush(): Promise<void> {
+    await this.#file.flush();
   }
 }

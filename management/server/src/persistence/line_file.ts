@@ -1,12 +1,16 @@
 import { appendFile, rename, writeFile } from "node:fs/promises";
 
-/** A file to which lines are appended in order. Writing is asynchronous; `flush` waits for what was appended so far. */
+/**
+ * A file to which lines are appended in order. Writing is asynchronous; `flush` waits for what was appended so far. What could
+ * not be written is told to `onError` and then missing, until the whole is replaced.
+ */
 export class LineFile {
   readonly #path: string;
   readonly #onError: (error: unknown) => void;
   #lines: string[] = [];
   #replacement: string[] | undefined;
   #writing: Promise<void> | undefined;
+  #whole = true;
 
   constructor(path: string, onError: (error: unknown) => void) {
     this.#path = path;
@@ -25,8 +29,10 @@ export class LineFile {
     this.#writing ??= this.#writeAll();
   }
 
-  async flush(): Promise<void> {
+  /** Whether the file holds everything that it should. */
+  async flush(): Promise<boolean> {
     await this.#writing;
+    return this.#whole;
   }
 
   async #writeAll(): Promise<void> {
@@ -41,9 +47,11 @@ export class LineFile {
           const temporary = `${this.#path}.new`;
           await writeFile(temporary, toText(replacement), { mode: 0o600, flush: true });
           await rename(temporary, this.#path);
+          this.#whole = true;
         }
         if (lines.length > 0) await appendFile(this.#path, toText(lines), { mode: 0o600 });
       } catch (error) {
+        this.#whole = false;
         this.#onError(error);
       }
     }

@@ -7,6 +7,7 @@ import { onTestFinished } from "vitest";
 import { defaultLimits, type Limits } from "../limits.ts";
 import { type RunningServer, startServer } from "../server.ts";
 import { FakeAgent, type FakeAgentOptions } from "./fake_agent.ts";
+import { FakeIntegration, type FakeIntegrationOptions } from "./fake_integration.ts";
 import { Peer } from "./peer.ts";
 
 export const TOKEN = "token-of-the-test";
@@ -66,6 +67,21 @@ export class TestServer {
     agent.send({ type: "ping" });
     await agent.next("pong");
     return agent;
+  }
+
+  /** An integration connection that the server has taken in. */
+  async integration(options: Partial<FakeIntegrationOptions> = {}): Promise<FakeIntegration> {
+    const integration = await FakeIntegration.connect(this.url, { key: KEY, ...options });
+    await integration.next("welcome");
+    return integration;
+  }
+
+  policy(
+    method: string,
+    body: NonNullable<RequestInit["body"]> = "",
+    id = "machine-0001",
+  ): Promise<Response> {
+    return this.fetch(`/api/machines/${id}/policy/${method}`, { method: "POST", body });
   }
 
   terminal(query = "", id = "machine-0001"): Promise<Peer> {
