@@ -14,9 +14,9 @@ struct ISessionEnds {
   static constexpr const wchar_t* kTypeName = L"host::ISessionEnds";
 
   // To be asked before the user of the stream `id` is told. True: the stream will bring no end of
-  // its own, neither by a message nor by a lost Send. False: it has brought one, and the user must
-  // not be told; two ends at once would wait for each other in there. True also for an id that no
-  // stream has. Waits for the call that opened the stream to return. Any thread.
+  // its own. False: it has brought one, and the user must not be told; two ends at once would wait
+  // for each other in there. True also for an id that no stream has. Waits for the call that opened
+  // the stream to return. Any thread.
   virtual bool MayTellEnd(const std::string& id) = 0;
 
  protected:

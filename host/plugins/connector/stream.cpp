@@ -13,8 +13,6 @@ namespace host::connector {
 
 namespace {
 
-// The one of the two codes for a lost stream that this connector uses.
-constexpr uint32_t kStreamLost = 8;
 constexpr uint32_t kMessageTooLong = 223;
 // What a queued message costs beside its text.
 constexpr size_t kMessageOverhead = 64;
@@ -60,14 +58,7 @@ uint32_t Stream::Send(const std::pair<std::string, std::string>& message, int32_
 // Nothing where the message has to be sent.
 std::optional<uint32_t> Stream::ResultWithoutSendingLocked(bool is_stop) {
   if (destroyed_) return 0;
-  if (!connected_) return error::kNotConnected;
-  if (lost_) {
-    if (is_stop || loss_told_ || !begun_ || discarding_ || end_yielded_) {
-      return error::kNotConnected;
-    }
-    loss_told_ = true;
-    return kStreamLost;
-  }
+  if (!connected_ || lost_) return error::kNotConnected;
   if (ending_ && !is_stop) return 0;
   return std::nullopt;
 }
@@ -84,24 +75,21 @@ std::optional<uint32_t> Stream::WaitForCreditLocked(Lock& lock, size_t bytes) {
     const auto changed = [&] {
       return credits_ != seen || destroyed_ || !connected_ || ending_ || discarding_ || lost_;
     };
-    if (!changed_.WaitUntil(lock, Clock::now() + limits_.stall, changed)) LoseLocked(lock);
+    if (!changed_.WaitUntil(lock, Clock::now() + limits_.stall, changed)) LoseLocked();
     if (const auto result = ResultWithoutSendingLocked(/*is_stop=*/false)) return result;
   }
   return std::nullopt;
 }
 
-// The server is told at once and forgets the stream. The user is told by the code of its Send, for
-// which its opening call must have returned.
-void Stream::LoseLocked(Lock& lock) {
-  if (!lost_) {
-    lost_ = true;
-    SilenceLocked();
-    ORN_LOG(logging::kNotice, L"VeldConnector::Stream::Send",
-            L"Stream %S is lost: its output was not taken.", id_.c_str());
-    outbox_->Push(StreamClosedMessage(id_, "lost"), link::Outbox::Kind::kAnswer);
-    changed_.NotifyAll();
-  }
-  changed_.Wait(lock, [this] { return begun_ || !connected_ || destroyed_; });
+// Nobody else has brought an end by now, or the wait would have been over.
+void Stream::LoseLocked() {
+  lost_ = true;
+  SilenceLocked();
+  ORN_LOG(logging::kNotice, L"VeldConnector::Stream::Send",
+          L"Stream %S is lost: its output was not taken.", id_.c_str());
+  outbox_->Push(StreamClosedMessage(id_, "lost"), link::Outbox::Kind::kAnswer);
+  if (!stop_sent_ && !end_yielded_) QueueEndLocked(kStreamErrorText);
+  changed_.NotifyAll();
 }
 
 void Stream::Accept(const std::string& text) {
@@ -193,7 +181,7 @@ void Stream::CloseIntake() {
 bool Stream::YieldEnd() {
   Lock lock(mutex_);
   changed_.Wait(lock, [this] { return begun_ || destroyed_; });
-  if (end_delivered_ || loss_told_) return false;
+  if (end_delivered_) return false;
   end_yielded_ = true;
   SilenceLocked();
   return true;

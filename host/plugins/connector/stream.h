@@ -23,11 +23,12 @@ struct StreamLimits {
 
 // One stream between a console and its user in this process.
 //
-// Its user sees an order that keeps a session from being ended twice at once: nothing is delivered,
-// and no Send says that the stream is lost, before the call that opened it has returned (Begin); at
-// most one message that ends the stream is delivered, none after the user's own "streamStop"; from
-// the moment when one is on its way, Send discards and says 0; the codes 8 and 9 come at most once;
-// neither comes once YieldEnd or LeaveEndToUser has left the end to somebody else.
+// Its user sees an order that keeps a session from being ended twice at once: nothing is delivered
+// before the call that opened it has returned (Begin); at most one message that ends the stream is
+// delivered, none after the user's own "streamStop", none once YieldEnd or LeaveEndToUser has left
+// the end to somebody else; from the moment when one is on its way, Send discards. A stream that is
+// lost ends in the same way: Send never says so by the codes 8 and 9. To such a code the user would
+// answer from inside of its Send, with locks held that an end of another session may wait for.
 //
 // A stream without an outbox is dead: it was asked for where there is no connection.
 class Stream final : public VeldConnector::Stream::IConnection,
@@ -58,15 +59,14 @@ class Stream final : public VeldConnector::Stream::IConnection,
   // After Begin of a stream without connection: delivers the one "streamError" that ends the
   // session.
   void TellDead();
-  // The connection is lost: waiting Sends return with a code other than 8 and 9, nothing more is
-  // delivered.
+  // The connection is lost: waiting Sends return with a failure, nothing more is delivered.
   void Disconnect();
   // The agent is being stopped: nothing more is delivered, and Send discards what it would have to
   // wait for.
   void CloseIntake();
   // The user is about to be told from another side that the session has ended: from now on nothing
-  // is delivered and no Send says that the stream is lost. Waits for the opening call to return.
-  // False where the stream has brought an end already.
+  // is delivered. Waits for the opening call to return. False where the stream has brought an end
+  // already.
   bool YieldEnd();
   // The user is about to end all its sessions by itself: as YieldEnd, and Send discards what it
   // would have to wait for. Waits for nothing. Has no effect before Begin: whether such a session
@@ -84,7 +84,7 @@ class Stream final : public VeldConnector::Stream::IConnection,
   void SilenceLocked();
   std::optional<uint32_t> ResultWithoutSendingLocked(bool is_stop);
   std::optional<uint32_t> WaitForCreditLocked(Lock& lock, size_t bytes);
-  void LoseLocked(Lock& lock);
+  void LoseLocked();
 
   const std::string id_;
   const std::shared_ptr<link::Outbox> outbox_;
@@ -110,7 +110,6 @@ class Stream final : public VeldConnector::Stream::IConnection,
   bool discarding_ = false;  // CloseIntake, LeaveEndToUser
   bool overrun_ = false;     // ended for what had piled up
   bool lost_ = false;        // no progress for too long
-  bool loss_told_ = false;
   bool destroyed_ = false;
 };
 
