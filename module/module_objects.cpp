@@ -1,6 +1,7 @@
 // The objects that RemoteAccess.dll exports, in the order in which they enter the table: the one
 // place that knows all their classes.
 
+#include "module/agent/remote_access_agent.h"
 #include "module/feature/remote_access_al.h"
 #include "module/frame/base64.h"
 #include "module/frame/object_declaration.h"
@@ -12,9 +13,12 @@ namespace {
 // objects.
 const std::wstring kRemoteAccess = L"RemoteAccess";
 const std::wstring kRemoteTerminalManager = L"RemoteTerminalManager";
+const std::wstring kAgent = L".Agent";
 const std::wstring kLogic = L".AL";
 
 const ExportedObjectDeclaration<Base64ObjectImplementation> base64(L"Crypt.Base64");
+const ExportedSingletonDeclaration<orn::RemoteAccess::RemoteAccessAgent> agent(
+    (kRemoteAccess + kAgent).c_str());
 const ExportedObjectDeclaration<orn::RemoteAccess::RemoteAccessAL> remote_access(
     (kRemoteAccess + kLogic).c_str());
 const ExportedObjectDeclaration<orn::RemoteTerminal::RemoteTerminalManager> terminal_manager(

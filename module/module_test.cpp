@@ -7,6 +7,7 @@
 #include "module/frame/object_exports.h"
 #include "module/frame/plugin_interfaces.h"
 #include "module/frame/windows.h"
+#include "module/platform/endpoint_integration.h"
 
 // The library as it is shipped, loaded as its host loads it.
 
@@ -72,7 +73,13 @@ TEST_F(ModuleTest, MakesTheObjectsOfItsTableAndNoOthers) {
   std::string text;
   EXPECT_STREQ(static_cast<Crypt::IBase64*>(object)->Encode("hi", 2, text, true), "aGk=");
   destroy(L"Crypt.Base64", object);
-  for (const wchar_t* name : {L"remoteaccess.al", L"RemoteAccess", L"RemoteAccess.Agent", L""}) {
+  void* shared = nullptr;
+  ASSERT_EQ(create(L"RemoteAccess.Agent", EnterpriseIntegration::IAgent::kInterfaceId, &object), 0);
+  ASSERT_EQ(create(L"RemoteAccess.Agent", root, &shared), 0);
+  EXPECT_EQ(object, shared);
+  destroy(L"RemoteAccess.Agent", shared);
+  destroy(L"RemoteAccess.Agent", object);
+  for (const wchar_t* name : {L"remoteaccess.al", L"RemoteAccess", L"remoteaccess.agent", L""}) {
     EXPECT_EQ(create(name, root, &object), 1168);
   }
 }

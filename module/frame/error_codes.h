@@ -13,6 +13,7 @@ inline constexpr uint32_t kForeignModule = 3;
 inline constexpr uint32_t kDenied = 5;
 inline constexpr uint32_t kInvalidHandle = 6;
 inline constexpr uint32_t kNotEnoughMemory = 8;
+inline constexpr uint32_t kInvalidData = 13;
 inline constexpr uint32_t kNotReady = 21;
 inline constexpr uint32_t kNotSupported = 50;
 inline constexpr uint32_t kBadParameter = 87;
@@ -33,6 +34,7 @@ inline constexpr uint32_t kTimeout = 1460;
 inline constexpr uint32_t kFailed = 1627;
 inline constexpr uint32_t kNotConnected = 2250;
 inline constexpr uint32_t kEmptyInput = 4306;
+inline constexpr uint32_t kInvalidOperation = 4317;
 inline constexpr uint32_t kMissingDependency = 5002;
 inline constexpr uint32_t kJobIdTooLong = 8348;
 // COM's code for a face that an object does not have.
