@@ -21,6 +21,8 @@ export interface Limits {
   closeMs: number;
   /** What a stopping server gives the machines to end their sessions. */
   shutdownMs: number;
+  /** Without any progress of a file that is sent or received. */
+  transferIdleMs: number;
   /** Between two WebSocket pings to a terminal's client. */
   clientPingMs: number;
 }
@@ -34,5 +36,6 @@ export const defaultLimits: Limits = {
   policyCallsAtOnce: 8,
   closeMs: 30_000,
   shutdownMs: 3_000,
+  transferIdleMs: 60_000,
   clientPingMs: 30_000,
 };

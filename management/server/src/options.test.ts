@@ -32,7 +32,13 @@ test("secrets come from files or the environment, and only the loopback is liste
     port: 0,
     token: "from-file",
     enrolmentKey: "from-file",
+    profiles: [{ name: "default", maxSize: 4294967296 }],
   });
+  const two = ["--profile", "a=5", "--profile", "b"];
+  expect(readOptions([...given, ...files, ...two], env).profiles).toEqual([
+    { name: "a", maxSize: 5 },
+    { name: "b", maxSize: 4294967296 },
+  ]);
   for (const [args, message] of [
     [[], /token is missing/],
     [["--token", "t"], /enrolment key is missing/],
@@ -41,6 +47,10 @@ test("secrets come from files or the environment, and only the loopback is liste
     [["--port", "-1"], /--port/],
     [["--web", join(dir, "nowhere")], /no page/],
     [["--what"], /--what/],
+    [[...files, "--profile", "../x"], /--profile/],
+    [[...files, "--profile", "a=", "--profile", "b"], /--profile/],
+    [[...files, "--profile", "NUL"], /device/],
+    [[...files, "--profile", "a", "--profile", "A=5"], /same name/],
   ] as const) {
     expect(() => readOptions([...given, ...args], {})).toThrow(message);
   }
@@ -63,7 +73,7 @@ test("a port that is taken is a failure of the start", async () => {
   const server = await TestServer.start();
   const dir = folder();
   const port = Number(new URL(server.url).port);
-  const options = { host: "127.0.0.1", port, dataDir: dir, webDir: dir, token: "t" };
+  const options = { host: "127.0.0.1", port, dataDir: dir, webDir: dir, token: "t", profiles: [] };
   await expect(startServer({ ...options, enrolmentKey: "k" })).rejects.toThrow(/EADDRINUSE/);
 });
 

@@ -2,6 +2,8 @@ import { existsSync, readFileSync } from "node:fs";
 import { join } from "node:path";
 import { fileURLToPath } from "node:url";
 import { parseArgs } from "node:util";
+import { checkName } from "./storage/names.ts";
+import type { ProfileOptions } from "./storage/profile.ts";
 
 export interface Options {
   host: string;
@@ -10,13 +12,17 @@ export interface Options {
   webDir: string;
   token: string;
   enrolmentKey: string;
+  profiles: ProfileOptions[];
 }
 
+const DEFAULT_MAX_SIZE = 4 * 1024 ** 3;
+
 export const usage = `Usage: node main.js --data DIR [--host ADDRESS] [--port N] [--web DIR] SECRETS
-  --data DIR                  where machines, events and the audit log are kept
+  --data DIR                  where machines, events, files and the audit log are kept
   --host ADDRESS              address to listen on (127.0.0.1)
   --port N                    port, 0 for any free one (8080)
   --web DIR                   the built page (beside this program)
+  --profile NAME[=MAXBYTES]   a storage profile and its largest file, once for each (default=${DEFAULT_MAX_SIZE})
 Secrets, each in one of the ways given:
   administrators' token       --token-file FILE, --token T, or REMOTE_ACCESS_TOKEN
   agents' enrolment key       --enrolment-key-file FILE or REMOTE_ACCESS_ENROLMENT_KEY`;
@@ -30,6 +36,7 @@ export function readOptions(args: string[], env: NodeJS.ProcessEnv): Options {
       port: { type: "string", default: "8080" },
       data: { type: "string" },
       web: { type: "string", default: fileURLToPath(new URL("../../web/dist", import.meta.url)) },
+      profile: { type: "string", multiple: true, default: ["default"] },
       token: { type: "string" },
       "token-file": { type: "string" },
       "enrolment-key-file": { type: "string" },
@@ -50,7 +57,28 @@ export function readOptions(args: string[], env: NodeJS.ProcessEnv): Options {
       "The enrolment key is missing: --enrolment-key-file or REMOTE_ACCESS_ENROLMENT_KEY.",
     );
   }
-  return { host: values.host, port, dataDir: values.data, webDir: values.web, token, enrolmentKey };
+  return {
+    host: values.host,
+    port,
+    dataDir: values.data,
+    webDir: values.web,
+    token,
+    enrolmentKey,
+    profiles: readProfiles(values.profile),
+  };
+}
+
+function readProfiles(given: string[]): ProfileOptions[] {
+  const profiles = given.map((text) => {
+    // A plain word: it is a folder's name on any system.
+    const [, name = "", size] = /^(\w[\w-]{0,63})(?:=(\d{1,15}))?$/.exec(text) ?? [];
+    if (!name) throw new Error("--profile is NAME or NAME=MAXBYTES.");
+    checkName(name);
+    return { name, maxSize: size === undefined ? DEFAULT_MAX_SIZE : Number(size) };
+  });
+  const names = new Set(profiles.map(({ name }) => name.toLowerCase()));
+  if (names.size < profiles.length) throw new Error("Two profiles have the same name.");
+  return profiles;
 }
 
 function readSecret(path: string | undefined): string | undefined {

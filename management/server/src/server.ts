@@ -16,6 +16,9 @@ import { defaultLimits, type Limits, MAX_MESSAGE_BYTES } from "./limits.ts";
 import { Registry } from "./machines/registry.ts";
 import type { Options } from "./options.ts";
 import { AuditLog } from "./persistence/audit_log.ts";
+import { agentStorageRoutes } from "./storage/agent_storage_routes.ts";
+import { Storage } from "./storage/storage.ts";
+import { storageRoutes } from "./storage/storage_routes.ts";
 import { terminalDoor } from "./terminal/terminal_door.ts";
 
 export interface RunningServer {
@@ -58,6 +61,7 @@ export async function startServer(
   const access = new Access(options.token, join(options.dataDir, "sessions.json"), onWriteError);
   const audit = new AuditLog(join(options.dataDir, "audit.log"), onWriteError);
   const metrics = new Metrics();
+  const storage = new Storage(join(options.dataDir, "storage"), options.profiles);
   const context: ApiContext = { access, audit, metrics, registry };
   const admission = new Admission(options.enrolmentKey, registry, metrics, log);
   const upgrades = new Upgrades(
@@ -89,6 +93,10 @@ export async function startServer(
     reply.type("text/plain; version=0.0.4; charset=utf-8").send(metrics.render(registry)),
   );
   await app.register(apiRoutes(context, new LiveFeed(registry)), { prefix: "/api" });
+  await app.register(storageRoutes(context, storage, limits), { prefix: "/api" });
+  await app.register(agentStorageRoutes({ admission, storage, metrics, limits }), {
+    prefix: "/api",
+  });
   await app.register(pageRoutes(context, resolve(options.webDir)));
   app.server.on("upgrade", (request, socket, head) => upgrades.handle(request, socket, head));
 

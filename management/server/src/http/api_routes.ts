@@ -1,10 +1,11 @@
-import type { FastifyInstance, FastifyRequest } from "fastify";
-import { type Access, checkOrigin, type Identity } from "../access/access.ts";
+import type { FastifyInstance } from "fastify";
+import type { Access } from "../access/access.ts";
 import { badRequest } from "../errors.ts";
 import { MAX_INTEGRATION_MESSAGE_BYTES } from "../limits.ts";
 import type { Registry } from "../machines/registry.ts";
 import type { AuditLog } from "../persistence/audit_log.ts";
 import { depthOf, MAX_DEPTH } from "../raw_json.ts";
+import { administratorsOnly } from "./administrators.ts";
 import { EventStream } from "./event_stream.ts";
 import type { LiveFeed } from "./live_feed.ts";
 import type { Metrics } from "./metrics.ts";
@@ -25,15 +26,9 @@ interface MachineRoute {
 /** The calls under /api for administrators and scripts, as docs/protocol.md has them. */
 export function apiRoutes(context: ApiContext, live: LiveFeed) {
   const { access, audit, metrics, registry } = context;
-  const identities = new WeakMap<FastifyRequest, Identity>();
 
   return async (api: FastifyInstance): Promise<void> => {
-    api.addHook("onRequest", async (request) => {
-      const identity = access.identify(request.headers);
-      const changes = request.method !== "GET" && request.method !== "HEAD";
-      if (identity.session && changes) checkOrigin(request.headers, true);
-      identities.set(request, identity);
-    });
+    const whoOf = administratorsOnly(api, access);
     // Parameters are the module's own business: whatever the content type says, the text goes through as it is.
     api.removeAllContentTypeParsers();
     api.addContentTypeParser("*", { parseAs: "buffer" }, (_request, body, done) =>
@@ -49,7 +44,7 @@ export function apiRoutes(context: ApiContext, live: LiveFeed) {
       const params = readUtf8(request.body);
       const { method } = request.params;
       const module = request.query.module ?? "RemoteAccess";
-      const who = identities.get(request)?.who ?? "token";
+      const who = whoOf(request);
       audit.record({ who, action: "call", machine: machine.id, details: { module, method } });
       metrics.count("remote_access_calls_total");
       return machine.call(module, method, params);
@@ -62,7 +57,7 @@ export function apiRoutes(context: ApiContext, live: LiveFeed) {
         const machine = registry.get(request.params.id);
         const input = readJson(request.body);
         const { method } = request.params;
-        const who = identities.get(request)?.who ?? "token";
+        const who = whoOf(request);
         audit.record({ who, action: "policy", machine: machine.id, details: { method } });
         metrics.count("remote_access_policy_calls_total");
         const { status, output } = await machine.integration.call(method, input);

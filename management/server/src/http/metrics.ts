@@ -5,6 +5,8 @@ const counters = {
   remote_access_terminals_failed_total: "Terminals whose opening failed.",
   remote_access_calls_total: "Remote calls made for scripts.",
   remote_access_policy_calls_total: "Policy calls made.",
+  remote_access_storage_received_bytes_total: "Bytes of files that came into the storage.",
+  remote_access_storage_sent_bytes_total: "Bytes of files that went out of the storage.",
   remote_access_agents_refused_total: "Agents refused for a wrong enrolment key.",
   remote_access_sign_ins_refused_total: "Sign-ins with a wrong token.",
 } as const;
@@ -15,8 +17,8 @@ type Counter = keyof typeof counters;
 export class Metrics {
   readonly #counts = new Map<Counter, number>();
 
-  count(counter: Counter): void {
-    this.#counts.set(counter, (this.#counts.get(counter) ?? 0) + 1);
+  count(counter: Counter, by = 1): void {
+    this.#counts.set(counter, (this.#counts.get(counter) ?? 0) + by);
   }
 
   render(registry: Registry): string {

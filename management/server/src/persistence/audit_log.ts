@@ -11,6 +11,9 @@ export interface AuditEntry {
     | "policy"
     | "terminalOpen"
     | "terminalEnd"
+    | "storagePut"
+    | "storageGet"
+    | "storageDelete"
     | "serverStop";
   machine?: string;
   /** What was meant, never what was typed: method, stream id, code, reason. */

@@ -49,6 +49,10 @@ export class TestServer {
         webDir: join(this.dir, "web"),
         token: TOKEN,
         enrolmentKey: KEY,
+        profiles: [
+          { name: "default", maxSize: 64 * 1024 * 1024 },
+          { name: "small", maxSize: 1000 },
+        ],
       },
       { limits: { ...defaultLimits, shutdownMs: 200, ...limits }, logTo },
     );

@@ -1,0 +1,145 @@
+import { randomUUID } from "node:crypto";
+import { constants, mkdirSync, readdirSync, rmSync } from "node:fs";
+import { type FileHandle, link, open, readdir, rename, rm, stat, unlink } from "node:fs/promises";
+import { join } from "node:path";
+import { ApiError, badRequest, notFound, tooLarge } from "../errors.ts";
+import { checkName, numbered } from "./names.ts";
+
+/** Of files that are still on their way in; no stored file can be called so. */
+const PARTIAL = ".partial-";
+const MAX_NUMBER = 10_000;
+// A link or a pipe that somebody put into the folder is no stored file.
+const READ_PLAIN = constants.O_RDONLY | (constants.O_NOFOLLOW ?? 0) | (constants.O_NONBLOCK ?? 0);
+
+export interface ProfileOptions {
+  name: string;
+  /** The largest file, in bytes. */
+  maxSize: number;
+}
+
+export interface StoredFile {
+  name: string;
+  size: number;
+}
+
+export interface Incoming {
+  /** May throw; what has come by then is removed. */
+  chunks: AsyncIterable<Buffer>;
+  /** Whether a file of that name gives way; else the new one gets another name. */
+  replace: boolean;
+  /** Called with the length of each piece that was written. */
+  onBytes(bytes: number): void;
+}
+
+/** A folder of files that machines fetch from and send to. A file is there under its name once it is whole, never before. */
+export class Profile {
+  readonly name: string;
+  readonly maxSize: number;
+  readonly #dir: string;
+
+  /** Makes the folder, and removes what a crash has left half in it. */
+  constructor(dir: string, { name, maxSize }: ProfileOptions) {
+    this.name = name;
+    this.maxSize = maxSize;
+    this.#dir = dir;
+    mkdirSync(dir, { recursive: true, mode: 0o700 });
+    for (const entry of readdirSync(dir)) {
+      if (entry.startsWith(PARTIAL)) rmSync(join(dir, entry), { force: true });
+    }
+  }
+
+  /** By name. */
+  async list(): Promise<Array<StoredFile & { modified: string }>> {
+    const entries = await readdir(this.#dir, { withFileTypes: true });
+    const names = entries.filter((entry) => entry.isFile() && !entry.name.startsWith("."));
+    const files = await Promise.all(
+      names.map(async ({ name }) => {
+        const found = await stat(join(this.#dir, name)).catch(() => undefined);
+        return found && { name, size: found.size, modified: found.mtime.toISOString() };
+      }),
+    );
+    return files.filter((file) => file !== undefined).sort((a, b) => (a.name < b.name ? -1 : 1));
+  }
+
+  /** Opens a file for reading; the caller closes it. Throws ApiError not_found, bad_name. */
+  async open(name: string): Promise<FileHandle> {
+    const handle = await open(this.#pathOf(name), READ_PLAIN).catch(refuseMissing);
+    if ((await handle.stat()).isFile()) return handle;
+    await handle.close();
+    throw notFound("file");
+  }
+
+  /** Takes a file in. Throws ApiError bad_name, too_large, no_space, and what `chunks` throws; then nothing is left of it. */
+  async store(name: string, incoming: Incoming): Promise<StoredFile> {
+    const checked = checkName(name);
+    const partial = join(this.#dir, `${PARTIAL}${randomUUID()}`);
+    try {
+      const size = await this.#write(partial, incoming);
+      if (!incoming.replace) return { name: await this.#settle(partial, checked), size };
+      await rename(partial, this.#pathOf(checked));
+      return { name: checked, size };
+    } catch (error) {
+      await rm(partial, { force: true });
+      throw toRefusal(error);
+    }
+  }
+
+  /** Throws ApiError not_found, bad_name. */
+  async remove(name: string): Promise<void> {
+    await unlink(this.#pathOf(name)).catch(refuseMissing);
+  }
+
+  async #write(path: string, { chunks, onBytes }: Incoming): Promise<number> {
+    const file = await open(path, "wx", 0o600);
+    try {
+      let size = 0;
+      for await (const chunk of chunks) {
+        size += chunk.length;
+        if (size > this.maxSize) throw tooLarge();
+        for (let at = 0; at < chunk.length; ) at += (await file.write(chunk, at)).bytesWritten;
+        onBytes(chunk.length);
+      }
+      return size;
+    } finally {
+      await file.close();
+    }
+  }
+
+  /** Gives a whole file its name, or the next one that is free: whoever links first has it. */
+  async #settle(partial: string, name: string): Promise<string> {
+    for (let number = 1; number <= MAX_NUMBER; number++) {
+      const candidate = number === 1 ? name : numbered(name, number);
+      try {
+        await link(partial, this.#pathOf(candidate));
+      } catch (error) {
+        if ((error as NodeJS.ErrnoException).code === "EEXIST") continue;
+        throw error;
+      }
+      await unlink(partial);
+      return candidate;
+    }
+    throw new ApiError(409, "name_taken", "There are too many files of that name.");
+  }
+
+  #pathOf(name: string): string {
+    return join(this.#dir, checkName(name));
+  }
+}
+
+function refuseMissing(error: NodeJS.ErrnoException): never {
+  if (["ENOENT", "ELOOP", "EISDIR", "EPERM", "ENXIO"].includes(error.code ?? "")) {
+    throw notFound("file");
+  }
+  throw toRefusal(error);
+}
+
+function toRefusal(error: unknown): unknown {
+  switch ((error as NodeJS.ErrnoException).code) {
+    case "ENOSPC":
+    case "EDQUOT":
+      return new ApiError(507, "no_space", "The server has no space left for this file.");
+    case "ECONNRESET":
+      return badRequest("The transfer broke off.");
+  }
+  return error;
+}

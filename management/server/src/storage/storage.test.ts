@@ -1,0 +1,309 @@
+import { mkdirSync, readdirSync, readFileSync, symlinkSync, writeFileSync } from "node:fs";
+import { join } from "node:path";
+import { deflateRawSync } from "node:zlib";
+import { expect, test } from "vitest";
+import { formOf, RawRequest } from "../testing/requests.ts";
+import { bearer, KEY, TestServer } from "../testing/running_server.ts";
+import { Profile } from "./profile.ts";
+
+const agent = { authorization: `Bearer ${KEY}`, "x-machine-id": "machine-0001" };
+const put = (server: TestServer, path: string, body: RequestInit["body"]) =>
+  server.fetch(`/api/storage/${path}`, { method: "PUT", body: body ?? null });
+const get = (server: TestServer, path: string, headers: Record<string, string> = {}) =>
+  server.fetch(`/api/storage/${path}`, { headers: { ...bearer, ...headers } });
+const post = (server: TestServer, body: FormData, profile = "default") =>
+  server.fetch(`/api/agent/storage/${profile}`, { method: "POST", headers: agent, body });
+const stored = (server: TestServer, profile = "default") =>
+  readdirSync(join(server.dir, "data/storage", profile)).sort();
+// biome-ignore lint/suspicious/noExplicitAny: tests look into data of any shape.
+const json = (response: Response): Promise<any> => response.json();
+const outcome = async (response: Response) => [response.status, (await json(response)).error];
+
+test("a file that is put can be listed, fetched by both doors, replaced and deleted", async () => {
+  const server = await TestServer.start();
+  const name = encodeURIComponent("Bericht für \"uns\" (1) 100% 'ü'.txt".replaceAll('"', "“"));
+  const large = Buffer.alloc(3 * 1024 * 1024, "0123456789");
+  expect(await (await put(server, `default/${name}`, large)).json()).toEqual({
+    name: decodeURIComponent(name),
+    size: large.length,
+  });
+  for (const response of [
+    await get(server, `default/${name}`),
+    await server.fetch(`/api/agent/storage/default/${name}`, { headers: agent }),
+  ]) {
+    expect(Buffer.from(await response.arrayBuffer()).equals(large)).toBe(true);
+    expect(response.headers.get("content-disposition")).toBe(
+      `attachment; filename="Bericht f_r _uns_ (1) 100_ '_'.txt"; filename*=UTF-8''${name
+        .replaceAll("(", "%28")
+        .replaceAll(")", "%29")
+        .replaceAll("'", "%27")}`,
+    );
+    expect(response.headers.get("x-content-type-options")).toBe("nosniff");
+  }
+  // Names that look the same are the same.
+  expect((await put(server, `default/${encodeURIComponent("e\u0301")}`, "1")).status).toBe(201);
+  expect((await put(server, "default/%C3%A9", "")).status).toBe(201);
+  const list = await (await get(server, "default")).json();
+  expect(list).toMatchObject([{ name: decodeURIComponent(name) }, { name: "é", size: 0 }]);
+  expect(await (await get(server, "default/%C3%A9")).text()).toBe("");
+  expect((await server.fetch("/api/storage/default/%C3%A9", { method: "DELETE" })).status).toBe(
+    204,
+  );
+  expect(await outcome(await get(server, "default/%C3%A9"))).toEqual([404, "not_found"]);
+  expect((await server.fetch("/api/storage/default/x", { method: "DELETE" })).status).toBe(404);
+  expect(await outcome(await get(server, "nowhere/x"))).toEqual([404, "not_found"]);
+  expect(await (await server.fetch("/api/storage")).json()).toMatchObject([
+    { name: "default" },
+    { name: "small" },
+  ]);
+  const metrics = await (await server.fetch("/metrics")).text();
+  expect(metrics).toContain(`remote_access_storage_sent_bytes_total ${2 * large.length}`);
+});
+
+test("no door to the storage opens without its own key", async () => {
+  const server = await TestServer.start();
+  await put(server, "default/a", "text");
+  for (const [path, method, headers] of [
+    ["/api/storage", "GET", agent],
+    ["/api/storage/default", "GET", agent],
+    ["/api/storage/default/a", "GET", {}],
+    ["/api/storage/default/a", "PUT", agent],
+    ["/api/storage/default/a", "DELETE", {}],
+    ["/api/agent/storage/default/a", "GET", { ...bearer, "x-machine-id": "machine-0001" }],
+    ["/api/agent/storage/default", "POST", {}],
+  ] as const) {
+    expect((await server.fetch(path, { method, headers })).status, `${method} ${path}`).toBe(401);
+  }
+  const nobody = { authorization: agent.authorization };
+  const response = await server.fetch("/api/agent/storage/default/a", { headers: nobody });
+  expect(response.status).toBe(400);
+  expect(stored(server)).toEqual(["a"]);
+});
+
+test("a name that could mean more than a file of the profile is refused at every door", async () => {
+  const server = await TestServer.start();
+  writeFileSync(join(server.dir, "data/storage/secret"), "secret");
+  mkdirSync(join(server.dir, "data/storage/default/folder"));
+  symlinkSync("../secret", join(server.dir, "data/storage/default/link"));
+  const hostile = [
+    ..."..|../secret|..\\secret|a/../../secret|/etc/passwd|C:\\x|C:x|a:stream|a::$DATA".split("|"),
+    ..."CON|nul.txt|Com1.tar.gz|LPT¹|aux .txt|conin$|.hidden|.partial-1|blank |stop.|a..b".split(
+      "|",
+    ),
+    ...["", "a\u0000b", "a\nb", "a\u0085", "a*", "a?", "a<b", 'a"b', "a|b", "ü".repeat(101)],
+  ];
+  for (const name of hostile) {
+    const encoded = encodeURIComponent(name);
+    // fetch itself takes dots for a folder.
+    for (const method of name === ".." ? [] : ["PUT", "GET", "DELETE"]) {
+      const response = await server.fetch(`/api/storage/default/${encoded}`, { method });
+      expect([name, ...(await outcome(response))]).toEqual([name, 400, "bad_name"]);
+    }
+    const sent = await post(server, formOf({ key: `${name}` }, "x", "file.txt"));
+    expect([name, ...(await outcome(sent))]).toEqual([name, 400, "bad_name"]);
+  }
+  for (const target of [
+    "/default/../secret",
+    "/../secret",
+    "/default/%2e%2e%2fsecret",
+    "/%2e%2e/x",
+  ]) {
+    const raw = new RawRequest(server.url, [
+      `GET /api/storage${target} HTTP/1.1`,
+      `Authorization: ${bearer.authorization}`,
+      "Connection: close",
+    ]);
+    expect(await raw.answer).toMatch(/^HTTP\/1.1 40[04] /);
+  }
+  for (const name of ["link", "folder"]) {
+    expect(await outcome(await get(server, `default/${name}`)), name).toEqual([404, "not_found"]);
+  }
+  expect(await (await get(server, "default")).json()).toEqual([]);
+  expect(stored(server)).toEqual(["folder", "link"]);
+  for (const name of ["com10", "console.txt", "100% ok", "ü".repeat(100), "a.b.c", "-x"]) {
+    const response = await put(server, `default/${encodeURIComponent(name)}`, "x");
+    expect(response.status, name).toBe(201);
+  }
+});
+
+test("limits hold while a file comes in, and a transfer that ends early leaves nothing", async () => {
+  const server = await TestServer.start();
+  const chunked = (size: number) =>
+    ({
+      method: "PUT",
+      body: new ReadableStream({
+        start(controller) {
+          controller.enqueue(new Uint8Array(size));
+          controller.close();
+        },
+      }),
+      duplex: "half",
+    }) as RequestInit;
+  expect((await put(server, "small/exact", "x".repeat(1000))).status).toBe(201);
+  expect(await outcome(await put(server, "small/a", "x".repeat(1001)))).toEqual([413, "too_large"]);
+  expect((await server.fetch("/api/storage/small/b", chunked(1001))).status).toBe(413);
+  expect((await server.fetch("/api/storage/small/c", chunked(1000))).status).toBe(201);
+  const form = await post(server, formOf({}, "x".repeat(1001), "d"), "small");
+  expect(await outcome(form)).toEqual([413, "too_large"]);
+  expect(stored(server, "small")).toEqual(["c", "exact"]);
+
+  const arriving = (count: number) =>
+    expect.poll(() => stored(server).length, { timeout: 60_000 }).toBe(count);
+  const heads = [
+    ["PUT /api/storage/default/a HTTP/1.1", `Authorization: ${bearer.authorization}`],
+    [
+      "POST /api/agent/storage/default HTTP/1.1",
+      `Authorization: Bearer ${KEY}`,
+      "X-Machine-Id: machine-0001",
+      "Content-Type: multipart/form-data; boundary=b",
+    ],
+  ];
+  const partHead = '--b\r\nContent-Disposition: form-data; name="file"; filename="a"\r\n\r\n';
+  for (const head of heads) {
+    const raw = new RawRequest(server.url, [...head, "Content-Length: 5000"]);
+    raw.socket.write(`${head.length > 2 ? partHead : ""}the beginning`);
+    await arriving(1);
+    raw.socket.destroy();
+    await arriving(0);
+  }
+  // A form that breaks off although its request is whole.
+  const cut = `${partHead}the beginning`;
+  const raw = new RawRequest(server.url, [
+    ...(heads[1] as string[]),
+    `Content-Length: ${cut.length}`,
+    "Connection: close",
+  ]);
+  raw.socket.write(cut);
+  expect(await raw.answer).toMatch(/^HTTP\/1.1 400 /);
+  expect(stored(server)).toEqual([]);
+
+  await server.stop();
+  writeFileSync(join(server.dir, "data/storage/default/.partial-of-a-crash"), "x");
+  await server.start({ transferIdleMs: 50 });
+  expect(stored(server)).toEqual([]);
+  const stalled = new RawRequest(server.url, [...(heads[0] as string[]), "Content-Length: 5"]);
+  await stalled.answer;
+  await arriving(0);
+});
+
+test("a disk that is full refuses the file and keeps nothing of it", async () => {
+  const server = await TestServer.start();
+  const dir = join(server.dir, "data/storage/default");
+  const profile = new Profile(dir, { name: "default", maxSize: 100 });
+  const full = async function* () {
+    yield Buffer.from("the beginning");
+    throw Object.assign(new Error("write"), { code: "ENOSPC" });
+  };
+  const storing = profile.store("a", { chunks: full(), replace: true, onBytes: () => {} });
+  await expect(storing).rejects.toMatchObject({ status: 507, word: "no_space" });
+  expect(stored(server)).toEqual([]);
+});
+
+test("a file that machines send gets a name of its own, also when many come at once", async () => {
+  const server = await TestServer.start();
+  await put(server, "default/Säge.tar.gz", "first");
+  const names = await Promise.all(
+    Array.from({ length: 8 }, async (_, i) => {
+      const response = await post(server, formOf({ a: "b", key: "Säge.tar.gz" }, `${i}`, "x"));
+      const { name, size } = await json(response);
+      expect([response.status, size]).toEqual([201, 1]);
+      expect(readFileSync(join(server.dir, "data/storage/default", name), "utf8")).toBe(`${i}`);
+      return name;
+    }),
+  );
+  const expected = [2, 3, 4, 5, 6, 7, 8, 9].map((n) => `Säge.tar (${n}).gz`);
+  expect(names.sort()).toEqual(expected);
+  expect(readFileSync(join(server.dir, "data/storage/default/Säge.tar.gz"), "utf8")).toBe("first");
+
+  const nameOf = async (form: FormData) => (await json(await post(server, form))).name;
+  expect(await nameOf(formOf({}, "x", "ü$&.zip"))).toBe("ü$&.zip");
+  expect(await nameOf(formOf({ key: "for-$" + "{filename}" }, "x", "ü$&.zip"))).toBe("for-ü$&.zip");
+  const long = `${"ü".repeat(98)}.zip`;
+  expect(await nameOf(formOf({}, "x", long))).toBe(long);
+  expect(await nameOf(formOf({}, "x", long))).toBe(`${"ü".repeat(96)} (2).zip`);
+  const none = new FormData();
+  none.append("file", "a field, not a file");
+  expect((await post(server, none)).status).toBe(400);
+  const noForm = { method: "POST", headers: agent, body: "text" };
+  expect((await server.fetch("/api/agent/storage/default", noForm)).status).toBe(400);
+  const large = new Blob([Buffer.alloc(20 * 1024 * 1024, "x")]);
+  expect((await post(server, formOf({}, large, "large"))).status).toBe(201);
+});
+
+test("a download goes on where it broke off, but not within another file", async () => {
+  const server = await TestServer.start();
+  await put(server, "default/a", "0123456789");
+  const range = async (header: string, more = {}) => {
+    const headers = { ...agent, range: header, ...more };
+    const response = await server.fetch("/api/agent/storage/default/a", { headers });
+    return [response.status, response.headers.get("content-range"), await response.text()];
+  };
+  const etag = (await get(server, "default/a")).headers.get("etag") ?? "";
+  expect(await range("bytes=4-", { "if-range": etag })).toEqual([206, "bytes 4-9/10", "456789"]);
+  expect(await range("bytes=2-3")).toEqual([206, "bytes 2-3/10", "23"]);
+  expect(await range("bytes=-3")).toEqual([206, "bytes 7-9/10", "789"]);
+  expect(await range("bytes=9-100")).toEqual([206, "bytes 9-9/10", "9"]);
+  expect(await range("bytes=10-")).toEqual([416, "bytes */10", ""]);
+  for (const odd of ["bytes=5-4", "bytes=-", "bytes=1-2,4-5", "lines=1-2", "bytes=x-"]) {
+    expect(await range(odd), odd).toEqual([200, null, "0123456789"]);
+  }
+  await put(server, "default/a", "abcdefghij");
+  expect(await range("bytes=4-", { "if-range": etag })).toEqual([200, null, "abcdefghij"]);
+  const head = await server.fetch("/api/storage/default/a", { method: "HEAD" });
+  expect([head.status, head.headers.get("content-length")]).toEqual([200, "10"]);
+});
+
+test("an entry of an archive can be read without the rest, unless it is protected", async () => {
+  const server = await TestServer.start();
+  const output = "line\r\n".repeat(1000);
+  const archive = zipOf([
+    { name: "C/Users/Jürgen/output.txt", text: output },
+    { name: "../escape", text: "escape" },
+    { name: "locked", text: "secret", flags: 1 },
+  ]);
+  await put(server, "default/a.zip", archive);
+  await put(server, "default/b.zip", archive.subarray(0, -5));
+  await put(server, "default/c.zip", "no archive");
+  const entry = (file: string, name: string) =>
+    get(server, `default/${file}?entry=${encodeURIComponent(name)}`);
+  const response = await entry("a.zip", "C/Users/Jürgen/output.txt");
+  expect(await response.text()).toBe(output);
+  expect(response.headers.get("content-disposition")).toContain('filename="output.txt"');
+  expect(await (await entry("a.zip", "C\\Users\\Jürgen\\output.txt")).text()).toBe(output);
+  expect(await (await entry("a.zip", "../escape")).text()).toBe("escape");
+  expect(await outcome(await entry("a.zip", "nothing"))).toEqual([404, "not_found"]);
+  expect(await outcome(await entry("a.zip", ""))).toEqual([404, "not_found"]);
+  expect(await outcome(await entry("a.zip", "locked"))).toEqual([400, "encrypted"]);
+  expect(await outcome(await entry("b.zip", "locked"))).toEqual([400, "not_an_archive"]);
+  expect(await outcome(await entry("c.zip", "x"))).toEqual([400, "not_an_archive"]);
+});
+
+function zipOf(entries: Array<{ name: string; text: string; flags?: number }>): Buffer {
+  const locals: Buffer[] = [];
+  const central: Buffer[] = [];
+  let offset = 0;
+  for (const { name, text, flags = 0 } of entries) {
+    const data = deflateRawSync(text);
+    const common = Buffer.alloc(26);
+    common.writeUInt16LE(20, 0);
+    common.writeUInt16LE(0x800 | flags, 2);
+    common.writeUInt16LE(8, 4);
+    common.writeUInt32LE(data.length, 14);
+    common.writeUInt32LE(text.length, 18);
+    common.writeUInt16LE(Buffer.byteLength(name), 22);
+    const tail = Buffer.alloc(14);
+    tail.writeUInt32LE(offset, 10);
+    const local = Buffer.concat([Buffer.from("PK\x03\x04"), common, Buffer.from(name), data]);
+    const version = Buffer.from([20, 0]);
+    central.push(Buffer.from("PK\x01\x02"), version, common, tail, Buffer.from(name));
+    locals.push(local);
+    offset += local.length;
+  }
+  const directory = Buffer.concat(central);
+  const end = Buffer.alloc(18);
+  end.writeUInt16LE(entries.length, 4);
+  end.writeUInt16LE(entries.length, 6);
+  end.writeUInt32LE(directory.length, 8);
+  end.writeUInt32LE(offset, 12);
+  return Buffer.concat([...locals, directory, Buffer.from("PK\x05\x06"), end]);
+}

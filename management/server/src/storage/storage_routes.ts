@@ -1,0 +1,83 @@
+import type { FastifyInstance } from "fastify";
+import { administratorsOnly } from "../http/administrators.ts";
+import type { ApiContext } from "../http/api_routes.ts";
+import type { Limits } from "../limits.ts";
+import { checkName } from "./names.ts";
+import { chunksOf, leaveBodies, limitIdleness } from "./request_body.ts";
+import { attachment, sendFile } from "./send_file.ts";
+import type { Storage } from "./storage.ts";
+import { openEntry } from "./zip_entry.ts";
+
+interface FileRoute {
+  Params: { profile: string; "*": string };
+  Querystring: { entry?: string };
+}
+
+/** What administrators and scripts may do with the storage, as docs/protocol.md has it. */
+export function storageRoutes(context: ApiContext, storage: Storage, limits: Limits) {
+  const { audit, metrics } = context;
+
+  return async (api: FastifyInstance): Promise<void> => {
+    const whoOf = administratorsOnly(api, context.access);
+    leaveBodies(api);
+    api.addHook("onRequest", async (request) => limitIdleness(request, limits.transferIdleMs));
+
+    api.get("/storage", async () => storage.profiles);
+
+    api.get<{ Params: { profile: string } }>("/storage/:profile", async (request) =>
+      storage.get(request.params.profile).list(),
+    );
+
+    // A wildcard, so that a name with separators in it is refused as a name and not taken for an unknown route.
+    const path = "/storage/:profile/*";
+
+    api.put<FileRoute>(path, async (request, reply) => {
+      const profile = storage.get(request.params.profile);
+      const name = checkName(request.params["*"]);
+      const details = { profile: profile.name, name };
+      audit.record({ who: whoOf(request), action: "storagePut", details });
+      const stored = await profile.store(name, {
+        chunks: chunksOf(request, profile.maxSize),
+        replace: true,
+        onBytes: (bytes) => metrics.count("remote_access_storage_received_bytes_total", bytes),
+      });
+      return reply.code(201).send(stored);
+    });
+
+    api.route<FileRoute>({
+      method: ["GET", "HEAD"],
+      url: path,
+      handler: async (request, reply) => {
+        const profile = storage.get(request.params.profile);
+        const name = checkName(request.params["*"]);
+        const file = await profile.open(name);
+        const { entry } = request.query;
+        const details = { profile: profile.name, name, ...(entry !== undefined && { entry }) };
+        audit.record({ who: whoOf(request), action: "storageGet", details });
+        if (entry === undefined) {
+          const onBytes = (n: number) => metrics.count("remote_access_storage_sent_bytes_total", n);
+          return sendFile(request, reply, file, { name, onBytes });
+        }
+        const { size, stream } = await openEntry(file, entry);
+        reply.headers({ ...attachment(lastPart(entry)), "content-length": size });
+        return reply.send(stream);
+      },
+    });
+
+    api.delete<FileRoute>(path, async (request, reply) => {
+      const profile = storage.get(request.params.profile);
+      const name = checkName(request.params["*"]);
+      audit.record({
+        who: whoOf(request),
+        action: "storageDelete",
+        details: { profile: profile.name, name },
+      });
+      await profile.remove(name);
+      return reply.code(204).send();
+    });
+  };
+}
+
+function lastPart(path: string): string {
+  return path.split(/[\\/]/).at(-1) || "entry";
+}
