@@ -1,4 +1,5 @@
 import { signal } from "@preact/signals";
+import { goTo, route, type View } from "./routing";
 import type { Session } from "./sessions/session";
 import {
   closeSession,
@@ -17,6 +18,7 @@ export const drawerShown = signal(false);
 
 /** Shown in the help, in this order. */
 export const shortcuts: Array<{ keys: string[]; text: string }> = [
+  { keys: ["Ctrl", "Alt", "1"], text: "Shell; 2 to 4: Files, Commands, Events" },
   { keys: ["Ctrl", "Alt", "T"], text: "Open a new terminal" },
   { keys: ["Ctrl", "Alt", "W"], text: "Close the terminal" },
   { keys: ["Ctrl", "Alt", "→"], text: "Next terminal" },
@@ -30,10 +32,14 @@ export const shortcuts: Array<{ keys: string[]; text: string }> = [
 ];
 
 const actions: Record<string, () => void> = {
+  Digit1: () => showView("shell"),
+  Digit2: () => showView("files"),
+  Digit3: () => showView("commands"),
+  Digit4: () => showView("events"),
   KeyT: openTerminal,
-  KeyW: () => frontSession.value && closeSession(frontSession.value),
-  ArrowRight: () => stepSession(1),
-  ArrowLeft: () => stepSession(-1),
+  KeyW: closeTerminal,
+  ArrowRight: () => stepTerminal(1),
+  ArrowLeft: () => stepTerminal(-1),
   KeyM: focusMachines,
   KeyH: () => {
     helpShown.value = !helpShown.value;
@@ -72,6 +78,20 @@ export function handleTerminalKey(event: KeyboardEvent, session: Session): boole
     return false;
   }
   return true;
+}
+
+function showView(view: View): void {
+  const machine = selectedMachine.value;
+  if (machine) goTo(machine.id, view);
+}
+
+// Terminals that are out of sight are not to be closed or turned by a key.
+function closeTerminal(): void {
+  if (route.value.view === "shell" && frontSession.value) closeSession(frontSession.value);
+}
+
+function stepTerminal(step: 1 | -1): void {
+  if (route.value.view === "shell") stepSession(step);
 }
 
 function openTerminal(): void {

@@ -4,19 +4,27 @@ import "./styles/layout.css";
 import "./styles/sidebar.css";
 import "./styles/workspace.css";
 import "./styles/overlays.css";
+import "./styles/views.css";
+import "./styles/files.css";
+import "./styles/commands.css";
+import "./styles/events.css";
 import { effect } from "@preact/signals";
 import { render } from "preact";
 import { App } from "./components/app";
+import { watchLeftovers } from "./files/leftovers";
 import { listenToShortcuts } from "./keyboard";
 import { announceMachines } from "./live/announce_machines";
 import { followServer } from "./live/live_feed";
+import { followAddress } from "./routing";
 import { openScriptingDoor } from "./scripting";
 import { selectedMachine } from "./sessions/sessions";
 
 openScriptingDoor();
+followAddress();
 listenToShortcuts();
 announceMachines();
 followServer();
+watchLeftovers();
 effect(() => {
   const name = selectedMachine.value?.name;
   document.title = name ? `${name} · RemoteAccess` : "RemoteAccess";

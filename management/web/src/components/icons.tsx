@@ -13,6 +13,15 @@ const paths = {
   prompt: "m3.5 5 3 3-3 3M8.5 11h4",
   warning: "M8 2.6 14 13H2zM8 6.6v3M8 11.2v.1",
   done: "m3.5 8.4 3 3 6-6.6",
+  send: "M8 13V3.5m0 0L4.2 7.3M8 3.5l3.8 3.8",
+  fetch: "M8 3v9.5m0 0 3.8-3.8M8 12.5 4.2 8.7",
+  folder:
+    "M2 12.2V4.3c0-.5.3-.8.8-.8h3.1l1.6 1.8h5.7c.5 0 .8.3.8.8v6.1c0 .5-.3.8-.8.8H2.8c-.5 0-.8-.3-.8-.8Z",
+  save: "M8 2.5v7.3m0 0 3-3m-3 3-3-3M2.8 10.6v1.8c0 .6.5 1.1 1.1 1.1h8.2c.6 0 1.1-.5 1.1-1.1v-1.8",
+  again: "M12.9 6.3A5.3 5.3 0 1 0 13.3 9M13.2 2.9v3.5H9.7",
+  chevron: "m6 4 4 4-4 4",
+  search: "M7 2.5a4.5 4.5 0 1 0 0 9 4.5 4.5 0 0 0 0-9Zm3.3 7.8 3.2 3.2",
+  copy: "M5.5 5.5h7v7h-7zM10.5 5.5v-2h-7v7h2",
 } as const;
 
 export function Icon({ name, size = 16 }: { name: keyof typeof paths; size?: number }) {

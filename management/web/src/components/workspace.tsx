@@ -1,55 +1,37 @@
+import { CommandsView } from "../commands/commands_view";
+import { EventsView } from "../events/events_view";
+import { FilesView } from "../files/files_view";
 import type { MachineInfo } from "../live/live_feed";
-import { frontSession, openSession, sessions, shownSessions } from "../sessions/sessions";
-import { TerminalPane } from "../terminal/terminal_pane";
-import { describeMachine, describeSession } from "../words";
+import { route } from "../routing";
+import { describeMachine } from "../words";
 import { DrawerButton } from "./drawer_button";
-import { Icon, StateMark } from "./icons";
-import { MachineCard } from "./machine_card";
-import { TabStrip } from "./tab_strip";
+import { EnabledSwitch } from "./enabled_switch";
+import { StateMark } from "./icons";
+import { ShellView } from "./shell_view";
+import { ViewNav } from "./view_nav";
 
-/** What is shown of the selected machine: its terminals, or itself when it has none open. */
+/** What is shown of the selected machine: one of its views. */
 export function Workspace({ machine }: { machine: MachineInfo }) {
   const words = describeMachine(machine);
-  const session = frontSession.value;
-  const size = session?.size.value;
+  const { view } = route.value;
   return (
     <section class="workspace" aria-label={machine.name}>
       <header class="topbar">
         <DrawerButton />
         <h1 class="machine-title">
           <StateMark kind={words.kind} />
-          {machine.name}
+          <span>{machine.name}</span>
         </h1>
-        <TabStrip />
-        <button
-          type="button"
-          class="icon-button"
-          aria-label="New terminal"
-          title="New terminal (Ctrl+Alt+T)"
-          disabled={words.kind !== "connected"}
-          onClick={() => openSession(machine.id)}
-        >
-          <Icon name="plus" />
-        </button>
+        <ViewNav machineId={machine.id} />
+        <EnabledSwitch key={machine.id} machine={machine} />
       </header>
-      <div class="stage">
-        {/* Screens of other machines stay in the page, so that nothing is lost while they are out of sight. */}
-        {sessions.value.map((session) => (
-          <TerminalPane key={session.id} session={session} />
-        ))}
-        {shownSessions.value.length === 0 && <MachineCard machine={machine} />}
+      <div class="views">
+        {/* Terminals stay in the page, so that nothing is lost while they are out of sight. */}
+        <ShellView machine={machine} shown={view === "shell"} />
+        {view === "files" && <FilesView key={machine.id} machine={machine} />}
+        {view === "commands" && <CommandsView key={machine.id} machine={machine} />}
+        {view === "events" && <EventsView key={machine.id} machine={machine} />}
       </div>
-      <footer class="statusbar">
-        <span class="push">{session ? describeSession(session.state.value) : words.short}</span>
-        {size && (
-          <span title="Columns × rows">
-            {size.cols} × {size.rows}
-          </span>
-        )}
-        <span class="hint">
-          <kbd>Ctrl</kbd> <kbd>Alt</kbd> <kbd>H</kbd> for help
-        </span>
-      </footer>
     </section>
   );
 }

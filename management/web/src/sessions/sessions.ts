@@ -1,12 +1,12 @@
 import { computed, signal } from "@preact/signals";
 import { announce } from "../announce";
 import { machines } from "../live/live_feed";
+import { goTo, route } from "../routing";
 import { describeEnd, nameOf } from "../words";
 import { Session } from "./session";
 
 /** All terminal tabs of this page, in the order of their opening. */
 export const sessions = signal<Session[]>([]);
-const selected = signal<string | undefined>(undefined);
 /** The tab in front, for each machine that has any. */
 const front = signal<Record<string, Session | undefined>>({});
 
@@ -14,7 +14,7 @@ const front = signal<Record<string, Session | undefined>>({});
 export const selectedMachine = computed(() => {
   const list = machines.value;
   return (
-    list.find((machine) => machine.id === selected.value) ??
+    list.find((machine) => machine.id === route.value.machineId) ??
     list.find((machine) => machine.connected) ??
     list[0]
   );
@@ -32,10 +32,11 @@ export function isReachable(machineId: string): boolean {
   return machines.value.some((machine) => machine.id === machineId && machine.connected);
 }
 
-/** Shows a machine's tabs. Its terminal takes the keys, also when it was in front already. */
+/** Shows a machine, in the view that is shown. Its terminal takes the keys, also when it was in front already. */
 export function selectMachine(id: string): void {
-  selected.value = id;
-  front.value[id]?.terminal.focus();
+  const { view } = route.value;
+  goTo(id, view);
+  if (view === "shell") front.value[id]?.terminal.focus();
 }
 
 export function openSession(machineId: string): Session {
@@ -44,7 +45,7 @@ export function openSession(machineId: string): Session {
     if (!sessions.value.includes(ended)) return;
     announce(`${ended.title} on ${nameOf(machineId)}: ${describeEnd(end).title}`);
   });
-  selected.value = machineId;
+  goTo(machineId, "shell");
   sessions.value = [...sessions.value, session];
   showSession(session);
   return session;

@@ -1,6 +1,7 @@
 import { useEffect, useRef, useState } from "preact/hooks";
 import { EndNotice } from "../components/end_notice";
 import { helpShown } from "../keyboard";
+import { route } from "../routing";
 import type { Session } from "../sessions/session";
 import { frontSession, selectedMachine } from "../sessions/sessions";
 import { currentTheme } from "../theme";
@@ -15,7 +16,10 @@ export function TerminalPane({ session }: { session: Session }) {
   const screen = useRef<HTMLDivElement>(null);
   const [menu, setMenu] = useState<{ x: number; y: number }>();
   const state = session.state.value;
-  const shown = session === frontSession.value && session.machineId === selectedMachine.value?.id;
+  const shown =
+    route.value.view === "shell" &&
+    session === frontSession.value &&
+    session.machineId === selectedMachine.value?.id;
   const theme = currentTheme();
 
   useEffect(() => {

@@ -1,0 +1,44 @@
+import { useEffect } from "preact/hooks";
+import { MachineNotice } from "../components/machine_notice";
+import { ProblemNote } from "../components/problem_note";
+import { loadProfiles, profilesProblem } from "../files/profiles";
+import { jobsOf } from "../live/jobs_feed";
+import type { MachineInfo } from "../live/live_feed";
+import { useFeed } from "../live/use_feed";
+import { RunForm } from "./run_form";
+import { RunRow } from "./run_row";
+
+/** Command lines on a machine: the next one, and all that were run. */
+export function CommandsView({ machine }: { machine: MachineInfo }) {
+  const feed = jobsOf(machine.id);
+  useFeed(feed);
+  useEffect(() => {
+    loadProfiles();
+  }, []);
+  const runs = feed.jobs.value.filter(({ kind }) => kind === "process");
+  const state = feed.state.value;
+  return (
+    <section class="view" aria-label="Commands">
+      <div class="view-body one-column">
+        <MachineNotice machine={machine} />
+        {profilesProblem.value && <ProblemNote problem={profilesProblem.value} />}
+        <RunForm machine={machine} />
+        {state.phase === "lost" && <ProblemNote problem={state.problem} />}
+        <ol class="runs" aria-label="Runs">
+          {runs.map((run, index) => (
+            <RunRow
+              key={run.id}
+              machineId={machine.id}
+              run={run}
+              upload={feed.jobs.value.find(({ parent }) => parent === run.id)}
+              newest={index === 0}
+            />
+          ))}
+        </ol>
+        {feed.loaded.value && runs.length === 0 && (
+          <p class="nothing">No command has been run on this machine yet.</p>
+        )}
+      </div>
+    </section>
+  );
+}

@@ -1,0 +1,124 @@
+import { useEffect, useMemo, useRef, useState } from "preact/hooks";
+import { Icon } from "../components/icons";
+import { ProblemNote } from "../components/problem_note";
+import { eventsOf, type MachineEvent } from "../live/events_feed";
+import { jobsOf } from "../live/jobs_feed";
+import type { MachineInfo } from "../live/live_feed";
+import { useFeed } from "../live/use_feed";
+import { type EventKind, kindOf, searchTextOf } from "../words_of_events";
+import { count } from "../words_of_sizes";
+import { EventRow } from "./event_row";
+import { endTimes, timeOf } from "./event_times";
+
+const PORTION = 150;
+
+const kinds: Array<{ kind: EventKind | "all"; title: string }> = [
+  { kind: "all", title: "All" },
+  { kind: "download", title: "Sent files" },
+  { kind: "upload", title: "Fetched files" },
+  { kind: "process", title: "Commands" },
+  { kind: "other", title: "Others" },
+];
+
+/** All that happened on a machine, newest first. */
+export function EventsView({ machine }: { machine: MachineInfo }) {
+  const feed = eventsOf(machine.id);
+  useFeed(feed);
+  useFeed(jobsOf(machine.id));
+  const [kind, setKind] = useState<EventKind | "all">("all");
+  const [search, setSearch] = useState("");
+  const [shown, setShown] = useState(PORTION);
+  const events = feed.events.value;
+  const found = useMemo(() => filter(events, kind, search), [events, kind, search]);
+  const state = feed.state.value;
+  const jobs = jobsOf(machine.id).jobs.value;
+  const times = useMemo(() => endTimes(jobs), [jobs]);
+  return (
+    <section class="view" aria-label="Events">
+      <div class="view-body one-column">
+        <search class="filters">
+          <label class="search">
+            <Icon name="search" size={14} />
+            <input
+              type="search"
+              aria-label="Search events"
+              placeholder="Search"
+              value={search}
+              onInput={(event) => {
+                setSearch(event.currentTarget.value);
+                setShown(PORTION);
+              }}
+            />
+          </label>
+          <fieldset class="chips">
+            <legend class="visually-hidden">Kind of event</legend>
+            {kinds.map((each) => (
+              <label key={each.kind} class="chip">
+                <input
+                  type="radio"
+                  name="event-kind"
+                  class="visually-hidden"
+                  checked={kind === each.kind}
+                  onChange={() => {
+                    setKind(each.kind);
+                    setShown(PORTION);
+                  }}
+                />
+                {each.title}
+              </label>
+            ))}
+          </fieldset>
+          <span class="faint" role="status">
+            {found.length === events.length
+              ? count(events.length, "event")
+              : `${found.length.toLocaleString("en")} of ${count(events.length, "event")}`}
+          </span>
+        </search>
+        {state.phase === "lost" && <ProblemNote problem={state.problem} />}
+        <ol class="events">
+          {found.slice(0, shown).map((event) => (
+            <EventRow key={event.id} event={event} time={timeOf(event, times)} />
+          ))}
+        </ol>
+        {found.length > shown && <More key={shown} onReached={() => setShown(shown + PORTION)} />}
+        {state.phase === "live" && found.length === 0 && (
+          <p class="nothing">
+            {events.length === 0 ? "Nothing has happened yet." : "No event is like that."}
+          </p>
+        )}
+      </div>
+    </section>
+  );
+}
+
+/** Stands below the last event that is shown, and asks for more when it comes into sight. */
+function More({ onReached }: { onReached(): void }) {
+  const button = useRef<HTMLButtonElement>(null);
+  useEffect(() => {
+    const observer = new IntersectionObserver((entries) => {
+      if (entries.some((entry) => entry.isIntersecting)) onReached();
+    });
+    if (button.current) observer.observe(button.current);
+    return () => observer.disconnect();
+  });
+  return (
+    <button ref={button} type="button" class="button quiet more" onClick={onReached}>
+      Show more
+    </button>
+  );
+}
+
+function filter(
+  events: readonly MachineEvent[],
+  kind: EventKind | "all",
+  search: string,
+): readonly MachineEvent[] {
+  const words = search.toLowerCase().split(/\s+/).filter(Boolean);
+  if (kind === "all" && words.length === 0) return events;
+  return events.filter((event) => {
+    if (kind !== "all" && kindOf(event) !== kind) return false;
+    if (words.length === 0) return true;
+    const text = searchTextOf(event);
+    return words.every((word) => text.includes(word));
+  });
+}

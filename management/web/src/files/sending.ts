@@ -1,0 +1,139 @@
+import { type Signal, signal } from "@preact/signals";
+import { type Problem, problemOf } from "../api/problem";
+import { policy, putStored } from "../api/server";
+import { perMachine } from "../live/per_machine";
+import { problemOfAnswer } from "../words_of_codes";
+import { size } from "../words_of_sizes";
+import { type Leftover, rememberLeftover, removeLeftover } from "./leftovers";
+import { joinPath, storageName } from "./names";
+import { CheckedPath } from "./path_check";
+import { type PickedFile, withPicked } from "./picked_files";
+import { currentProfile } from "./profiles";
+
+export const TRANSFER_TIMEOUT_S = 6 * 60 * 60;
+const DEFAULT_FOLDER = "C:\\Users\\Public\\Downloads";
+
+/** Files on their way into the storage; from there on the server tells of the job with that id. */
+export interface Upload {
+  jobId: string;
+  folder: string;
+  files: PickedFile[];
+  total: number;
+  bytes: Signal<number>;
+  state: Signal<{ phase: "storing" | "asking" } | { phase: "failed"; problem: Problem }>;
+  cancel: AbortController;
+}
+
+/** What is being prepared and under way for one machine, kept while other views are shown. */
+export class Sending {
+  readonly machineId: string;
+  readonly folder: CheckedPath;
+  readonly files = signal<PickedFile[]>([]);
+  readonly uploads = signal<readonly Upload[]>([]);
+
+  constructor(machineId: string) {
+    this.machineId = machineId;
+    this.folder = new CheckedPath(localStorage.getItem(this.#folderKey) ?? DEFAULT_FOLDER);
+  }
+
+  add(files: PickedFile[]): void {
+    this.files.value = withPicked(this.files.value, files);
+  }
+
+  remove(picked: PickedFile): void {
+    this.files.value = this.files.value.filter((other) => other !== picked);
+  }
+
+  /** Why the files can't be sent, as far as it is known here. */
+  get problem(): Problem | undefined {
+    const limit = currentProfile()?.maxSize ?? Number.POSITIVE_INFINITY;
+    const large = this.files.value.find(({ file }) => file.size > limit);
+    if (!large) return undefined;
+    return { text: `${large.file.name} is larger than the ${size(limit)} that the storage takes.` };
+  }
+
+  /** Asks the machine about the folder, then sends. `anyway` goes on with a folder that the machine has doubts about. */
+  async start({ anyway }: { anyway: boolean }): Promise<void> {
+    const profile = currentProfile()?.name;
+    if (!profile || this.folder.check.value.phase === "asking") return;
+    localStorage.setItem(this.#folderKey, this.folder.path.value);
+    const check = await this.folder.ask(this.machineId, "send", profile);
+    if (check.phase !== "good" && !anyway) return;
+    const files = this.files.value;
+    if (files.length === 0) return;
+    this.files.value = [];
+    this.folder.forget();
+    await this.#send(this.folder.path.value, files, profile);
+  }
+
+  dismiss(upload: Upload): void {
+    this.uploads.value = this.uploads.value.filter((other) => other !== upload);
+  }
+
+  async #send(folder: string, files: PickedFile[], profile: string): Promise<void> {
+    const jobId = crypto.randomUUID();
+    const upload: Upload = {
+      jobId,
+      folder,
+      files,
+      total: files.reduce((sum, { file }) => sum + file.size, 0),
+      bytes: signal(0),
+      state: signal({ phase: "storing" }),
+      cancel: new AbortController(),
+    };
+    this.uploads.value = [upload, ...this.uploads.value];
+    const named = files.map((picked, index) => ({
+      ...picked,
+      stored: storageName(`sent-${jobId.slice(0, 8)}-${index + 1}`, picked.file.name),
+    }));
+    const leftover: Leftover = {
+      machineId: this.machineId,
+      jobId,
+      profile,
+      sizes: Object.fromEntries(named.map(({ stored, file }) => [stored, file.size])),
+      at: Date.now(),
+    };
+    rememberLeftover(leftover);
+    try {
+      let before = 0;
+      for (const { stored, file } of named) {
+        const start = before;
+        await putStored(profile, stored, file, {
+          onProgress: (bytes) => {
+            upload.bytes.value = start + Math.min(bytes, file.size);
+          },
+          signal: upload.cancel.signal,
+        });
+        before += file.size;
+        upload.bytes.value = before;
+      }
+      upload.state.value = { phase: "asking" };
+      const answer = await policy(this.machineId, "StartDownload", {
+        timeout: TRANSFER_TIMEOUT_S,
+        items: named.map(({ stored, path }) => ({
+          sourceUri: stored,
+          to: joinPath(folder, ...path),
+        })),
+        centralizedStorage: { profile },
+        runContext: { from: "page", id: jobId },
+        streamId: "",
+        jobId,
+      });
+      const problem = problemOfAnswer(answer, "send");
+      if (!problem) return;
+      upload.state.value = { phase: "failed", problem };
+    } catch (error) {
+      if (upload.cancel.signal.aborted) this.dismiss(upload);
+      else upload.state.value = { phase: "failed", problem: problemOf(error) };
+      // Unanswered in time is not refused: the machine may still be fetching them.
+      if (problemOf(error).code === "HTTP 504") return;
+    }
+    removeLeftover(leftover).catch(() => undefined);
+  }
+
+  get #folderKey(): string {
+    return `targetFolder:${this.machineId}`;
+  }
+}
+
+export const sendingOf = perMachine((machineId) => new Sending(machineId));

@@ -1,0 +1,133 @@
+import { useState } from "preact/hooks";
+import { list, text } from "../api/json";
+import { type Problem, problemOf } from "../api/problem";
+import { policy } from "../api/server";
+import { Icon } from "../components/icons";
+import { ProblemWords } from "../components/problem_note";
+import { ProgressBar } from "../components/progress_bar";
+import { isOver, type Job } from "../live/jobs_feed";
+import { moment } from "../words";
+import { describePackedItem, describeSentItem, problemOfAnswer } from "../words_of_codes";
+import { describeTransfer } from "../words_of_jobs";
+import { count, size } from "../words_of_sizes";
+import { jobIdOf, sizesOf } from "./leftovers";
+import { type ItemResult, itemResults, storedArchive } from "./stored_archive";
+
+/** One transfer: what and where, how far, and in the end what became of each item. */
+export function TransferRow({ machineId, job }: { machineId: string; job: Job }) {
+  const { title, place, state } = describeTransfer(job);
+  const [problem, setProblem] = useState<Problem>();
+  const [cancelling, setCancelling] = useState(false);
+  const archive = job.kind === "upload" ? storedArchive(job.end) : undefined;
+  const progress = progressOf(job);
+
+  const cancel = async () => {
+    setCancelling(true);
+    setProblem(undefined);
+    try {
+      const method = job.kind === "download" ? "CancelDownload" : "CancelUpload";
+      const answer = await policy(machineId, method, { jobId: jobIdOf(job) });
+      setProblem(problemOfAnswer(answer, "cancel"));
+    } catch (error) {
+      setProblem(problemOf(error));
+    } finally {
+      setCancelling(false);
+    }
+  };
+
+  return (
+    <li class="transfer">
+      <span class="transfer-icon" title={job.kind === "download" ? "Sent" : "Fetched"}>
+        <Icon name={job.kind === "download" ? "send" : "fetch"} />
+      </span>
+      <div class="transfer-name">
+        <strong title={title}>{title}</strong>
+        <span title={place}>{place}</span>
+      </div>
+      <div class="transfer-side">
+        <div class={`transfer-state ${state.tone}`}>
+          <span>{state.text}</span>
+          <span class="faint">
+            {job.transfer && !isOver(job)
+              ? `${size(progress.value ?? 0)} of ${size(progress.total ?? 0)}`
+              : moment(job.endedAt ?? job.startedAt)}
+          </span>
+        </div>
+        <div class="transfer-actions">
+          {archive && (
+            <a class="button small" href={archive.path} download aria-label={`Download ${title}`}>
+              <Icon name="save" size={14} /> Download
+            </a>
+          )}
+          {!isOver(job) && job.phase !== "asked" && (
+            <button
+              type="button"
+              class="button small"
+              aria-label={`Cancel ${title}`}
+              disabled={cancelling}
+              onClick={cancel}
+            >
+              Cancel
+            </button>
+          )}
+        </div>
+      </div>
+      {!isOver(job) && <ProgressBar label={title} {...progress} />}
+      {[state.problem, problem].map(
+        (each) =>
+          each && (
+            <p key={each.text} class="transfer-problem">
+              <ProblemWords problem={each} />
+            </p>
+          ),
+      )}
+      {job.phase === "ended" && <Items job={job} />}
+    </li>
+  );
+}
+
+function Items({ job }: { job: Job }) {
+  const sends = job.kind === "download";
+  const items = itemResults(job.end, sends ? "to" : "pattern");
+  if (items.length === 0) return null;
+  const failed = items.some(({ code }) => code !== 0);
+  return (
+    <details class="transfer-items" open={failed}>
+      <summary>{count(items.length, sends ? "file" : "path")}</summary>
+      <ul>
+        {items.map((item, index) => (
+          <Item key={`${index}${item.path}`} item={item} sends={sends} />
+        ))}
+      </ul>
+    </details>
+  );
+}
+
+function Item({ item, sends }: { item: ItemResult; sends: boolean }) {
+  const words = sends ? describeSentItem(item.code) : describePackedItem(item.code);
+  const said = item.word && item.word !== "success" ? { said: item.word } : {};
+  const problem =
+    item.code === 0 ? { text: words.text } : { text: words.text, code: item.code, ...said };
+  return (
+    <li>
+      <span class="mono">{item.path}</span>
+      <span class={words.tone}>
+        <ProblemWords problem={problem} />
+      </span>
+    </li>
+  );
+}
+
+/** Bytes of the whole where the sizes of all files are known, else of the file under way. */
+function progressOf(job: Job): { value?: number; total?: number } {
+  const { transfer } = job;
+  if (!transfer) return {};
+  const sizes = sizesOf(jobIdOf(job));
+  const names = list(job.input, "items").map((item) => text(item, "sourceUri"));
+  const at = names.indexOf(transfer.name);
+  if (job.kind !== "download" || at < 0 || names.some((name) => sizes[name] === undefined)) {
+    return { value: transfer.bytes, total: transfer.total };
+  }
+  const sum = (list: string[]) => list.reduce((total, name) => total + (sizes[name] ?? 0), 0);
+  return { value: sum(names.slice(0, at)) + transfer.bytes, total: sum(names) };
+}
