@@ -1,6 +1,7 @@
 // The objects that AgentPlugins.dll exports: the one place that knows all of its classes.
 
 #include "host/plugins/connector/veld_connector.h"
+#include "host/plugins/integration/endpoint_integration_manager.h"
 #include "host/plugins/settings/tsr_settings.h"
 #include "host/plugins/telemetry/product_matrix.h"
 #include "host/plugins/terminal_relay/terminal_manager_relay.h"
@@ -11,6 +12,8 @@ namespace {
 ExportedObjectDeclaration<host::TsrSettings> settings{L"TsrSettings"};
 ExportedObjectDeclaration<host::VeldConnectorPlugin> connector{L"VeldConnector"};
 ExportedObjectDeclaration<host::ProductMatrix> telemetry{L"Product.Matrix"};
+ExportedObjectDeclaration<host::EndpointIntegrationManager> integration{
+    L"EndpointIntegration.Manager"};
 ExportedObjectDeclaration<host::TerminalManagerRelay> relay{L"RemoteTerminalManager.Relay"};
 
 }  // namespace

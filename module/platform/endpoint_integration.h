@@ -17,8 +17,8 @@
 // contract.
 namespace EnterpriseIntegration {
 
-// One call of a policy method, made by the manager. Valid until Complete or the return of
-// RunPolicyMethod, whichever is later.
+// One call of a policy method, made by the manager. Valid until RunPolicyMethod returns; a call
+// that is not complete by then has failed.
 struct IPolicyMethodCall {
   // Null where the call has none, as with the two below.
   virtual const wchar_t* GetMethodName() = 0;

@@ -11,10 +11,10 @@ namespace host::link {
 // What waits to be written to one connection: filled by any thread without waiting, emptied by one
 // writer.
 //
-// Its size is bounded from three sides: stream messages by the credit of their streams; the
-// connector's own answers by a limit whose excess ends the connection, because a server that keeps
-// asking and reads no answer is as good as gone; and messages that may be left out by a smaller
-// limit.
+// Its size is bounded from three sides: what has a flow control of its own by that, as stream
+// messages by the credit of their streams; answers by a limit whose excess ends the connection,
+// because a server that keeps asking and reads no answer is as good as gone; and messages that may
+// be left out by a smaller limit.
 class Outbox {
  public:
   enum class Kind { kCredited, kAnswer, kOptional };

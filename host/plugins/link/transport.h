@@ -7,7 +7,7 @@
 
 namespace host::link {
 
-// The longest message either side may send, in bytes.
+// The longest message either side may send, in bytes, where a connection has no other limit.
 inline constexpr size_t kLongestMessage = 1024 * 1024;
 
 // One attempt at a connection that carries texts both ways, and the connection itself.
@@ -20,7 +20,7 @@ class ITransport {
   };
   enum class Received {
     kMessage,
-    kTooLong,  // A message longer than kLongestMessage went by.
+    kTooLong,  // A message went by that is longer than may be.
     kTimeout,
     kClosed,
   };

@@ -25,8 +25,11 @@ std::string Failed(const char* operation, DWORD error) {
 }  // namespace
 
 WinHttpTransport::WinHttpTransport(ServerAddress server, MachineIdentity machine,
-                                   std::wstring key_file)
-    : server_(std::move(server)), machine_(std::move(machine)), key_file_(std::move(key_file)) {}
+                                   std::wstring key_file, size_t longest_message)
+    : server_(std::move(server)),
+      machine_(std::move(machine)),
+      key_file_(std::move(key_file)),
+      longest_message_(longest_message) {}
 
 WinHttpTransport::~WinHttpTransport() {
   Close();
@@ -186,7 +189,7 @@ bool WinHttpTransport::Take(const WinHttpOperations::Read& read, std::string& te
     received = Received::kClosed;
     return true;
   }
-  too_long_ = too_long_ || partial_.size() + read.bytes > kLongestMessage;
+  too_long_ = too_long_ || partial_.size() + read.bytes > longest_message_;
   if (too_long_) {
     partial_.clear();
   } else {
@@ -206,7 +209,7 @@ void WinHttpTransport::LogClose() {
   char reason[WINHTTP_WEB_SOCKET_MAX_CLOSE_REASON_LENGTH + 1] = {};
   DWORD length = 0;
   WinHttpWebSocketQueryCloseStatus(socket(), &status, reason, sizeof(reason) - 1, &length);
-  ORN_LOG(logging::kNotice, L"VeldConnector::WinHttpTransport::Receive",
+  ORN_LOG(logging::kNotice, L"host::link::WinHttpTransport::Receive",
           L"The server closes the connection: %d %S", status, reason);
 }
 

@@ -17,7 +17,9 @@ namespace host::link {
 // The enrolment key is read from its file in Open and kept nowhere.
 class WinHttpTransport final : public ITransport {
  public:
-  WinHttpTransport(ServerAddress server, MachineIdentity machine, std::wstring key_file);
+  // `longest_message` is what the server may send at most, in bytes.
+  WinHttpTransport(ServerAddress server, MachineIdentity machine, std::wstring key_file,
+                   size_t longest_message = kLongestMessage);
   ~WinHttpTransport() override;
   WinHttpTransport(const WinHttpTransport&) = delete;
   WinHttpTransport& operator=(const WinHttpTransport&) = delete;
@@ -39,6 +41,7 @@ class WinHttpTransport final : public ITransport {
   const ServerAddress server_;
   const MachineIdentity machine_;
   const std::wstring key_file_;
+  const size_t longest_message_;
   const std::shared_ptr<WinHttpOperations> operations_ = std::make_shared<WinHttpOperations>();
 
   // Receive's: a read is under way; what has come of the present message; it has grown too long.

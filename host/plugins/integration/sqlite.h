@@ -1,0 +1,98 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+// The little of SQLite that is used here, with its results as they are. Not synchronised.
+
+namespace host::integration {
+
+struct SqliteClose {
+  void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
+};
+using UniqueSqlite = std::unique_ptr<sqlite3, SqliteClose>;
+
+//   SqliteStatement insert(database, "INSERT INTO events(name, payload) VALUES(?, ?)");
+//   insert.Bind(1, name);
+//   insert.Bind(2, payload);
+//   if (insert.Step() != SQLITE_DONE) ...
+class SqliteStatement {
+ public:
+  // A text that cannot be prepared makes each Step fail with the reason.
+  SqliteStatement(sqlite3* database, const char* sql)
+      : result_(sqlite3_prepare_v2(database, sql, /*nByte=*/-1, &statement_, /*pzTail=*/nullptr)) {}
+  ~SqliteStatement() { sqlite3_finalize(statement_); }
+  SqliteStatement(const SqliteStatement&) = delete;
+  SqliteStatement& operator=(const SqliteStatement&) = delete;
+
+  // Places count from 1. The text must live until the statement is gone.
+  void Bind(int place, uint64_t number) {
+    sqlite3_bind_int64(statement_, place, static_cast<sqlite3_int64>(number));
+  }
+  void Bind(int place, std::string_view text) {
+    sqlite3_bind_text64(statement_, place, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
+  }
+
+  // SQLITE_ROW, SQLITE_DONE or what went wrong.
+  int Step() {
+    if (result_ == SQLITE_OK || result_ == SQLITE_ROW) result_ = sqlite3_step(statement_);
+    return result_;
+  }
+
+  // Of the row that Step came to; columns count from 0.
+  uint64_t Number(int column) const {
+    return static_cast<uint64_t>(sqlite3_column_int64(statement_, column));
+  }
+  std::string Text(int column) const {
+    const void* const text = sqlite3_column_blob(statement_, column);
+    return {static_cast<const char*>(text),
+            static_cast<size_t>(sqlite3_column_bytes(statement_, column))};
+  }
+
+ private:
+  sqlite3_stmt* statement_ = nullptr;
+  int result_;
+};
+
+// Everything between construction and Commit happens, or nothing does.
+class SqliteTransaction {
+ public:
+  explicit SqliteTransaction(sqlite3* database) : database_(database), result_(Run("BEGIN")) {}
+  ~SqliteTransaction() {
+    // A failure may have rolled back already.
+    if (sqlite3_get_autocommit(database_) == 0) Run("ROLLBACK");
+  }
+  SqliteTransaction(const SqliteTransaction&) = delete;
+  SqliteTransaction& operator=(const SqliteTransaction&) = delete;
+
+  // Runs a statement unless an earlier one has failed.
+  void Do(SqliteStatement& statement) {
+    if (result_ == SQLITE_OK) Take(statement.Step());
+  }
+  void Do(const char* sql) {
+    if (result_ == SQLITE_OK) Take(Run(sql));
+  }
+  // SQLITE_OK, or the first failure.
+  int Commit() {
+    Do("COMMIT");
+    return result_;
+  }
+
+ private:
+  void Take(int result) {
+    if (result != SQLITE_DONE && result != SQLITE_ROW) result_ = result;
+  }
+  int Run(const char* sql) {
+    return sqlite3_exec(database_, sql, /*callback=*/nullptr, /*argument=*/nullptr,
+                        /*errmsg=*/nullptr);
+  }
+
+  sqlite3* const database_;
+  int result_;
+};
+
+}  // namespace host::integration
