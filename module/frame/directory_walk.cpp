@@ -23,18 +23,6 @@ struct OpenFolder {
   FolderSearch search;
 };
 
-bool IsLink(const WIN32_FIND_DATAW& found) {
-  if ((found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return false;
-  // Files and folders of which only the contents are kept elsewhere are none.
-  return found.dwReserved0 == 0 || IsReparseTagNameSurrogate(found.dwReserved0);
-}
-
-bool MeansNotFound(DWORD error) {
-  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
-         error == ERROR_BAD_NETPATH || error == ERROR_INVALID_NAME || error == ERROR_BAD_PATHNAME ||
-         error == ERROR_DIRECTORY;
-}
-
 // A link to nothing leads to neither a file nor a folder, and that is no error.
 uint32_t FollowFileLink(DirectoryEntry& entry) {
   const UniqueFile file(CreateFileW(LongPath(entry.path).c_str(), FILE_READ_ATTRIBUTES,

@@ -30,19 +30,35 @@ const WIN32_FIND_DATAW* FolderSearch::Next() noexcept {
   return nullptr;
 }
 
-bool IsFolderLink(const wchar_t* path) noexcept {
-  constexpr DWORD kLinkAttributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+bool IsLink(const WIN32_FIND_DATAW& entry) noexcept {
+  if ((entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return false;
+  // What cannot be told apart is taken for a link: the wrong guess must not empty a foreign folder.
+  const DWORD tag = entry.dwReserved0;
+  return tag == 0 || IsReparseTagNameSurrogate(tag);
+}
+
+bool IsLink(const wchar_t* path) noexcept {
   const DWORD attributes = GetFileAttributesW(path);
-  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & kLinkAttributes) != kLinkAttributes) {
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
     return false;
   }
   WIN32_FIND_DATAW entry;
   const HANDLE search = FindFirstFileW(path, &entry);
-  // What cannot be told apart is taken for a link: the wrong guess must not empty a foreign folder.
   if (search == INVALID_HANDLE_VALUE) return true;
   FindClose(search);
-  const DWORD tag = entry.dwReserved0;
-  return tag == 0 || IsReparseTagNameSurrogate(tag);
+  return IsLink(entry);
+}
+
+bool IsFolderLink(const wchar_t* path) noexcept {
+  const DWORD attributes = GetFileAttributesW(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+         IsLink(path);
+}
+
+bool MeansNotFound(DWORD error) noexcept {
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+         error == ERROR_BAD_NETPATH || error == ERROR_INVALID_NAME || error == ERROR_BAD_PATHNAME ||
+         error == ERROR_DIRECTORY;
 }
 
 }  // namespace orn

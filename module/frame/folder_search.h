@@ -32,8 +32,13 @@ class FolderSearch {
   bool has_entry_ = false;  // Found, not given out yet.
 };
 
-// Whether the path is a folder that stands for another one: a symbolic link or a mount point.
-// Folders of which only the contents are kept elsewhere are none.
+// Whether the entry or path is a symbolic link or a mount point, and so stands for another one.
+// Files and folders of which only the contents are kept elsewhere are none.
+bool IsLink(const WIN32_FIND_DATAW& entry) noexcept;
+bool IsLink(const wchar_t* path) noexcept;
 bool IsFolderLink(const wchar_t* path) noexcept;
+
+// Whether a code says that there is nothing of the name.
+bool MeansNotFound(DWORD error) noexcept;
 
 }  // namespace orn

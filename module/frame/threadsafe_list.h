@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -76,6 +77,8 @@ class ThreadsafeContainer {
     stopped_ = false;
   }
 
+  std::mutex mutex_;
+
  private:
   bool TakeLocked(T& value) {
     if (empty()) return false;
@@ -84,7 +87,6 @@ class ThreadsafeContainer {
     return true;
   }
 
-  std::mutex mutex_;
   std::condition_variable not_empty_;
   bool stopped_ = false;
   uint32_t waiters_ = 0;
@@ -95,6 +97,18 @@ template <class T>
 class ThreadsafeList final : public ThreadsafeContainer<T> {
  public:
   ~ThreadsafeList() override { this->EndWaits(); }
+
+  // Takes the oldest element out for which `wanted` is true, and leaves the order of the others.
+  // False where there is none.
+  template <class Predicate>
+  bool TakeIf(Predicate wanted, T& value) {
+    std::lock_guard lock(this->mutex_);
+    const auto found = std::find_if(elements_.begin(), elements_.end(), wanted);
+    if (found == elements_.end()) return false;
+    value = std::move(*found);
+    elements_.erase(found);
+    return true;
+  }
 
  private:
   void push(T&& value) override { elements_.push_back(std::move(value)); }

@@ -2,18 +2,18 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <unordered_map>
 
 #include "module/frame/path_string.h"
 #include "module/frame/string.h"
 #include "module/jobs/file_operation.h"
+#include "module/jobs/id_hash.h"
+#include "module/jobs/job_map.h"
+#include "module/jobs/upload_archive_worker.h"
 
 namespace orn::RemoteAccess {
-
-struct JobOfOperation {
-  StringT<wchar_t> jobId;
-  std::shared_ptr<FileOperationJob> job;
-};
 
 // The file jobs by id, and the one worker that packs the archives of uploads, one at a time, with
 // at most 30 waiting. Any thread, unless said otherwise.
@@ -22,7 +22,7 @@ class FileOperationManager {
   FileOperationManager();
   FileOperationManager(const FileOperationManager&) = delete;
   FileOperationManager& operator=(const FileOperationManager&) = delete;
-  ~FileOperationManager();
+  ~FileOperationManager() = default;
 
   // Not owned. To be changed while nothing runs; null: nobody is told.
   void SetEvents(FileOperationManagerEvents* events);
@@ -55,6 +55,13 @@ class FileOperationManager {
   void Stop();
   // After Stop: removes the root of the temporary folders.
   void Uninit();
+
+ private:
+  JobMap jobs_;
+  UploadArchiveWorker worker_;
+  std::mutex cache_mutex_;  // Nothing else is locked or called under it.
+  // Guarded by cache_mutex_.
+  std::unordered_map<StringT<wchar_t>, UploadArchiveCache, IdHash> cache_;
 };
 
 }  // namespace orn::RemoteAccess
