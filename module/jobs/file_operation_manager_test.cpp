@@ -1,0 +1,78 @@
+#include "module/jobs/file_operation_manager.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "module/frame/path.h"
+#include "module/frame/testing/test_folder.h"
+#include "module/jobs/temp_folder.h"
+#include "module/jobs/upload_archive.h"
+
+namespace {
+
+using namespace orn::RemoteAccess;
+
+std::shared_ptr<FileOperationJob> Job(uint32_t type, const wchar_t* operation) {
+  auto job = std::make_shared<FileOperationJob>();
+  job->type = type;
+  job->operationId = operation;
+  return job;
+}
+
+TEST(FileOperationManager, JobsAreFoundByEitherIdAndFirstComeStays) {
+  FileOperationManager jobs;
+  const auto upload = Job(kUploadJob, L"");
+  jobs.AddJob(L"A", upload);
+  jobs.AddJob(L"A", Job(kDownloadJob, L"1"));
+  jobs.AddJob(L"a", Job(kDownloadJob, L"1"));
+  EXPECT_EQ(jobs.FindJob(L"A"), upload);
+  EXPECT_EQ(jobs.GetJobOperationId(L"a", kDownloadJob), L"1");
+  EXPECT_TRUE(jobs.GetJobOperationId(L"a", kUploadJob).empty());
+  EXPECT_FALSE(jobs.FindJobByOperationId(L"1", kUploadJob));
+  EXPECT_EQ(jobs.FindJobByOperationId(L"", kUploadJob).value().jobId, L"A") << "in preparation";
+
+  UploadArchiveTask task;
+  task.jobId = L"A";
+  jobs.AssignOperationIdToJob(task, L"1");
+  EXPECT_EQ(jobs.FindJobByOperationId(L"1", kUploadJob).value().job, upload);
+  jobs.RemoveJob(L"A");
+  jobs.RemoveJob(L"A");
+  jobs.AssignOperationIdToJob(task, L"2");
+  EXPECT_EQ(upload->operationId, L"1");
+  EXPECT_EQ(jobs.FindJob(L"A"), nullptr);
+
+  UploadArchiveCache cache;
+  EXPECT_FALSE(jobs.TakeUploadArchiveCache(L"A", cache));
+  jobs.AddUploadArchiveCache(L"A", {.archivePath = L"first", .metadata = {}});
+  jobs.AddUploadArchiveCache(L"A", {.archivePath = L"second", .metadata = {}});
+  EXPECT_TRUE(jobs.TakeUploadArchiveCache(L"A", cache));
+  EXPECT_EQ(cache.archivePath, L"first");
+  EXPECT_FALSE(jobs.TakeUploadArchiveCache(L"A", cache));
+}
+
+TEST(FileOperationManager, DeletesAnArchiveWithItsFolderAndNothingElse) {
+  FileOperationManager jobs;
+  const TestFolder elsewhere;
+  elsewhere.File(L"a.zip");
+  elsewhere.File(L"b.txt");
+  jobs.DeleteTmpUploadArchive(L"");
+  jobs.DeleteTmpUploadArchive((elsewhere / L"a.zip").c_str());
+  EXPECT_FALSE(Exists(elsewhere / L"a.zip"));
+  EXPECT_TRUE(Exists(elsewhere / L"b.txt"));
+
+  const auto root = orn::TempRootFolder(kArchiveTempRoot);
+  const auto folder = orn::GenerateTempFolder(L"", kArchiveTempRoot);
+  const auto other = orn::GenerateTempFolder(L"", kArchiveTempRoot);
+  const std::wstring archive = std::wstring(folder.view()) + L"\\a.zip";
+  CloseHandle(CreateFileW(archive.c_str(), GENERIC_WRITE, /*share=*/0, /*security=*/nullptr,
+                          CREATE_NEW, FILE_ATTRIBUTE_NORMAL, /*template=*/nullptr));
+  jobs.DeleteTmpUploadArchive(archive.c_str());
+  EXPECT_FALSE(Exists(folder.c_str()));
+  EXPECT_TRUE(Exists(other.c_str()));
+  jobs.Uninit();
+  EXPECT_FALSE(Exists(root.c_str()));
+}
+
+}  // namespace
