@@ -45,7 +45,9 @@ export async function startServer(
   options: Options,
   { limits = defaultLimits, logTo }: { limits?: Limits; logTo?: NodeJS.WritableStream } = {},
 ): Promise<RunningServer> {
-  mkdirSync(join(options.dataDir, "events"), { recursive: true, mode: 0o700 });
+  for (const name of ["events", "jobs"]) {
+    mkdirSync(join(options.dataDir, name), { recursive: true, mode: 0o700 });
+  }
   const app = Fastify({
     logger: { level: "info", stream: logTo ?? process.stderr },
     // One line of our own per request, without its query, stands for the two that there would be.
@@ -94,7 +96,7 @@ export async function startServer(
   );
   await app.register(apiRoutes(context, new LiveFeed(registry)), { prefix: "/api" });
   await app.register(storageRoutes(context, storage, limits), { prefix: "/api" });
-  await app.register(agentStorageRoutes({ admission, storage, metrics, limits }), {
+  await app.register(agentStorageRoutes({ admission, registry, storage, metrics, limits }), {
     prefix: "/api",
   });
   await app.register(pageRoutes(context, resolve(options.webDir)));

@@ -18,17 +18,31 @@ export interface LinkOptions<Message> {
   onGone(): void;
 }
 
+/** Follows a call further than its time limit goes. */
+export interface CallFollower<Reply> {
+  /** The call has gone to the agent. */
+  onSent(): void;
+  /** The agent's answer; comes also late, but may not come. */
+  onReply(reply: Reply): void;
+}
+
 interface PendingCall<Reply> {
   resolve(reply: Reply): void;
   reject(error: Error): void;
   timer: NodeJS.Timeout;
+  follower: CallFollower<Reply> | undefined;
 }
+
+/** Calls beyond their time whose answer is still of interest. */
+const MAX_LATE_CALLS = 1000;
 
 /** An agent's WebSocket, of whichever kind: checks what comes in, keeps the heart-beat, and matches replies to calls. */
 export class AgentLink<Message extends { type: string }, Reply> {
   readonly #socket: WebSocket;
   readonly #options: LinkOptions<Message>;
   readonly #calls = new Map<number, PendingCall<Reply>>();
+  /** Of `#calls`, those that have had their time; the oldest first. */
+  readonly #late = new Set<number>();
   readonly #heartbeat: NodeJS.Timeout;
   readonly #helloTimer: NodeJS.Timeout;
   #greeted = false;
@@ -55,18 +69,21 @@ export class AgentLink<Message extends { type: string }, Reply> {
    * Sends the call that `toText` makes of an id. Rejects with ApiError: timeout, not_connected when the connection ends,
    * too_large.
    */
-  call(toText: (id: number) => string): Promise<Reply> {
+  call(toText: (id: number) => string, follower?: CallFollower<Reply>): Promise<Reply> {
     const id = ++this.#lastCall;
     return new Promise((resolve, reject) => {
       if (!this.#isOpen()) return reject(notConnected());
       const text = toText(id);
       if (Buffer.byteLength(text) > this.#options.maxBytes) return reject(tooLarge());
       const timer = setTimeout(() => {
-        this.#calls.delete(id);
         reject(timedOut());
+        if (follower) this.#late.add(id);
+        else this.#calls.delete(id);
+        if (this.#late.size > MAX_LATE_CALLS) this.#forgetOldest();
       }, this.#options.limits.callMs);
-      this.#calls.set(id, { resolve, reject, timer });
+      this.#calls.set(id, { resolve, reject, timer, follower });
       this.#socket.send(text);
+      follower?.onSent();
     });
   }
 
@@ -77,7 +94,9 @@ export class AgentLink<Message extends { type: string }, Reply> {
       return this.#options.log.info({ call: id }, "reply to a call that is no longer waited for");
     }
     this.#calls.delete(id);
+    this.#late.delete(id);
     clearTimeout(call.timer);
+    call.follower?.onReply(reply);
     call.resolve(reply);
   }
 
@@ -91,6 +110,14 @@ export class AgentLink<Message extends { type: string }, Reply> {
   close(code: number, reason: string): void {
     this.#socket.close(code, reason);
     this.#gone(code, reason);
+  }
+
+  #forgetOldest(): void {
+    for (const id of this.#late) {
+      this.#late.delete(id);
+      this.#calls.delete(id);
+      return;
+    }
   }
 
   #isOpen(): boolean {

@@ -1,6 +1,7 @@
 import type { FastifyInstance } from "fastify";
 import type { Access } from "../access/access.ts";
 import { badRequest } from "../errors.ts";
+import { feedJobs } from "../jobs/jobs_feed.ts";
 import { MAX_INTEGRATION_MESSAGE_BYTES } from "../limits.ts";
 import type { Registry } from "../machines/registry.ts";
 import type { AuditLog } from "../persistence/audit_log.ts";
@@ -60,12 +61,18 @@ export function apiRoutes(context: ApiContext, live: LiveFeed) {
         const who = whoOf(request);
         audit.record({ who, action: "policy", machine: machine.id, details: { method } });
         metrics.count("remote_access_policy_calls_total");
-        const { status, output } = await machine.integration.call(method, input);
+        const { status, output } = await machine.integration.call(method, input, who);
         return reply
           .type("application/json; charset=utf-8")
           .send(`{"status":${status},"output":${output}}`);
       },
     );
+
+    api.get<MachineRoute>("/machines/:id/jobs", async (request, reply) => {
+      const { jobs } = registry.get(request.params.id);
+      if (!request.headers.accept?.includes("text/event-stream")) return jobs.jobs;
+      return feedJobs(reply, jobs);
+    });
 
     api.get<MachineRoute>("/machines/:id/events", (request, reply) => {
       const { events } = registry.get(request.params.id);

@@ -1,5 +1,5 @@
-import type { AgentEvent } from "../agent/agent_messages.ts";
 import { CloseCode, notConnected } from "../errors.ts";
+import type { JobBoard } from "../jobs/job_board.ts";
 import type { Limits } from "../limits.ts";
 import { CallQueue } from "../machines/call_queue.ts";
 import type { EventLog } from "../machines/event_log.ts";
@@ -12,6 +12,7 @@ const FEATURE = "RemoteAccess";
 export interface IntegrationContext {
   limits: Limits;
   events: EventLog;
+  jobs: JobBoard;
   onEnabled(enabled: boolean): void;
 }
 
@@ -28,10 +29,12 @@ export class Integration {
   }
 
   /** The agent has said hello; an earlier connection gives way. The result listens to the new one. */
-  attach(connection: IntegrationConnection, { store }: IntegrationHello): IntegrationListener {
-    const { events, onEnabled } = this.#context;
+  attach(connection: IntegrationConnection, hello: IntegrationHello): IntegrationListener {
+    const { events, jobs, onEnabled } = this.#context;
+    const { instance, store } = hello;
     this.#connection?.close(CloseCode.replaced, "replaced");
     this.#connection = connection;
+    jobs.greeted(instance);
     connection.send({ type: "welcome", acknowledged: events.lastWritten(store) });
     const acknowledge = acknowledger(connection, events, store);
     return {
@@ -40,7 +43,8 @@ export class Integration {
         if (enabled !== undefined) onEnabled(enabled);
       },
       onEvent: (event) => {
-        this.#take(event, store);
+        const kept = events.append(event, store);
+        if (kept) jobs.onEvent(kept);
         acknowledge();
       },
       onGone: () => {
@@ -50,19 +54,21 @@ export class Integration {
     };
   }
 
-  /** A policy call in its turn; `input` is JSON. Rejects with ApiError: not_connected, busy, timeout, too_large. */
-  call(method: string, input: string): Promise<PolicyReply> {
+  /** A policy call in its turn; `input` is JSON, `by` who makes it. Rejects with ApiError: not_connected, busy, timeout, too_large. */
+  call(method: string, input: string, by: string): Promise<PolicyReply> {
     const connection = this.#connection;
     if (!connection) return Promise.reject(notConnected());
-    return this.#calls.run(() => connection.call(method, input));
+    let onReply = (_reply: PolicyReply) => {};
+    const onSent = () => {
+      onReply = this.#context.jobs.asked(method, input, by);
+    };
+    return this.#calls.run(() =>
+      connection.call(method, input, { onSent, onReply: (reply) => onReply(reply) }),
+    );
   }
 
   detach(code: number, reason: string): void {
     this.#connection?.close(code, reason);
-  }
-
-  #take(event: AgentEvent, store: string): void {
-    this.#context.events.append(event, store);
   }
 }
 

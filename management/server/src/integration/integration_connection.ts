@@ -1,6 +1,6 @@
 import type { FastifyBaseLogger } from "fastify";
 import type WebSocket from "ws";
-import { AgentLink } from "../agent/agent_link.ts";
+import { AgentLink, type CallFollower } from "../agent/agent_link.ts";
 import { type AgentEvent, toEvent } from "../agent/agent_messages.ts";
 import { type Limits, MAX_INTEGRATION_MESSAGE_BYTES } from "../limits.ts";
 import { membersOf } from "../raw_json.ts";
@@ -45,10 +45,11 @@ export class IntegrationConnection {
   }
 
   /** Calls a policy method; `input` is JSON. Rejects with ApiError: timeout, not_connected, too_large. */
-  call(method: string, input: string): Promise<PolicyReply> {
+  call(method: string, input: string, follower: CallFollower<PolicyReply>): Promise<PolicyReply> {
     const name = JSON.stringify(method);
     return this.#link.call(
       (id) => `{"type":"policy","id":${id},"method":${name},"input":${input}}`,
+      follower,
     );
   }
 

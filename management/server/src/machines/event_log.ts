@@ -48,9 +48,9 @@ export class EventLog {
     this.#written = new Map(this.#stores);
   }
 
-  /** Takes an event in. With the store that it comes from, only if it is newer than what came from there: else false. */
-  append({ seq, name, payload }: AgentEvent, store?: string): boolean {
-    if (store !== undefined && seq <= (this.#stores.get(store) ?? 0)) return false;
+  /** Takes an event in. With the store that it comes from, only if it is newer than what came from there: else undefined. */
+  append({ seq, name, payload }: AgentEvent, store?: string): EventRecord | undefined {
+    if (store !== undefined && seq <= (this.#stores.get(store) ?? 0)) return undefined;
     const at = new Date().toISOString();
     const event = { id: this.#lastId + 1, at, seq, name, store, payload };
     this.#keep(event);
@@ -58,7 +58,7 @@ export class EventLog {
     // The file may hold as much again as memory does before it is written anew.
     if (this.#forgotten > Math.max(1000, this.#events.length)) this.#rewrite();
     for (const follower of this.#followers) follower();
-    return true;
+    return event;
   }
 
   get lastId(): number {

@@ -9,6 +9,7 @@ import type {
 } from "../agent/agent_messages.ts";
 import { CloseCode, notConnected } from "../errors.ts";
 import { Integration } from "../integration/integration.ts";
+import type { JobBoard } from "../jobs/job_board.ts";
 import type { Limits } from "../limits.ts";
 import {
   type EndReason,
@@ -41,6 +42,7 @@ export interface MachineContext {
 export class Machine implements AgentListener {
   readonly id: string;
   readonly events: EventLog;
+  readonly jobs: JobBoard;
   readonly integration: Integration;
   name: string;
   /** As the machine said last; null before it has. */
@@ -57,6 +59,7 @@ export class Machine implements AgentListener {
   constructor(
     known: { id: string; name: string; enabled: boolean | null; since: Date },
     events: EventLog,
+    jobs: JobBoard,
     context: MachineContext,
   ) {
     this.id = known.id;
@@ -64,11 +67,13 @@ export class Machine implements AgentListener {
     this.enabled = known.enabled;
     this.since = known.since;
     this.events = events;
+    this.jobs = jobs;
     this.#context = context;
     this.#calls = new CallQueue(context.limits.callsWaiting);
     this.integration = new Integration({
       limits: context.limits,
       events,
+      jobs,
       onEnabled: (enabled) => this.onState(enabled),
     });
   }

@@ -3,6 +3,7 @@ import type { FastifyBaseLogger } from "fastify";
 import { z } from "zod";
 import type { AgentConnection } from "../agent/agent_connection.ts";
 import { notFound } from "../errors.ts";
+import { JobBoard } from "../jobs/job_board.ts";
 import type { Limits } from "../limits.ts";
 import { JsonFile } from "../persistence/json_file.ts";
 import { EventLog } from "./event_log.ts";
@@ -46,9 +47,13 @@ export class Registry {
     return [...this.#machines.values()];
   }
 
+  find(id: string): Machine | undefined {
+    return this.#machines.get(id);
+  }
+
   /** Throws ApiError not_found. */
   get(id: string): Machine {
-    const machine = this.#machines.get(id);
+    const machine = this.find(id);
     if (!machine) throw notFound("machine");
     return machine;
   }
@@ -80,7 +85,12 @@ export class Registry {
   }
 
   async flush(): Promise<void> {
-    await Promise.all([this.#file.flush(), ...this.machines.map((m) => m.events.flush())]);
+    const { machines } = this;
+    await Promise.all([
+      this.#file.flush(),
+      ...machines.map((machine) => machine.events.flush()),
+      ...machines.map((machine) => machine.jobs.flush()),
+    ]);
   }
 
   #add(entry: { id: string; name: string; enabled: boolean | null; since: Date }): Machine {
@@ -88,7 +98,10 @@ export class Registry {
     const events = new EventLog(join(this.#dataDir, "events", `${entry.id}.jsonl`), (error) =>
       log.error({ err: error }, "events could not be written"),
     );
-    const machine = new Machine(entry, events, {
+    const jobs = new JobBoard(join(this.#dataDir, "jobs", `${entry.id}.json`), events, (error) =>
+      log.error({ err: error }, "jobs could not be written"),
+    );
+    const machine = new Machine(entry, events, jobs, {
       limits: this.#limits,
       log,
       onChange: () => this.#changed(),

@@ -5,12 +5,15 @@ import type { FastifyReply, FastifyRequest } from "fastify";
 
 const PIECE_BYTES = 256 * 1024;
 
-/** Answers with a file, or with the range of it that was asked for, and closes it. `onBytes` is called for each piece that goes out. */
+/**
+ * Answers with a file, or with the range of it that was asked for, and closes it. `onBytes` is called for each piece that goes
+ * out, with where in the file it ends.
+ */
 export async function sendFile(
   request: FastifyRequest,
   reply: FastifyReply,
   file: FileHandle,
-  { name, onBytes }: { name: string; onBytes(bytes: number, total: number): void },
+  { name, onBytes }: { name: string; onBytes(bytes: number, sent: number, total: number): void },
 ): Promise<FastifyReply> {
   const stats = await file.stat({ bigint: true });
   const size = Number(stats.size);
@@ -42,7 +45,7 @@ export async function sendFile(
     highWaterMark: PIECE_BYTES,
     transform(chunk: Buffer, _encoding, done) {
       sent += chunk.length;
-      onBytes(chunk.length, sent);
+      onBytes(chunk.length, sent, size);
       done(null, chunk);
     },
   });
