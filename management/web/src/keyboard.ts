@@ -82,7 +82,13 @@ export function handleTerminalKey(event: KeyboardEvent, session: Session): boole
 
 function showView(view: View): void {
   const machine = selectedMachine.value;
-  if (machine) goTo(machine.id, view);
+  if (!machine) return;
+  goTo(machine.id, view);
+  // The terminal is out of sight now; unless the view has put it elsewhere, the focus is where the view was chosen.
+  requestAnimationFrame(() => {
+    if (document.activeElement && document.activeElement !== document.body) return;
+    document.querySelector<HTMLElement>(".view-nav a[aria-current]")?.focus();
+  });
 }
 
 // Terminals that are out of sight are not to be closed or turned by a key.

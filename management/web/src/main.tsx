@@ -11,6 +11,7 @@ import "./styles/events.css";
 import { effect } from "@preact/signals";
 import { render } from "preact";
 import { App } from "./components/app";
+import { guardAgainstDrops } from "./files/dropping";
 import { watchLeftovers } from "./files/leftovers";
 import { listenToShortcuts } from "./keyboard";
 import { announceMachines } from "./live/announce_machines";
@@ -25,6 +26,7 @@ listenToShortcuts();
 announceMachines();
 followServer();
 watchLeftovers();
+guardAgainstDrops();
 effect(() => {
   const name = selectedMachine.value?.name;
   document.title = name ? `${name} · RemoteAccess` : "RemoteAccess";

@@ -9,7 +9,7 @@ export interface Route {
   view: View;
 }
 
-export const route = signal<Route>(readRoute(location.hash));
+export const route = signal<Route>({ machineId: undefined, view: "shell" });
 
 /** "#/machine-0001/files" names a machine and one of its views; whatever can't be read is the shell. */
 export function readRoute(hash: string): Route {
@@ -37,6 +37,7 @@ export function followAddress(): void {
   const read = () => {
     route.value = readRoute(location.hash);
   };
+  read();
   window.addEventListener("hashchange", read);
   window.addEventListener("popstate", read);
 }

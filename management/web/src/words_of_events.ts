@@ -42,8 +42,8 @@ export function describeEvent(event: MachineEvent): EventWords {
     return { kind, ...words, text: name ? `${words.text}, ${name}` : words.text };
   }
   if (kind === "process") {
-    const { text: words, tone, problem } = describeRunEnd(data);
-    return { kind, text: `Command: ${words}${problem ? `. ${problem.text}` : ""}`, tone };
+    const { text: words, tone } = describeRunEnd(data);
+    return { kind, text: `Command: ${words}`, tone };
   }
   return { kind, text: event.name || "An event without a name", tone: "calm" };
 }
@@ -60,7 +60,15 @@ function describeFiles(what: string, data: Json, one: string): { text: string; t
   };
 }
 
+const searchTexts = new WeakMap<MachineEvent, string>();
+
 /** The text that a search looks in. */
 export function searchTextOf(event: MachineEvent): string {
-  return `${describeEvent(event).text}\n${event.name}\n${JSON.stringify(event.payload)}`.toLowerCase();
+  let found = searchTexts.get(event);
+  if (found === undefined) {
+    const whole = JSON.stringify(event.payload) ?? "";
+    found = `${describeEvent(event).text}\n${event.name}\n${whole}`.toLowerCase();
+    searchTexts.set(event, found);
+  }
+  return found;
 }

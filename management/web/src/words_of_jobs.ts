@@ -170,7 +170,7 @@ export function describeRunEnd(end: Json): StateWords {
       const { text: why } = problemOfCode(code, said, "fetch");
       const problem = { text: `Its output could not be sent here: ${why}`, code };
       return {
-        text: `Finished, ${exit}`,
+        text: `Finished, ${exit}, without its output`,
         tone: "warn",
         problem: said ? { ...problem, said } : problem,
       };

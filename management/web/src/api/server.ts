@@ -76,7 +76,11 @@ export function putStored(
       if (request.status >= 200 && request.status < 300) return resolve();
       reject(refusal(request.status, request.responseText));
     };
-    request.onerror = () => reject(new Refusal(describeHttp(0, "")));
+    // The browser does not tell the one from the other.
+    request.onerror = () =>
+      reject(
+        new Refusal({ text: "The server can't be reached, or the file can no longer be read." }),
+      );
     request.onabort = () => reject(signal.reason);
     signal.addEventListener("abort", () => request.abort(), { once: true });
     request.send(file);

@@ -5,6 +5,7 @@ import { ProblemWords } from "../components/problem_note";
 import { ProgressBar } from "../components/progress_bar";
 import { storedArchive } from "../files/stored_archive";
 import { isOver, type Job } from "../live/jobs_feed";
+import { useEndAnnounced } from "../live/use_end_announced";
 import { moment } from "../words";
 import { describeRun, describeTransfer } from "../words_of_jobs";
 import { duration, size } from "../words_of_sizes";
@@ -28,6 +29,7 @@ export function RunRow({
   const open = chosen ?? newest;
   const command = text(run.input, "execute", "commandLine");
   const state = describeRun(run);
+  useEndAnnounced(run, `${command}: ${state.text}`);
   const archive = upload && storedArchive(upload.end);
   return (
     <li class="run">

@@ -6,7 +6,6 @@ import { currentProfile } from "../files/profiles";
 import { TRANSFER_TIMEOUT_S } from "../files/sending";
 import type { Job } from "../live/jobs_feed";
 import { perMachine } from "../live/per_machine";
-import { problemOfAnswer } from "../words_of_codes";
 
 const DEFAULT_TIMEOUT_S = 300;
 const MAX_TIMEOUT_S = 4_000_000;
@@ -37,22 +36,20 @@ export class Running {
     this.problem.value = undefined;
   }
 
-  /** Whether it was started. */
-  async start(): Promise<boolean> {
+  async start(): Promise<void> {
     const profile = currentProfile()?.name;
-    if (!profile || this.starting.value) return false;
+    if (!profile || this.starting.value) return;
     this.problem.value = this.#inputProblem();
-    if (this.problem.value) return false;
+    if (this.problem.value) return;
     this.starting.value = true;
     try {
-      const answer = await policy(this.machineId, "StartProcess", this.#input(profile));
-      this.problem.value = problemOfAnswer(answer, "run");
+      // What the machine answers is told with the run, by the server's list.
+      await policy(this.machineId, "StartProcess", this.#input(profile));
     } catch (error) {
       this.problem.value = problemOf(error);
     } finally {
       this.starting.value = false;
     }
-    return !this.problem.value;
   }
 
   #inputProblem(): Problem | undefined {

@@ -1,6 +1,8 @@
 import { useState } from "preact/hooks";
+import { text } from "../api/json";
 import { Icon } from "../components/icons";
 import type { MachineEvent } from "../live/events_feed";
+import type { Job } from "../live/jobs_feed";
 import { moment } from "../words";
 import { describeEvent, type EventKind } from "../words_of_events";
 
@@ -12,17 +14,21 @@ const icons: Record<EventKind, "send" | "fetch" | "prompt" | "help"> = {
 };
 
 /** An event in a line; as it came, on demand. */
-export function EventRow({ event, time }: { event: MachineEvent; time: string | undefined }) {
+export function EventRow({ event, job }: { event: MachineEvent; job: Job | undefined }) {
   const [open, setOpen] = useState(false);
   const words = describeEvent(event);
+  const command = text(job?.input, "execute", "commandLine");
   return (
     <li class="event">
       <button type="button" class="event-line" aria-expanded={open} onClick={() => setOpen(!open)}>
         <span class={`event-icon ${words.tone}`}>
           <Icon name={icons[words.kind]} size={14} />
         </span>
-        <span class="event-text">{words.text}</span>
-        <span class="event-time">{time && moment(time)}</span>
+        <span class="event-text">
+          {words.text}
+          {command && <code>{command}</code>}
+        </span>
+        <span class="event-time">{job?.endedAt && moment(job.endedAt)}</span>
         <span class="event-id">#{event.id}</span>
       </button>
       {open && (

@@ -7,8 +7,8 @@ import type { MachineInfo } from "../live/live_feed";
 import { useFeed } from "../live/use_feed";
 import { type EventKind, kindOf, searchTextOf } from "../words_of_events";
 import { count } from "../words_of_sizes";
+import { EndedJobs } from "./event_jobs";
 import { EventRow } from "./event_row";
-import { endTimes, timeOf } from "./event_times";
 
 const PORTION = 150;
 
@@ -32,7 +32,7 @@ export function EventsView({ machine }: { machine: MachineInfo }) {
   const found = useMemo(() => filter(events, kind, search), [events, kind, search]);
   const state = feed.state.value;
   const jobs = jobsOf(machine.id).jobs.value;
-  const times = useMemo(() => endTimes(jobs), [jobs]);
+  const ended = useMemo(() => new EndedJobs(jobs), [jobs]);
   return (
     <section class="view" aria-label="Events">
       <div class="view-body one-column">
@@ -77,7 +77,7 @@ export function EventsView({ machine }: { machine: MachineInfo }) {
         {state.phase === "lost" && <ProblemNote problem={state.problem} />}
         <ol class="events">
           {found.slice(0, shown).map((event) => (
-            <EventRow key={event.id} event={event} time={timeOf(event, times)} />
+            <EventRow key={event.id} event={event} job={ended.of(event)} />
           ))}
         </ol>
         {found.length > shown && <More key={shown} onReached={() => setShown(shown + PORTION)} />}

@@ -4,6 +4,7 @@ import { ProblemNote } from "../components/problem_note";
 import { jobsOf } from "../live/jobs_feed";
 import type { MachineInfo } from "../live/live_feed";
 import { useFeed } from "../live/use_feed";
+import { carriesFiles } from "./dropping";
 import { FetchPanel } from "./fetch_panel";
 import { pickDropped } from "./picked_files";
 import { chooseProfile, currentProfile, loadProfiles, profiles, profilesProblem } from "./profiles";
@@ -24,9 +25,8 @@ export function FilesView({ machine }: { machine: MachineInfo }) {
       class={over ? "view dropping" : "view"}
       aria-label="Files"
       onDragOver={(event) => {
-        if (!event.dataTransfer?.types.includes("Files")) return;
+        if (!carriesFiles(event)) return;
         event.preventDefault();
-        event.dataTransfer.dropEffect = "copy";
         setOver(true);
       }}
       onDragLeave={(event) => {
@@ -34,9 +34,9 @@ export function FilesView({ machine }: { machine: MachineInfo }) {
         if (!event.currentTarget.contains(into)) setOver(false);
       }}
       onDrop={async (event) => {
-        event.preventDefault();
         setOver(false);
-        if (event.dataTransfer) sending.add(await pickDropped(event.dataTransfer));
+        if (!event.dataTransfer || !carriesFiles(event)) return;
+        sending.add(await pickDropped(event.dataTransfer));
       }}
     >
       <div class="view-body two-columns">

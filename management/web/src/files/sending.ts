@@ -1,10 +1,11 @@
-import { type Signal, signal } from "@preact/signals";
+import { effect, type Signal, signal } from "@preact/signals";
 import { type Problem, problemOf } from "../api/problem";
 import { policy, putStored } from "../api/server";
+import { jobsOf } from "../live/jobs_feed";
 import { perMachine } from "../live/per_machine";
 import { problemOfAnswer } from "../words_of_codes";
 import { size } from "../words_of_sizes";
-import { type Leftover, rememberLeftover, removeLeftover } from "./leftovers";
+import { jobIdOf, type Leftover, rememberLeftover, removeLeftover } from "./leftovers";
 import { joinPath, storageName } from "./names";
 import { CheckedPath } from "./path_check";
 import { type PickedFile, withPicked } from "./picked_files";
@@ -24,6 +25,10 @@ export interface Upload {
   cancel: AbortController;
 }
 
+interface NamedFile extends PickedFile {
+  stored: string;
+}
+
 /** What is being prepared and under way for one machine, kept while other views are shown. */
 export class Sending {
   readonly machineId: string;
@@ -34,6 +39,12 @@ export class Sending {
   constructor(machineId: string) {
     this.machineId = machineId;
     this.folder = new CheckedPath(localStorage.getItem(this.#folderKey) ?? DEFAULT_FOLDER);
+    // From when the server tells of the job, that says more.
+    effect(() => {
+      const known = new Set(jobsOf(machineId).jobs.value.map(jobIdOf));
+      const uploads = this.uploads.value.filter(({ jobId }) => !known.has(jobId));
+      if (uploads.length < this.uploads.value.length) this.uploads.value = uploads;
+    });
   }
 
   add(files: PickedFile[]): void {
@@ -82,7 +93,7 @@ export class Sending {
       cancel: new AbortController(),
     };
     this.uploads.value = [upload, ...this.uploads.value];
-    const named = files.map((picked, index) => ({
+    const named: NamedFile[] = files.map((picked, index) => ({
       ...picked,
       stored: storageName(`sent-${jobId.slice(0, 8)}-${index + 1}`, picked.file.name),
     }));
@@ -95,18 +106,7 @@ export class Sending {
     };
     rememberLeftover(leftover);
     try {
-      let before = 0;
-      for (const { stored, file } of named) {
-        const start = before;
-        await putStored(profile, stored, file, {
-          onProgress: (bytes) => {
-            upload.bytes.value = start + Math.min(bytes, file.size);
-          },
-          signal: upload.cancel.signal,
-        });
-        before += file.size;
-        upload.bytes.value = before;
-      }
+      await this.#store(upload, named, profile);
       upload.state.value = { phase: "asking" };
       const answer = await policy(this.machineId, "StartDownload", {
         timeout: TRANSFER_TIMEOUT_S,
@@ -123,12 +123,35 @@ export class Sending {
       if (!problem) return;
       upload.state.value = { phase: "failed", problem };
     } catch (error) {
+      const problem = problemOf(error);
+      // A call that was lost on its way is not refused: the machine may be fetching the files.
+      const undecided =
+        upload.state.value.phase === "asking" && !String(problem.code).startsWith("HTTP 4");
       if (upload.cancel.signal.aborted) this.dismiss(upload);
-      else upload.state.value = { phase: "failed", problem: problemOf(error) };
-      // Unanswered in time is not refused: the machine may still be fetching them.
-      if (problemOf(error).code === "HTTP 504") return;
+      else upload.state.value = { phase: "failed", problem };
+      if (undecided) return;
     }
     removeLeftover(leftover).catch(() => undefined);
+  }
+
+  async #store(upload: Upload, files: NamedFile[], profile: string): Promise<void> {
+    const askBeforeLeaving = (event: BeforeUnloadEvent) => event.preventDefault();
+    window.addEventListener("beforeunload", askBeforeLeaving);
+    try {
+      let before = 0;
+      for (const { stored, file } of files) {
+        await putStored(profile, stored, file, {
+          onProgress: (bytes) => {
+            upload.bytes.value = before + Math.min(bytes, file.size);
+          },
+          signal: upload.cancel.signal,
+        });
+        before += file.size;
+        upload.bytes.value = before;
+      }
+    } finally {
+      window.removeEventListener("beforeunload", askBeforeLeaving);
+    }
   }
 
   get #folderKey(): string {

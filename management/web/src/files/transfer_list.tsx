@@ -3,7 +3,6 @@ import { ProblemNote, ProblemWords } from "../components/problem_note";
 import { ProgressBar } from "../components/progress_bar";
 import { jobsOf } from "../live/jobs_feed";
 import { count, size } from "../words_of_sizes";
-import { jobIdOf } from "./leftovers";
 import { sendingOf, type Upload } from "./sending";
 import { TransferRow } from "./transfer_row";
 
@@ -11,9 +10,8 @@ import { TransferRow } from "./transfer_row";
 export function TransferList({ machineId }: { machineId: string }) {
   const feed = jobsOf(machineId);
   const transfers = feed.jobs.value.filter(({ kind }) => kind !== "process");
-  const known = new Set(transfers.map(jobIdOf));
   const sending = sendingOf(machineId);
-  const uploads = sending.uploads.value.filter(({ jobId }) => !known.has(jobId));
+  const uploads = sending.uploads.value;
   const state = feed.state.value;
   return (
     <section class="transfers" aria-label="Transfers">

@@ -6,6 +6,7 @@ import { Icon } from "../components/icons";
 import { ProblemWords } from "../components/problem_note";
 import { ProgressBar } from "../components/progress_bar";
 import { isOver, type Job } from "../live/jobs_feed";
+import { useEndAnnounced } from "../live/use_end_announced";
 import { moment } from "../words";
 import { describePackedItem, describeSentItem, problemOfAnswer } from "../words_of_codes";
 import { describeTransfer } from "../words_of_jobs";
@@ -16,6 +17,7 @@ import { type ItemResult, itemResults, storedArchive } from "./stored_archive";
 /** One transfer: what and where, how far, and in the end what became of each item. */
 export function TransferRow({ machineId, job }: { machineId: string; job: Job }) {
   const { title, place, state } = describeTransfer(job);
+  useEndAnnounced(job, `${title}: ${state.text}`);
   const [problem, setProblem] = useState<Problem>();
   const [cancelling, setCancelling] = useState(false);
   const archive = job.kind === "upload" ? storedArchive(job.end) : undefined;
