@@ -77,6 +77,8 @@ int32_t RemoteAccessAL::Start() {
     if (const uint32_t code = storage_->RegisterFileManagerEvent(this); code != error::kSuccess) {
       ORN_LOG(logging::kNotice, trace.function(),
               L"Cannot register for CentralizedStorage FileManager events. [error = %d]", code);
+    } else {
+      file_operations_.SetEvents(this);
     }
   }
   sessions_.SetSocketManager(connector_->CreateSocketManager(this));
@@ -105,6 +107,8 @@ void RemoteAccessAL::Stop() {
             GetLastError());
   }
   terminal_manager_->Unregister(this);
+  file_operations_.Stop();
+  file_operations_.SetEvents(nullptr);
   if (storage_) storage_->UnregisterFileManagerEvent(this);
   ORN_LOG(logging::kTrace, trace.function(), L" -> Stopping Host");
   StopHost(INFINITE);
@@ -122,6 +126,7 @@ void RemoteAccessAL::Stop() {
 
 void RemoteAccessAL::UnInit() {
   const LogFunctionTrace trace(L"orn::RemoteAccess::RemoteAccessAL::UnInit");
+  file_operations_.Uninit();
   process_runs_.CleanupTempRootFolder();
   terminal_manager_.Release();
   settings_.Release();
@@ -154,20 +159,21 @@ uint32_t RemoteAccessAL::GetEnabled(bool* enabled) {
 
 // Jobs and process runs.
 
-uint32_t RemoteAccessAL::StartDownload(const DownloadInput&, OperationResponse&) {
-  return error::kInternal;
+uint32_t RemoteAccessAL::StartDownload(const DownloadInput& input, OperationResponse& output) {
+  return downloads_.StartDownload(input, output);
 }
 
-uint32_t RemoteAccessAL::CancelDownload(const StringT<wchar_t>&, StringT<wchar_t>&) {
-  return error::kInternal;
+uint32_t RemoteAccessAL::CancelDownload(const StringT<wchar_t>& jobId, StringT<wchar_t>& message) {
+  return downloads_.CancelDownload(jobId, message);
 }
 
-uint32_t RemoteAccessAL::StartUploadArchive(const UploadArchiveInput&, OperationResponse&) {
-  return error::kInternal;
+uint32_t RemoteAccessAL::StartUploadArchive(const UploadArchiveInput& input,
+                                            OperationResponse& output) {
+  return uploads_.StartUploadArchive(input, output);
 }
 
-uint32_t RemoteAccessAL::CancelUpload(const StringT<wchar_t>&, StringT<wchar_t>&) {
-  return error::kInternal;
+uint32_t RemoteAccessAL::CancelUpload(const StringT<wchar_t>& jobId, StringT<wchar_t>& message) {
+  return uploads_.CancelUpload(jobId, message);
 }
 
 uint32_t RemoteAccessAL::StartProcess(const ProcessExecutionInput& input,
@@ -176,14 +182,19 @@ uint32_t RemoteAccessAL::StartProcess(const ProcessExecutionInput& input,
   return process_runs_.StartProcess(input, upload, output);
 }
 
-// No job can exist, so what the storage tells is of somebody else's.
-
-uint32_t RemoteAccessAL::OnUploadFinished(const StringT<wchar_t>&, const UploadArchiveMetadata&) {
-  return error::kSuccess;
+uint32_t RemoteAccessAL::OnUploadFinished(const StringT<wchar_t>& upload_id,
+                                          const UploadArchiveMetadata& metadata) {
+  return uploads_.OnUploadFinished(upload_id, metadata);
 }
 
-uint32_t RemoteAccessAL::OnDownloadFinished(const StringT<wchar_t>&, const DownloadMetadata&) {
-  return error::kSuccess;
+uint32_t RemoteAccessAL::OnDownloadFinished(const StringT<wchar_t>& download_id,
+                                            const DownloadMetadata& metadata) {
+  return downloads_.OnDownloadFinished(download_id, metadata);
+}
+
+void RemoteAccessAL::OnUploadArchivePrepared(const UploadArchiveTask& task,
+                                             const UploadArchiveMetadata& metadata) {
+  uploads_.OnUploadArchivePrepared(task, metadata);
 }
 
 // Observers.

@@ -13,7 +13,12 @@
 #include "module/frame/plugin_interfaces.h"
 #include "module/frame/serv_plugin.h"
 #include "module/frame/thread_pool.h"
+#include "module/jobs/download_jobs.h"
+#include "module/jobs/file_operation.h"
+#include "module/jobs/file_operation_manager.h"
+#include "module/jobs/file_operation_reports.h"
 #include "module/jobs/process_runs.h"
+#include "module/jobs/upload_jobs.h"
 #include "module/platform/centralized_storage.h"
 #include "module/platform/tsr_settings.h"
 #include "module/platform/veld_connector.h"
@@ -40,7 +45,8 @@ class RemoteAccessAL
       public VeldConnector::Rpc::IController,
       public RemoteTerminal::IRemoteTerminalManager::IRemoteTerminalManagerNotifications,
       public tsrsdk::Product::ICentralizedStorage::IFileManagerEvent,
-      public TerminalEvents {
+      public TerminalEvents,
+      public FileOperationManagerEvents {
  public:
   RemoteAccessAL() = default;
   // Ends the process where a cleanup thread or a terminal's threads still run.
@@ -62,7 +68,6 @@ class RemoteAccessAL
   uint32_t SetEnabled(bool enabled) override;
   uint32_t GetEnabled(bool* enabled) override;
   uint32_t GetActiveTerminalSessions(List<TerminalSessionState>& sessions) override;
-  // File jobs are not there yet: 1359 from each of the four.
   uint32_t StartDownload(const DownloadInput& input, OperationResponse& output) override;
   uint32_t CancelDownload(const StringT<wchar_t>& jobId, StringT<wchar_t>& message) override;
   uint32_t StartUploadArchive(const UploadArchiveInput& input, OperationResponse& output) override;
@@ -105,13 +110,17 @@ class RemoteAccessAL
   void OnTerminalFinished(const StringT<char>& id) override;
   void OnTerminalResize(const StringT<char>& id, const TerminalSize& size) override;
 
+  // FileOperationManagerEvents.
+  void OnUploadArchivePrepared(const UploadArchiveTask& task,
+                               const UploadArchiveMetadata& metadata) override;
+
  private:
   void CreateStopEvent(const wchar_t* function);
 
   // The order of the members is the reverse of the order in which they are taken down.
   logging::LogReference log_;
   StateObservers state_observers_;
-  SynchronyzedObjectContainer<IFileOperationEvent*> file_observers_;
+  FileObservers file_observers_;
   ProcessObservers process_observers_;
   EnabledSetting enabled_;
   // Holds the job of the host's process, which therefore outlives the plug-ins.
@@ -121,6 +130,10 @@ class RemoteAccessAL
   ServPlugin<ITsrSettings> settings_{L"TsrSettings"};
   ServPlugin<tsrsdk::Product::ICentralizedStorage> storage_{
       L"Product.CentralizedStorage"};  // optional
+  FileOperationManager file_operations_;
+  FileOperationReports file_reports_{sessions_, file_observers_};
+  DownloadJobs downloads_{enabled_, storage_, file_operations_, file_reports_, telemetry_};
+  UploadJobs uploads_{enabled_, storage_, file_operations_, file_reports_, telemetry_};
   TerminalSessions sessions_{terminal_manager_, *this, state_observers_, telemetry_};
   ProcessRuns process_runs_{enabled_, stop_event_, proc_runners_, process_observers_,
                             [this](const UploadArchiveInput& input, OperationResponse& output) {

@@ -5,6 +5,7 @@
 #include "module/feature/remote_access_al.h"
 #include "module/feature/testing/memory_settings.h"
 #include "module/feature/testing/recording_connector.h"
+#include "module/feature/testing/recording_storage.h"
 #include "module/terminal/testing/piped_terminal_manager.h"
 
 namespace orn::RemoteAccess {
@@ -29,17 +30,17 @@ struct FeatureInAgent : testing::Test,
                         IServMain,
                         IComponentManager,
                         Telemetry::ITelemetry,
-                        tsrsdk::Product::ICentralizedStorage,
                         IRemoteAccess::IStateEvent {
   CallList calls;
   MemorySettings settings{calls};
   RecordingConnector connector{calls};
   PipedTerminalManager manager{calls};
+  RecordingStorage storage{calls};
   std::map<std::wstring, void*> plugins{
       {L"RemoteTerminalManager", static_cast<RemoteTerminal::IRemoteTerminalManager*>(&manager)},
       {L"VeldConnector", static_cast<VeldConnector::IConnector*>(&connector)},
       {L"TsrSettings", static_cast<ITsrSettings*>(&settings)},
-      {L"Product.CentralizedStorage", static_cast<ICentralizedStorage*>(this)},
+      {L"Product.CentralizedStorage", static_cast<tsrsdk::Product::ICentralizedStorage*>(&storage)},
       {L"Product.Matrix", static_cast<ITelemetry*>(this)}};
   Json::Value last_event;  // of telemetry
   HostedFeature feature{calls};
@@ -73,26 +74,6 @@ struct FeatureInAgent : testing::Test,
     last_event = event;
     return calls.Add("telemetry " + event["exit_reason"].asString());
   }
-  uint32_t RegisterFileManagerEvent(IFileManagerEvent*) override {
-    return calls.Add("register with storage", 5);
-  }
-  uint32_t UnregisterFileManagerEvent(IFileManagerEvent*) override {
-    return calls.Add("unregister from storage");
-  }
-  uint32_t ProfileExists(const StringT<wchar_t>&, bool*) override { return error::kFailed; }
-  uint32_t GetProfileMaxSize(const StringT<wchar_t>&, uint64_t*) override { return error::kFailed; }
-  uint32_t PrevalidateUploadData(const tsrsdk::Product::UploadData&) override {
-    return error::kFailed;
-  }
-  uint32_t Upload(const tsrsdk::Product::UploadRequest&, tsrsdk::Product::UploadStarted&,
-                  StringT<wchar_t>&) override {
-    return error::kFailed;
-  }
-  uint32_t CancelUpload(const StringT<wchar_t>&) override { return error::kFailed; }
-  uint32_t Download(const DownloadInput&, OperationResponse&, StringT<wchar_t>&) override {
-    return error::kFailed;
-  }
-  uint32_t CancelDownload(const StringT<wchar_t>&) override { return error::kFailed; }
   uint32_t OnTerminalSessionStateChanged(const TerminalSessionState& state) override {
     return calls.Add(state.terminalId.c_str() +
                      std::string(state.isConnected ? " began" : " ended") +

@@ -1,0 +1,255 @@
+#include "module/jobs/upload_jobs.h"
+
+#include <chrono>
+#include <future>
+
+#include "module/frame/testing/semaphore.h"
+#include "module/jobs/temp_folder.h"
+#include "module/jobs/testing/file_jobs_in_agent.h"
+
+namespace orn::RemoteAccess {
+namespace {
+
+using Status = UploadArchiveMetadata::Status;
+
+struct UploadJobsTest : FileJobsInAgent {
+  UploadArchiveInput input{.timeout = 9,
+                           .name = L"caf\u00E9",
+                           .jobId = L"j",
+                           .password = {},
+                           .streamId = "t",
+                           .items = {{.pattern = L"C:\\not\\.\\there"}},
+                           .profile = L"p",
+                           .postItems = {{.name = "key", .value = "value"}},
+                           .runContext = L"7"};
+  UploadArchiveMetadata report;  // as the storage gives it
+
+  uint32_t Start(const UploadArchiveInput& asked) {
+    response = {};
+    const uint32_t code = feature.StartUploadArchive(asked, response);
+    EXPECT_EQ(response.runContext, L"7");
+    return code;
+  }
+  uint32_t StartAs(int id) {
+    UploadArchiveInput asked = input;
+    asked.jobId = std::to_wstring(id).c_str();
+    return Start(asked);
+  }
+
+  // A job whose archive is ready, or what else the result tells.
+  UploadArchiveTask Prepared(uint32_t result = 0) {
+    auto job = std::make_shared<FileOperationJob>();
+    job->streamId = "t";
+    job->type = kUploadJob;
+    jobs.AddJob(L"j", job);
+    PathStringT<260> archive =
+        GenerateTempFolder(L"", L"Tessaro.{899B55B7-2737-4C6E-AE15-51B2D361C85E}");
+    AppendPath(archive, L"caf\u00E9.zip");
+    EXPECT_TRUE(UniqueFile(CreateFileW(archive.c_str(), GENERIC_WRITE, /*share=*/0,
+                                       /*security=*/nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL,
+                                       /*template=*/nullptr)));
+    return {.jobId = L"j", .input = input, .archivePath = archive, .result = result};
+  }
+  void Tell(const UploadArchiveTask& task) {
+    UploadArchiveMetadata packed;
+    packed.jobId = task.jobId;
+    packed.name = task.input.name;
+    feature.OnUploadArchivePrepared(task, packed);
+  }
+  void Report(int32_t error) {
+    report.centralizedStorage.error = error;
+    EXPECT_EQ(feature.OnUploadFinished(L"op", report), 0u);
+  }
+  void ExpectNothingLeft(const UploadArchiveTask& task) {
+    UploadArchiveCache cache;
+    EXPECT_FALSE(HasJob(L"j"));
+    EXPECT_FALSE(jobs.TakeUploadArchiveCache(L"j", cache));
+    const std::wstring path(task.archivePath.view());
+    EXPECT_FALSE(Exists(path.substr(0, path.rfind(L'\\'))));
+  }
+};
+
+TEST_F(UploadJobsTest, ARefusedStartTellsWhyAndLeavesNoJob) {
+  const auto refuse = [this](auto change, uint32_t code, const wchar_t* word, const char* reason) {
+    UploadArchiveInput asked = input;
+    change(asked);
+    EXPECT_EQ(Start(asked), code);
+    EXPECT_EQ(response.message, word);
+    EXPECT_TRUE(response.jobId.empty() && !HasJob(L"j"));
+    EXPECT_EQ(calls.Take(), Calls{std::string("telemetry FailedToStart::") + reason});
+    EXPECT_EQ(last_event["exit_code"].asUInt(), code);
+  };
+  const auto refuse_name = [&](const wchar_t* name) {
+    refuse(
+        [&](UploadArchiveInput& asked) {
+          asked.name = name;
+          if (*name == 0) asked.items.clear();
+        },
+        123, L"invalid archive name", "InvalidInput");
+  };
+  // The first fault is the one that is told.
+  refuse(
+      [](UploadArchiveInput& asked) {
+        asked.jobId = std::wstring(51, L'x').c_str();
+        asked.name = L"";
+      },
+      8348, L"jobId too long", "InvalidInput");
+  for (const wchar_t* name : {L"", L"a/b", L"a\\b", L"\\a", L"a<b", L"a|b"})
+    refuse_name(name);
+  refuse([](UploadArchiveInput& asked) { asked.items.clear(); }, 4306, L"empty input",
+         "InvalidInput");
+  storage.prevalidate_result = 223;
+  refuse([](UploadArchiveInput&) {}, 223, L"N/A", "CentralizedStoragePrevalidateError");
+  EXPECT_EQ(storage.data.items[0].name, ToUtf8(input.name.view()));
+  EXPECT_EQ(storage.data.items[0].path, input.name);
+  EXPECT_TRUE(storage.data.postItems.empty() && storage.data.timeout == 9);
+
+  jobs.AddJob(L"used", std::make_shared<FileOperationJob>());
+  refuse([](UploadArchiveInput& asked) { asked.jobId = L"used"; }, 1375, L"jobId already in-use",
+         "InvalidInput");
+  EXPECT_TRUE(HasJob(L"used"));
+  feature.SetEnabled(false);
+  calls.Take();
+  refuse([](UploadArchiveInput&) {}, 1260, L"not enabled", "Disabled");
+  feature.SetEnabled(true);
+  plugins.erase(L"Product.CentralizedStorage");
+  feature.Init(this);
+  calls.Take();
+  refuse([](UploadArchiveInput&) {}, 1359, L"internal error", "PluginMissing");
+  EXPECT_EQ(feature.CancelUpload(L"j", message), 1359u);
+}
+
+TEST_F(UploadJobsTest, AnArchiveIsHandedOverAndGoneWhenTheStorageHasReported) {
+  ASSERT_EQ(Open("t"), 0);
+  const struct {
+    int32_t error;
+    const char* telemetry;
+    const char* event;
+  } kEnds[] = {{0, "telemetry Success", "uploaded j 1"},
+               {1223, "telemetry Aborted", "uploaded j 2"},
+               {7, "telemetry Failed", "uploaded j 4"}};
+  for (const auto& end : kEnds) {
+    calls.Take();
+    const UploadArchiveTask task = Prepared();
+    Tell(task);
+    EXPECT_EQ(storage.upload.items[0].name, ToUtf8(input.name.view()));
+    EXPECT_EQ(storage.upload.items[0].path, task.archivePath);
+    EXPECT_EQ(storage.upload.postItems[0].value, "value");
+    EXPECT_EQ(storage.upload.owner, L"RemoteAccess");
+    storage.cancel_result = 5;
+    EXPECT_EQ(feature.CancelUpload(L"j", message), 5u);
+    EXPECT_EQ(feature.CancelDownload(L"j", message), 6u);
+    on_event = [&] { EXPECT_TRUE(!HasJob(L"j") && Exists(task.archivePath.c_str())); };
+    report.items.resize(3);  // of no interest
+    Report(end.error);
+    EXPECT_EQ(calls.Take(), (Calls{"upload", "cancel upload op", end.telemetry, end.event}));
+    EXPECT_EQ(last_event["exit_code"].asInt(), end.error);
+    EXPECT_EQ(uploaded.name, L"caf\u00E9.zip");
+    EXPECT_TRUE(uploaded.items.empty());
+    ExpectNothingLeft(task);
+  }
+  const Calls sent = connector.streams["t"].sent.Take();
+  ASSERT_EQ(sent.size(), 3u);
+  EXPECT_TRUE(sent[0].starts_with("remoteAccessUploadFinished {") && sent[0].ends_with("}"));
+  Report(0);
+  EXPECT_EQ(calls.Take(), Calls{});
+  // A report on a job that has lost its archive's entry ends the job and tells nobody.
+  Tell(Prepared());
+  UploadArchiveCache cache;
+  EXPECT_TRUE(jobs.TakeUploadArchiveCache(L"j", cache));
+  Report(0);
+  EXPECT_EQ(calls.Take(), Calls{"upload"});
+  EXPECT_FALSE(HasJob(L"j"));
+}
+
+TEST_F(UploadJobsTest, AReportThatOvertakesTheUploadsReturnIsServed) {
+  std::future<void> reported;
+  storage.while_starting = [&] {
+    reported = std::async(std::launch::async, [this] { Report(0); });
+    EXPECT_EQ(reported.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  };
+  const UploadArchiveTask task = Prepared();
+  Tell(task);
+  reported.wait();
+  EXPECT_EQ(calls.Take(), (Calls{"upload", "telemetry Success", "uploaded j 1"}));
+  ExpectNothingLeft(task);
+}
+
+TEST_F(UploadJobsTest, AnEndBeforeTheStorageIsToldWithoutTelemetryAndLeavesNothing) {
+  storage.start_result = 87;
+  const struct {
+    uint32_t result;
+    Calls calls;
+    const wchar_t* name;
+  } kEnds[] = {{1223, {"uploaded j 2"}, L"caf\u00E9"},
+               {1627, {"uploaded j 3"}, L"caf\u00E9"},
+               {0, {"uploaded j 4", "upload"}, L"caf\u00E9.zip"}};
+  for (const auto& end : kEnds) {
+    const UploadArchiveTask task = Prepared(end.result);
+    on_event = [&] { EXPECT_TRUE(HasJob(L"j") && Exists(task.archivePath.c_str())); };
+    Tell(task);
+    Calls seen = calls.Take();
+    std::ranges::sort(seen, std::greater());
+    EXPECT_EQ(seen, end.calls);
+    EXPECT_EQ(uploaded.name, end.name);
+    EXPECT_EQ(uploaded.centralizedStorage.reason, L"N/A");
+    EXPECT_EQ(uploaded.centralizedStorage.error, -1);
+    ExpectNothingLeft(task);
+  }
+  on_event = nullptr;
+  plugins.erase(L"Product.CentralizedStorage");
+  feature.Init(this);
+  calls.Take();
+  const UploadArchiveTask late = Prepared();
+  Tell(late);
+  EXPECT_EQ(calls.Take(), Calls{"uploaded j 4"});
+  EXPECT_EQ(uploaded.name, L"caf\u00E9");
+  ExpectNothingLeft(late);
+  // Without a job nobody is told, and nothing is touched.
+  const UploadArchiveTask orphan = Prepared();
+  jobs.RemoveJob(L"j");
+  Tell(orphan);
+  EXPECT_EQ(calls.Take(), Calls{});
+  EXPECT_TRUE(Exists(orphan.archivePath.c_str()));
+}
+
+// The first is being told of, so that the worker takes no other.
+TEST_F(UploadJobsTest, WaitingUploadsAreLimitedAndCancelledAndEndWithTheFeature) {
+  Semaphore told, go_on;
+  on_event = [&] {
+    told.Release();
+    go_on.Acquire();
+  };
+  EXPECT_EQ(StartAs(0), 0u);
+  EXPECT_EQ(response.message, L"success");
+  told.Acquire();
+  on_event = nullptr;
+  for (int id = 1; id <= 30; ++id)
+    EXPECT_EQ(StartAs(id), 0u);
+  EXPECT_EQ(StartAs(31), 170u);
+  EXPECT_EQ(response.message, L"busy");
+  EXPECT_FALSE(HasJob(L"31"));
+  EXPECT_EQ(calls.Take(), Calls{"telemetry FailedToStart::PrepareError"});
+  EXPECT_EQ(feature.CancelUpload(L"30", message), 0u);
+  EXPECT_EQ(message, L"success");
+  EXPECT_EQ(calls.Take(), Calls{"uploaded 30 2"});
+  EXPECT_EQ(feature.CancelUpload(L"30", message), 6u);
+  EXPECT_EQ(message, L"invalid jobId");
+
+  // What waits goes to the storage as if it were packed, by the path that it does not have.
+  storage.start_result = 87;
+  auto stopped = std::async(std::launch::async, [this] { feature.Stop(); });
+  go_on.Release();
+  stopped.wait();
+  const Calls seen = calls.Take();
+  const auto last = std::ranges::find(seen, "unregister from storage");
+  EXPECT_EQ(
+      std::count(seen.begin(), last, "upload") + std::count(seen.begin(), last, "uploaded 0 3"),
+      std::count_if(seen.begin(), seen.end(),
+                    [](const auto& call) { return call.starts_with("uploaded"); }));
+  for (int id = 0; id <= 30; ++id)
+    EXPECT_FALSE(HasJob(std::to_wstring(id).c_str())) << id;
+}
+
+}  // namespace
+}  // namespace orn::RemoteAccess
