@@ -33,6 +33,9 @@ struct FileJobsInAgent : FeatureInAgent, IRemoteAccess::IFileOperationEvent {
   FileJobsInAgent() {
     Run();
     feature.RegisterFileOperationEvent(this, 0, 0);
+    bool enabled = false;
+    feature.GetEnabled(&enabled);
+    calls.Take();
   }
   ~FileJobsInAgent() override {
     feature.Stop();
