@@ -31,11 +31,13 @@ export class Metrics {
     }
     const connected = machines.filter((machine) => machine.connected).length;
     const open = machines.reduce((sum, machine) => sum + machine.state.sessions, 0);
+    const events = machines.reduce((sum, machine) => sum + machine.events.lastId, 0);
     const cpu = process.cpuUsage();
     const cpuSeconds = (cpu.user + cpu.system) / 1e6;
     add("remote_access_machines_known", "gauge", "Machines that ever connected.", machines.length);
     add("remote_access_machines_connected", "gauge", "Machines connected now.", connected);
     add("remote_access_terminals_open", "gauge", "Terminals open now.", open);
+    add("remote_access_events_total", "counter", "Events that machines told of.", events);
     add("process_resident_memory_bytes", "gauge", "Resident memory.", process.memoryUsage.rss());
     add("process_cpu_seconds_total", "counter", "Processor time.", cpuSeconds);
     return `${lines.join("\n")}\n`;

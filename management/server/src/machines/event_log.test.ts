@@ -1,4 +1,4 @@
-import { appendFileSync, mkdtempSync, readFileSync, rmSync, statSync } from "node:fs";
+import { appendFileSync, mkdirSync, mkdtempSync, readFileSync, rmSync, statSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { expect, onTestFinished, test } from "vitest";
@@ -63,6 +63,29 @@ test("the log of a machine that tells a lot stays bounded, on disk and after a r
   const again = new EventLog(file, fail);
   expect(again.since(0)[0]?.id).toBe(kept[0]?.id);
   await again.flush();
+});
+
+test("events that could not be written are not claimed to be, and are written once that is possible", async () => {
+  const dir = mkdtempSync(join(tmpdir(), "remote-access-"));
+  onTestFinished(() => rmSync(dir, { recursive: true }));
+  const folder = join(dir, "gone");
+  const file = join(folder, "events.jsonl");
+  let failed: () => void = () => {};
+  const failure = new Promise<void>((resolve) => {
+    failed = resolve;
+  });
+  const log = new EventLog(file, () => failed(), 10);
+  log.append({ seq: 7, name: "A", payload: "1.0" }, "store");
+  const written = log.written();
+  await failure;
+  log.append({ seq: 8, name: "B", payload: "{}" }, "store");
+  expect(log.lastWritten("store")).toBe(0);
+  mkdirSync(folder);
+  await written;
+  await log.written();
+  const again = new EventLog(file, (error) => expect.fail(String(error)));
+  expect(again.lastWritten("store")).toBe(8);
+  expect(again.since(0).map((event) => event.payload)).toEqual(["1.0", "{}"]);
 });
 
 test("a slow follower gets every event, in order, however many there are", async () => {

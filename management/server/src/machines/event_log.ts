@@ -33,6 +33,7 @@ const RETRY_MS = 5_000;
  */
 export class EventLog {
   readonly #file: LineFile;
+  readonly #retryMs: number;
   readonly #followers = new Set<() => void>();
   readonly #events: EventRecord[] = [];
   /** The last number of each store, and how far that is in the file for certain. */
@@ -42,7 +43,9 @@ export class EventLog {
   #lastId = 0;
   #forgotten = 0;
 
-  constructor(path: string, onError: (error: unknown) => void) {
+  /** `retryMs` is how long a disk that failed is left alone. */
+  constructor(path: string, onError: (error: unknown) => void, retryMs = RETRY_MS) {
+    this.#retryMs = retryMs;
     this.#file = new LineFile(path, onError);
     this.#load(path);
     this.#written = new Map(this.#stores);
@@ -74,7 +77,7 @@ export class EventLog {
   async written(): Promise<void> {
     const stores = new Map(this.#stores);
     while (!(await this.#file.flush())) {
-      await sleep(RETRY_MS, undefined, { ref: false });
+      await sleep(this.#retryMs, undefined, { ref: false });
       this.#rewrite();
     }
     for (const [store, seq] of stores) {

@@ -1,12 +1,14 @@
 import { randomUUID } from "node:crypto";
-import { constants, mkdirSync, readdirSync, rmSync } from "node:fs";
+import { constants, createWriteStream, mkdirSync, readdirSync, rmSync } from "node:fs";
 import { type FileHandle, link, open, readdir, rename, rm, stat, unlink } from "node:fs/promises";
 import { join } from "node:path";
+import { pipeline } from "node:stream/promises";
 import { ApiError, badRequest, notFound, tooLarge } from "../errors.ts";
 import { checkName, numbered } from "./names.ts";
 
 /** Of files that are still on their way in; no stored file can be called so. */
 const PARTIAL = ".partial-";
+const BUFFER_BYTES = 1024 * 1024;
 const MAX_NUMBER = 10_000;
 // A link or a pipe that somebody put into the folder is no stored file.
 const READ_PLAIN = constants.O_RDONLY | (constants.O_NOFOLLOW ?? 0) | (constants.O_NONBLOCK ?? 0);
@@ -27,7 +29,7 @@ export interface Incoming {
   chunks: AsyncIterable<Buffer>;
   /** Whether a file of that name gives way; else the new one gets another name. */
   replace: boolean;
-  /** Called with the length of each piece that was written. */
+  /** Called with the length of each piece that was taken. */
   onBytes(bytes: number): void;
 }
 
@@ -90,19 +92,19 @@ export class Profile {
   }
 
   async #write(path: string, { chunks, onBytes }: Incoming): Promise<number> {
-    const file = await open(path, "wx", 0o600);
-    try {
-      let size = 0;
+    const { maxSize } = this;
+    let size = 0;
+    const counted = async function* () {
       for await (const chunk of chunks) {
         size += chunk.length;
-        if (size > this.maxSize) throw tooLarge();
-        for (let at = 0; at < chunk.length; ) at += (await file.write(chunk, at)).bytesWritten;
+        if (size > maxSize) throw tooLarge();
         onBytes(chunk.length);
+        yield chunk;
       }
-      return size;
-    } finally {
-      await file.close();
-    }
+    };
+    const file = createWriteStream(path, { flags: "wx", mode: 0o600, highWaterMark: BUFFER_BYTES });
+    await pipeline(counted, file);
+    return size;
   }
 
   /** Gives a whole file its name, or the next one that is free: whoever links first has it. */

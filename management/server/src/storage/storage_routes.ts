@@ -1,4 +1,4 @@
-import type { FastifyInstance } from "fastify";
+import type { FastifyInstance, FastifyRequest } from "fastify";
 import { administratorsOnly } from "../http/administrators.ts";
 import type { ApiContext } from "../http/api_routes.ts";
 import type { Limits } from "../limits.ts";
@@ -31,7 +31,12 @@ export function storageRoutes(context: ApiContext, storage: Storage, limits: Lim
     // A wildcard, so that a name with separators in it is refused as a name and not taken for an unknown route.
     const path = "/storage/:profile/*";
 
-    api.put<FileRoute>(path, async (request, reply) => {
+    // Whatever a file is said to be, it is taken; also where that cannot be read.
+    const forgetType = async ({ headers }: FastifyRequest) => {
+      delete headers["content-type"];
+    };
+
+    api.put<FileRoute>(path, { onRequest: forgetType }, async (request, reply) => {
       const profile = storage.get(request.params.profile);
       const name = checkName(request.params["*"]);
       const details = { profile: profile.name, name };
