@@ -18,50 +18,49 @@ template struct Reveal<orn::RemoteAccess::FileOperations,
 
 namespace orn::RemoteAccess {
 
-// The running feature with a storage, an observer of its file jobs, who is the test, and a
-// temporary folder of its own.
+// The running feature with a storage and a temporary folder of its own; the test observes its file
+// jobs: "downloaded ID STATUS", "uploaded ID STATUS".
 struct FileJobsInAgent : FeatureInAgent, IRemoteAccess::IFileOperationEvent {
+  PathStringT<260> old_temp;
   TestFolder folder;
-  std::wstring old_temp = SetTemp(folder / L"");
   FileOperationManager& jobs = Private<FileOperations>(feature);
   OperationResponse response;
   StringT<wchar_t> message;  // of the last cancel
-  DownloadMetadata downloaded;
   UploadArchiveMetadata uploaded;
   std::function<void()> on_event;  // while the observer is being told
 
   FileJobsInAgent() {
+    GetTempFolder(old_temp);
+    SetEnvironmentVariableW(L"TMP", (folder / L"").c_str());
     Run();
     feature.RegisterFileOperationEvent(this, 0, 0);
     bool enabled = false;
-    feature.GetEnabled(&enabled);
+    feature.GetEnabled(&enabled);  // Reads the store.
     calls.Take();
   }
   ~FileJobsInAgent() override {
     feature.Stop();
-    SetTemp(old_temp);
+    SetEnvironmentVariableW(L"TMP", old_temp.c_str());
   }
 
-  static std::wstring SetTemp(const std::wstring& path) {
-    wchar_t old[MAX_PATH] = {};
-    GetEnvironmentVariableW(L"TMP", old, MAX_PATH);
-    SetEnvironmentVariableW(L"TMP", path.c_str());
-    return old;
-  }
   uint32_t OnDownloadFinished(const DownloadMetadata& metadata) override {
-    downloaded = metadata;
     return Note("downloaded ", metadata.jobId, static_cast<int>(metadata.status));
   }
   uint32_t OnUploadFinished(const UploadArchiveMetadata& metadata) override {
     uploaded = metadata;
     return Note("uploaded ", metadata.jobId, static_cast<int>(metadata.status));
   }
-  uint32_t Note(std::string event, const StringT<wchar_t>& jobId, int status) {
+  uint32_t Note(const char* event, const StringT<wchar_t>& jobId, int status) {
     if (on_event) on_event();
-    event += ToUtf8(jobId.view()).c_str();
-    return calls.Add(event + ' ' + std::to_string(status));
+    return calls.Add(event + std::string(ToUtf8(jobId.view()).view()) + ' ' +
+                     std::to_string(status));
   }
   bool HasJob(const wchar_t* jobId) { return jobs.FindJob(jobId) != nullptr; }
+  void TakeStorageAway() {
+    plugins.erase(L"Product.CentralizedStorage");
+    feature.Init(this);
+    calls.Take();
+  }
 };
 
 }  // namespace orn::RemoteAccess
