@@ -20,11 +20,11 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-uint32_t ReadPipe(HANDLE pipe, std::FILE* file, HANDLE cancel_event) {
+uint32_t ReadPipe(HANDLE pipe, std::FILE* file, const ReadCancelEvent& cancel_event) {
   const LogFunctionTrace trace(L"orn::RemoteAccess::RemoteAccessAL::ReadPipe");
   char buffer[kChunk + 1];
   for (;;) {
-    if (cancel_event != nullptr && WaitForSingleObject(cancel_event, 0) == WAIT_OBJECT_0) {
+    if (cancel_event.IsSet()) {
       ORN_LOG(logging::kInformation, trace.function(), L"Execution cancelled");
       return error::kAborted;
     }
@@ -45,8 +45,21 @@ DWORD WINAPI RunBody(void* parameter) {
 
 }  // namespace
 
-void ReadPipeThread(HANDLE pipe, const PathStringT<260>& output_path, HANDLE cancel_event,
-                    uint32_t* result) {
+ReadCancelEvent::ReadCancelEvent()
+    : event_(CreateEventW(/*security=*/nullptr, /*manualReset=*/TRUE, /*signalled=*/FALSE,
+                          /*name=*/nullptr)) {}
+
+void ReadCancelEvent::Set() noexcept {
+  SetEvent(event_.get());
+  was_set_ = true;
+}
+
+bool ReadCancelEvent::IsSet() const noexcept {
+  return was_set_ && event_ && WaitForSingleObject(event_.get(), 0) == WAIT_OBJECT_0;
+}
+
+void ReadPipeThread(HANDLE pipe, const PathStringT<260>& output_path,
+                    const ReadCancelEvent& cancel_event, uint32_t* result) {
   const LogFunctionTrace trace(L"orn::RemoteAccess::RemoteAccessAL::ReadPipeThread");
   ORN_LOG(logging::kInformation, trace.function(),
           L"Redirecting stdout and stderr to outputfile: [%s]", output_path.c_str());

@@ -164,20 +164,19 @@ void ProcessRuns::WaitForProcess(const std::shared_ptr<WaitForProcessData>& data
   const UniqueHandle process = Duplicate(child->process(), /*inheritable=*/false);
   uint32_t read_result = error::kFailed;
   ReaderThread reader;
-  const UniqueHandle cancel_reading(CreateEventW(/*security=*/nullptr, /*manualReset=*/TRUE,
-                                                 /*signalled=*/FALSE, /*name=*/nullptr));
+  ReadCancelEvent cancel_reading;
   if (!cancel_reading) {
     ORN_LOG(logging::kWarning, trace.function(), L"Failed to create readthreadCancelEvent: [%d]",
             GetLastError());
   }
   if (!data->outputPath.empty()) {
-    reader.Start([pipe = child->stdout_read(), &path = data->outputPath,
-                  cancel = cancel_reading.get(),
-                  &read_result] { ReadPipeThread(pipe, path, cancel, &read_result); });
+    reader.Start([&child, &data, &cancel_reading, &read_result] {
+      ReadPipeThread(child->stdout_read(), data->outputPath, cancel_reading, &read_result);
+    });
   }
 
   const auto end_run = [&](Reason reason, uint32_t exit_code) {
-    SetEvent(cancel_reading.get());
+    cancel_reading.Set();
     TerminateJobObject(job.get(), exit_code);
     metadata.reason = reason;
   };
