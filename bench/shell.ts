@@ -1,30 +1,23 @@
 // The shell through the whole system beside the raw console, in turns in one run:
 // output speed, and the time from a key press to its echo.
 
-import { execFileSync } from "node:child_process";
 import { mkdirSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { figures } from "../tests/support/processes.ts";
 import type { Shell } from "../tests/support/shell.ts";
 import { Stack } from "../tests/support/stack.ts";
+import {
+  median,
+  milliseconds,
+  quantile,
+  rounds,
+  row,
+  rowOfOurs,
+  run,
+  windowsPath,
+} from "./support.ts";
 
-const [bin, rawPrefix] = process.argv.slice(2) as [string, string];
-const rounds = Number(process.env.ROUNDS ?? 5);
 const keys = 60;
-
-function raw(...args: string[]): string {
-  return execFileSync("wine", [join(bin, "raw_console.exe"), ...args], {
-    env: { ...process.env, WINEPREFIX: rawPrefix, WINEDEBUG: "-all" },
-    stdio: ["ignore", "pipe", "ignore"],
-  }).toString();
-}
-
-function quantile(values: number[], share: number): number {
-  const sorted = values.toSorted((a, b) => a - b);
-  return sorted[Math.min(sorted.length - 1, Math.floor(share * sorted.length))] ?? Number.NaN;
-}
-
-const milliseconds = () => Number(process.hrtime.bigint()) / 1e6;
 
 async function flood(stack: Stack, file: string): Promise<number> {
   const shell = await stack.api.shell();
@@ -86,31 +79,27 @@ try {
   const path = join(stack.data, "five-megabytes.txt");
   mkdirSync(stack.data, { recursive: true });
   writeFileSync(path, `${"0123456789".repeat(7)}\r\n`.repeat(72_000));
-  const file = `Z:${path.replaceAll("/", "\\")}`;
+  const file = windowsPath(path);
 
   const speeds = { raw: [] as number[], ours: [] as number[] };
   const times = { raw: [] as number[], ours: [] as number[] };
   for (let round = 0; round < rounds; round++) {
-    const { bytes, seconds } = JSON.parse(raw("flood", file));
+    const { bytes, seconds } = await run<{ bytes: number; seconds: number }>(
+      "raw_console.exe",
+      "flood",
+      file,
+    );
     speeds.raw.push(bytes / seconds / 1000);
     speeds.ours.push(await flood(stack, file));
-    times.raw.push(...JSON.parse(raw("echo", String(keys))));
+    times.raw.push(...(await run<number[]>("raw_console.exe", "echo", String(keys))));
     times.ours.push(...(await echo(stack)));
   }
 
-  const row = (name: string, a: number, b: number) =>
-    console.log(
-      `${name.padEnd(34)} raw ${a.toFixed(1).padStart(8)}   ours ${b.toFixed(1).padStart(8)}   ratio ${(b / a).toFixed(2)}`,
-    );
-  row("output, kB/s, median", quantile(speeds.raw, 0.5), quantile(speeds.ours, 0.5));
-  row("key press to echo, ms, median", quantile(times.raw, 0.5), quantile(times.ours, 0.5));
+  row("output, kB/s, median", median(speeds.raw), median(speeds.ours));
+  row("key press to echo, ms, median", median(times.raw), median(times.ours));
   row("key press to echo, ms, 95th pct", quantile(times.raw, 0.95), quantile(times.ours, 0.95));
-  console.log(
-    `${"memory of one more session, KiB".padEnd(47)} ours ${(await memoryPerSession(stack)).toFixed(0).padStart(8)}`,
-  );
-  console.log(
-    `${"idle, processor ms in a minute".padEnd(47)} ours ${(await idleTime(stack)).toFixed(0).padStart(8)}`,
-  );
+  rowOfOurs("memory of one more session, KiB", await memoryPerSession(stack));
+  rowOfOurs("idle, processor ms in a minute", await idleTime(stack));
 } finally {
   await stack.stop();
 }
