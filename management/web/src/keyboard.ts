@@ -86,7 +86,7 @@ function showView(view: View): void {
   goTo(machine.id, view);
   // The terminal is out of sight now; unless the view has put it elsewhere, the focus is where the view was chosen.
   requestAnimationFrame(() => {
-    if (document.activeElement && document.activeElement !== document.body) return;
+    if (view === "shell" || document.activeElement?.closest(".view, .topbar")) return;
     document.querySelector<HTMLElement>(".view-nav a[aria-current]")?.focus();
   });
 }

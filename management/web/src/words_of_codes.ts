@@ -148,7 +148,7 @@ export function describeSentItem(code: number): ItemWords {
 const httpErrors: Record<string, string> = {
   unauthorized: "You are no longer signed in.",
   forbidden_origin: "The server refused a request from this address of the page.",
-  not_connected: "The machine is not connected.",
+  not_connected: "The machine's agent is not connected for this now.",
   not_found: "The server does not have this.",
   too_large: "It is larger than the server takes.",
   bad_request: "The server could not make sense of the request.",
@@ -159,9 +159,15 @@ const httpErrors: Record<string, string> = {
   internal: "Something went wrong inside the server.",
 };
 
+// What exactly is wrong is told by the server's own sentence.
+const vagueErrors = new Set(["bad_request", "bad_name", "not_found"]);
+
 /** Words for an answer of the server that is no success; status 0 where there was none at all. */
-export function describeHttp(status: number, error: string): Problem {
+export function describeHttp(status: number, error: string, message: string): Problem {
   if (status === 0) return { text: "The server can't be reached." };
+  const code = `HTTP ${status}`;
   const known = Object.hasOwn(httpErrors, error) ? httpErrors[error] : undefined;
-  return { text: known ?? "The server answered with an error.", code: `HTTP ${status}` };
+  if (known && !vagueErrors.has(error)) return { text: known, code };
+  const problem = { text: known ?? "The server answered with an error.", code };
+  return message ? { ...problem, said: message } : problem;
 }

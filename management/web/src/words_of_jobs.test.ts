@@ -52,8 +52,12 @@ test("a check says what is wrong by its own code, and is good only with an answe
   expect(check(3, undefined)).toMatchObject({ code: 3 });
   expect(check(0, undefined)).toBeDefined();
   expect(check(0, { fileCount: 1, size: 0 })).toBeUndefined();
-  expect(describeHttp(409, "not_connected").code).toBe("HTTP 409");
-  expect(describeHttp(500, "constructor").text).toBe(describeHttp(502, "").text);
+  expect(describeHttp(409, "not_connected", "It is away.")).toEqual({
+    text: "The machine's agent is not connected for this now.",
+    code: "HTTP 409",
+  });
+  expect(describeHttp(400, "bad_name", "No device.")).toMatchObject({ said: "No device." });
+  expect(describeHttp(500, "constructor", "").text).toBe(describeHttp(502, "", "").text);
 });
 
 test("a transfer says how it ended for each of its items", () => {

@@ -34,19 +34,24 @@ function describeSent(job: Job): { title: string; place: string } {
   const folders = new Set(targets.map(folderOf));
   const place = folders.size === 1 ? [...folders][0] : commonFolder(targets);
   return {
-    title: targets.length === 1 ? baseName(targets[0] ?? "") : count(targets.length, "file"),
-    place: place ? `to ${place}` : "to several folders",
+    // Of a long list only its being there is remembered.
+    title: targets.length === 1 ? baseName(targets[0] ?? "") : manyFiles(targets.length),
+    place: place ? `to ${place}` : targets.length ? "to several folders" : "",
   };
 }
 
 function describeFetched(job: Job): { title: string; place: string } {
   const asked = job.parent === null ? list(job.input, "items") : list(job.end, "items");
   const paths = asked.map((item) => text(item, "pattern"));
-  const place = paths.length === 1 ? paths[0] : count(paths.length, "path");
+  const place = paths.length === 1 ? paths[0] : paths.length ? count(paths.length, "path") : "";
   return {
     title: text(job.end, "name") || text(job.input, "name") || "Archive",
-    place: job.parent === null ? `from ${place}` : "from a command",
+    place: job.parent === null ? (place ? `from ${place}` : "") : "from a command",
   };
+}
+
+function manyFiles(number: number): string {
+  return number === 0 ? "Files" : count(number, "file");
 }
 
 /** The folder that all paths lie in or below; empty where there is none. */

@@ -99,7 +99,7 @@ async function ask(path: string, init: RequestInit): Promise<Json> {
   try {
     return await response.json();
   } catch {
-    throw new Refusal(describeHttp(0, ""));
+    throw new Refusal(describeHttp(0, "", ""));
   }
 }
 
@@ -108,7 +108,7 @@ async function send(path: string, init: RequestInit): Promise<Response> {
     return await fetch(path, init);
   } catch (error) {
     if (init.signal?.aborted) throw error;
-    throw new Refusal(describeHttp(0, ""));
+    throw new Refusal(describeHttp(0, "", ""));
   }
 }
 
@@ -119,7 +119,5 @@ async function refusalOf(response: Response): Promise<Refusal> {
 function refusal(status: number, body: string): Refusal {
   if (status === 401) location.assign("/");
   const answer = parse(body);
-  const problem = describeHttp(status, text(answer, "error"));
-  const said = text(answer, "message");
-  return new Refusal(said ? { ...problem, said } : problem);
+  return new Refusal(describeHttp(status, text(answer, "error"), text(answer, "message")));
 }

@@ -1,4 +1,5 @@
 import { useEffect } from "preact/hooks";
+import { FeedNote } from "../components/feed_note";
 import { MachineNotice } from "../components/machine_notice";
 import { ProblemNote } from "../components/problem_note";
 import { loadProfiles, profilesProblem } from "../files/profiles";
@@ -16,14 +17,13 @@ export function CommandsView({ machine }: { machine: MachineInfo }) {
     loadProfiles();
   }, []);
   const runs = feed.jobs.value.filter(({ kind }) => kind === "process");
-  const state = feed.state.value;
   return (
     <section class="view" aria-label="Commands">
       <div class="view-body one-column">
         <MachineNotice machine={machine} />
         {profilesProblem.value && <ProblemNote problem={profilesProblem.value} />}
         <RunForm machine={machine} />
-        {state.phase === "lost" && <ProblemNote problem={state.problem} />}
+        <FeedNote feed={feed} />
         <ol class="runs" aria-label="Runs">
           {runs.map((run, index) => (
             <RunRow

@@ -49,15 +49,17 @@ export function EnabledSwitch({ machine }: { machine: MachineInfo }) {
         <span class="switch-state">{machine.enabled === null ? "…" : on ? "On" : "Off"}</span>
         <span class="switch-track" />
       </button>
-      {asking && (
-        <OffDialog
-          machine={machine}
-          busy={busy}
-          problem={problem}
-          onConfirm={() => set(false)}
-          onClose={() => setAsking(false)}
-        />
-      )}
+      <OffDialog
+        shown={asking}
+        machine={machine}
+        busy={busy}
+        problem={problem}
+        onConfirm={() => set(false)}
+        onClose={() => {
+          setAsking(false);
+          setProblem(undefined);
+        }}
+      />
       {!asking && problem && (
         <div class="switch-problem">
           <ProblemNote problem={problem}>
@@ -78,12 +80,14 @@ function switchTitle({ connected, enabled }: MachineInfo): string {
 }
 
 function OffDialog({
+  shown,
   machine,
   busy,
   problem,
   onConfirm,
   onClose,
 }: {
+  shown: boolean;
   machine: MachineInfo;
   busy: boolean;
   problem: Problem | undefined;
@@ -91,7 +95,10 @@ function OffDialog({
   onClose(): void;
 }) {
   const dialog = useRef<HTMLDialogElement>(null);
-  useEffect(() => dialog.current?.showModal(), []);
+  useEffect(() => {
+    if (shown) dialog.current?.showModal();
+    else dialog.current?.close();
+  }, [shown]);
   const shells = machine.sessions;
   return (
     <dialog ref={dialog} class="dialog" aria-labelledby="off-title" onClose={onClose}>
@@ -103,7 +110,7 @@ function OffDialog({
         Nobody can open a shell, send or fetch files or run commands until it is switched on again,
         here or on the machine.
       </p>
-      {problem && <ProblemNote problem={problem} />}
+      {shown && problem && <ProblemNote problem={problem} />}
       <div class="dialog-actions">
         <button type="button" class="button" onClick={onClose}>
           Cancel

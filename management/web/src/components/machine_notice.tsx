@@ -9,7 +9,11 @@ export function MachineNotice({ machine }: { machine: MachineInfo }) {
   return (
     <div class="machine-notice">
       <Icon name="warning" />
-      <p>{long}</p>
+      <p>
+        {kind === "off"
+          ? "Remote access is switched off on this machine. Until it is switched on, nothing can be started here."
+          : long}
+      </p>
     </div>
   );
 }

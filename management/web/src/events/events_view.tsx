@@ -1,6 +1,6 @@
 import { useEffect, useMemo, useRef, useState } from "preact/hooks";
+import { FeedNote } from "../components/feed_note";
 import { Icon } from "../components/icons";
-import { ProblemNote } from "../components/problem_note";
 import { eventsOf, type MachineEvent } from "../live/events_feed";
 import { jobsOf } from "../live/jobs_feed";
 import type { MachineInfo } from "../live/live_feed";
@@ -14,8 +14,8 @@ const PORTION = 150;
 
 const kinds: Array<{ kind: EventKind | "all"; title: string }> = [
   { kind: "all", title: "All" },
-  { kind: "download", title: "Sent files" },
-  { kind: "upload", title: "Fetched files" },
+  { kind: "download", title: "Downloads" },
+  { kind: "upload", title: "Uploads" },
   { kind: "process", title: "Commands" },
   { kind: "other", title: "Others" },
 ];
@@ -74,7 +74,7 @@ export function EventsView({ machine }: { machine: MachineInfo }) {
               : `${found.length.toLocaleString("en")} of ${count(events.length, "event")}`}
           </span>
         </search>
-        {state.phase === "lost" && <ProblemNote problem={state.problem} />}
+        <FeedNote feed={feed} />
         <ol class="events">
           {found.slice(0, shown).map((event) => (
             <EventRow key={event.id} event={event} job={ended.of(event)} />

@@ -17,10 +17,10 @@ const KEY = "sentFiles";
 // Where the server knows nothing of the job: the page went away before it asked for it, or it is forgotten long since.
 const FORGOTTEN_MS = 24 * 60 * 60 * 1000;
 
-const leftovers = signal<Leftover[]>(list(parse(localStorage.getItem(KEY) ?? "")) as Leftover[]);
+const leftovers = signal(read());
 
 export function rememberLeftover(leftover: Leftover): void {
-  keep([...leftovers.peek(), leftover]);
+  keep([...read(), leftover]);
 }
 
 export function sizesOf(jobId: string | null): Record<string, number> {
@@ -31,13 +31,16 @@ export function sizesOf(jobId: string | null): Record<string, number> {
 export async function removeLeftover(leftover: Leftover): Promise<void> {
   const names = Object.keys(leftover.sizes);
   await Promise.all(names.map((name) => deleteStored(leftover.profile, name)));
-  keep(leftovers.peek().filter((other) => other.jobId !== leftover.jobId));
+  keep(read().filter((other) => other.jobId !== leftover.jobId));
 }
 
 /** Follows the jobs of machines that have leftovers, and removes each once its job is over. */
 export function watchLeftovers(): void {
   const held = new Map<string, () => void>();
   const tried = new Set<string>();
+  window.addEventListener("storage", (event) => {
+    if (event.key === KEY) leftovers.value = read();
+  });
   effect(() => {
     const machines = new Set(leftovers.value.map((leftover) => leftover.machineId));
     untracked(() => {
@@ -63,6 +66,11 @@ export function watchLeftovers(): void {
 /** The identifier that the machine knows a file job by, also before it has answered. */
 export function jobIdOf(job: Job): string {
   return job.jobId ?? text(job.input, "jobId");
+}
+
+// Other tabs of the page have leftovers too, and all are kept in one place.
+function read(): Leftover[] {
+  return list(parse(localStorage.getItem(KEY) ?? "")) as Leftover[];
 }
 
 function keep(next: Leftover[]): void {

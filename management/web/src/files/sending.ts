@@ -77,6 +77,14 @@ export class Sending {
     await this.#send(this.folder.path.value, files, profile);
   }
 
+  /** Sends once more what did not get there. */
+  retry(upload: Upload): void {
+    const profile = currentProfile()?.name;
+    if (!profile) return;
+    this.dismiss(upload);
+    this.#send(upload.folder, upload.files, profile);
+  }
+
   dismiss(upload: Upload): void {
     this.uploads.value = this.uploads.value.filter((other) => other !== upload);
   }

@@ -1,9 +1,10 @@
+import { FeedNote } from "../components/feed_note";
 import { Icon } from "../components/icons";
-import { ProblemNote, ProblemWords } from "../components/problem_note";
+import { ProblemWords } from "../components/problem_note";
 import { ProgressBar } from "../components/progress_bar";
 import { jobsOf } from "../live/jobs_feed";
 import { count, size } from "../words_of_sizes";
-import { sendingOf, type Upload } from "./sending";
+import { type Sending, sendingOf, type Upload } from "./sending";
 import { TransferRow } from "./transfer_row";
 
 /** What is on its way and what came and went, newest first, whoever started it. */
@@ -12,14 +13,13 @@ export function TransferList({ machineId }: { machineId: string }) {
   const transfers = feed.jobs.value.filter(({ kind }) => kind !== "process");
   const sending = sendingOf(machineId);
   const uploads = sending.uploads.value;
-  const state = feed.state.value;
   return (
     <section class="transfers" aria-label="Transfers">
       <h2>Transfers</h2>
-      {state.phase === "lost" && <ProblemNote problem={state.problem} />}
+      <FeedNote feed={feed} />
       <ul>
         {uploads.map((upload) => (
-          <UploadRow key={upload.jobId} upload={upload} onDismiss={() => sending.dismiss(upload)} />
+          <UploadRow key={upload.jobId} sending={sending} upload={upload} />
         ))}
         {transfers.map((job) => (
           <TransferRow key={job.id} machineId={machineId} job={job} />
@@ -39,7 +39,7 @@ const uploadStates = {
 };
 
 /** Files that are still on their way from this page to the server. */
-function UploadRow({ upload, onDismiss }: { upload: Upload; onDismiss(): void }) {
+function UploadRow({ sending, upload }: { sending: Sending; upload: Upload }) {
   const state = upload.state.value;
   const name = upload.files[0]?.file.name ?? "";
   const title = upload.files.length === 1 ? name : count(upload.files.length, "file");
@@ -74,9 +74,20 @@ function UploadRow({ upload, onDismiss }: { upload: Upload; onDismiss(): void })
             </button>
           )}
           {failed && (
-            <button type="button" class="button small" onClick={onDismiss}>
-              Dismiss
-            </button>
+            <>
+              <button type="button" class="button small" onClick={() => sending.retry(upload)}>
+                Try again
+              </button>
+              <button
+                type="button"
+                class="small-icon"
+                aria-label={`Forget ${title}`}
+                title="Forget it"
+                onClick={() => sending.dismiss(upload)}
+              >
+                <Icon name="close" size={12} />
+              </button>
+            </>
           )}
         </div>
       </div>
