@@ -75,7 +75,11 @@ export function agentStorageRoutes(context: AgentStorageContext) {
           });
         });
         progress(stored.size, stored.size);
-        return reply.code(201).send(stored);
+        // Without a charset: so the machine hands it on as a value, not as a text.
+        return reply
+          .code(201)
+          .type("application/json")
+          .send(Buffer.from(JSON.stringify(stored)));
       },
     );
   };

@@ -17,7 +17,6 @@ export function checkName(given: string): string {
   if (FORBIDDEN.test(name)) throw badName("The name has a character that names may not have.");
   if (name.startsWith(".")) throw badName("The name begins with a full stop.");
   if (/[\s.]$/.test(name)) throw badName("The name ends in a blank or a full stop.");
-  if (name.includes("..")) throw badName("The name has two full stops in a row.");
   if (DEVICE.test(name)) throw badName("The name is that of a device.");
   return name;
 }
