@@ -17,6 +17,7 @@
 #include "module/jobs/file_operation.h"
 #include "module/jobs/file_operation_manager.h"
 #include "module/jobs/file_operation_reports.h"
+#include "module/jobs/path_prevalidation.h"
 #include "module/jobs/process_runs.h"
 #include "module/jobs/upload_jobs.h"
 #include "module/platform/centralized_storage.h"
@@ -124,7 +125,7 @@ class RemoteAccessAL
   ProcessObservers process_observers_;
   EnabledSetting enabled_;
   // Holds the job of the host's process, which therefore outlives the plug-ins.
-  JsonRpcFront json_rpc_{enabled_, *this, sessions_, telemetry_};
+  JsonRpcFront json_rpc_{enabled_, *this, sessions_, telemetry_, prevalidation_};
   ServPlugin<RemoteTerminal::IRemoteTerminalManager> terminal_manager_{L"RemoteTerminalManager"};
   ServPlugin<VeldConnector::IConnector> connector_{L"VeldConnector"};  // held beyond UnInit
   ServPlugin<ITsrSettings> settings_{L"TsrSettings"};
@@ -134,6 +135,7 @@ class RemoteAccessAL
   FileOperationReports file_reports_{sessions_, file_observers_};
   DownloadJobs downloads_{enabled_, storage_, file_operations_, file_reports_, telemetry_};
   UploadJobs uploads_{enabled_, storage_, file_operations_, file_reports_, telemetry_};
+  PathPrevalidation prevalidation_{storage_};
   TerminalSessions sessions_{terminal_manager_, *this, state_observers_, telemetry_};
   ProcessRuns process_runs_{enabled_, stop_event_, proc_runners_, process_observers_,
                             [this](const UploadArchiveInput& input, OperationResponse& output) {

@@ -23,6 +23,7 @@ inline constexpr uint32_t kBadPathName = 161;
 inline constexpr uint32_t kBusy = 170;
 inline constexpr uint32_t kAlreadyExists = 183;
 inline constexpr uint32_t kVariableNotFound = 203;
+inline constexpr uint32_t kSizeLimit = 223;
 inline constexpr uint32_t kEmptyDirectory = 232;
 inline constexpr uint32_t kRelativePath = 267;
 inline constexpr uint32_t kAccessDenied = 313;

@@ -16,12 +16,6 @@ namespace {
 
 constexpr std::wstring_view kSeparators = L"\\/";
 
-void AddBackslash(PathStringT<260>& path) {
-  path.reserve(path.length() + 1);
-  PathAddBackslashW(path.data());
-  path.UpdateLength();
-}
-
 bool ClearReadOnly(const wchar_t* path) {
   const DWORD attributes = GetFileAttributesW(path);
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0 &&
@@ -87,6 +81,12 @@ void AppendPath(StringT<wchar_t>& left, std::wstring_view right) {
   }
   const size_t start = right.find_first_not_of(kSeparators);
   if (start != std::wstring_view::npos) left += right.substr(start);
+}
+
+void AddBackslash(PathStringT<260>& path) {
+  path.reserve(path.length() + 1);
+  PathAddBackslashW(path.data());
+  path.UpdateLength();
 }
 
 bool GetTempFolder(PathStringT<260>& path) {

@@ -20,6 +20,9 @@ bool GetTempFolder(PathStringT<260>& path);
 // has room for is a failure.
 bool GetModuleFolder(PathStringT<260>& path);
 
+// Sees to it that the path ends in a backslash; one of MAX_PATH characters or more stays as it is.
+void AddBackslash(PathStringT<260>& path);
+
 // Creates the folder and what is missing above it. True where the path exists, be it a file;
 // otherwise GetLastError says why not.
 bool CreateFolderRecursively(PathStringT<260>& path);

@@ -29,6 +29,12 @@ uint32_t JsonRpcFront::OnRpcMethod(const VeldConnector::Rpc::Request& request,
     reply.code = static_cast<int32_t>(RemoteTerminalOpen(request.parameters));
   } else if (request.method == "GetCurrentPath") {
     reply.code = static_cast<int32_t>(RemoteTerminalGetCurrentPath(reply.text));
+  } else if (request.method == "PrevalidateDownloadPath") {
+    reply.code = static_cast<int32_t>(
+        prevalidation_.PrevalidateDownloadPath(request.parameters, reply.text));
+  } else if (request.method == "PrevalidateUploadPath") {
+    reply.code =
+        static_cast<int32_t>(prevalidation_.PrevalidateUploadPath(request.parameters, reply.text));
   }
   return error::kSuccess;
 }
