@@ -3,6 +3,7 @@
 #include "host/plugins/connector/veld_connector.h"
 #include "host/plugins/integration/endpoint_integration_manager.h"
 #include "host/plugins/settings/tsr_settings.h"
+#include "host/plugins/storage/centralized_storage_plugin.h"
 #include "host/plugins/telemetry/product_matrix.h"
 #include "host/plugins/terminal_relay/terminal_manager_relay.h"
 #include "module/frame/object_declaration.h"
@@ -14,6 +15,7 @@ ExportedObjectDeclaration<host::VeldConnectorPlugin> connector{L"VeldConnector"}
 ExportedObjectDeclaration<host::ProductMatrix> telemetry{L"Product.Matrix"};
 ExportedObjectDeclaration<host::EndpointIntegrationManager> integration{
     L"EndpointIntegration.Manager"};
+ExportedObjectDeclaration<host::CentralizedStoragePlugin> storage{L"Product.CentralizedStorage"};
 ExportedObjectDeclaration<host::TerminalManagerRelay> relay{L"RemoteTerminalManager.Relay"};
 
 }  // namespace

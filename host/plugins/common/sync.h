@@ -49,10 +49,10 @@ class Condition {
     return true;
   }
 
- private:
   // False once the deadline has passed. May wake for nothing.
   bool WaitOnce(Lock& lock, Clock::time_point deadline) noexcept;
 
+ private:
   void* state_ = nullptr;
 };
 

@@ -51,18 +51,10 @@ bool IsMachineId(std::wstring_view id) {
          });
 }
 
-std::wstring EncodeMachineName(std::wstring_view name) {
-  const orn::StringT<char> utf8 = orn::ToUtf8(name);
-  std::string_view bytes = utf8.view();
-  if (bytes.size() > kLongestName) {
-    size_t end = kLongestName;
-    while (end > 0 && (static_cast<unsigned char>(bytes[end]) & 0xC0) == 0x80)
-      --end;
-    bytes = bytes.substr(0, end);
-  }
+std::wstring EncodePercent(std::string_view utf8) {
   constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
   std::wstring encoded;
-  for (const char byte : bytes) {
+  for (const char byte : utf8) {
     const auto value = static_cast<unsigned char>(byte);
     if (IsAsciiAlphanumeric(value) || value == '-' || value == '.' || value == '_') {
       encoded += static_cast<wchar_t>(value);
@@ -73,6 +65,18 @@ std::wstring EncodeMachineName(std::wstring_view name) {
     }
   }
   return encoded;
+}
+
+std::wstring EncodeMachineName(std::wstring_view name) {
+  const orn::StringT<char> utf8 = orn::ToUtf8(name);
+  std::string_view bytes = utf8.view();
+  if (bytes.size() > kLongestName) {
+    size_t end = kLongestName;
+    while (end > 0 && (static_cast<unsigned char>(bytes[end]) & 0xC0) == 0x80)
+      --end;
+    bytes = bytes.substr(0, end);
+  }
+  return EncodePercent(bytes);
 }
 
 }  // namespace host::link

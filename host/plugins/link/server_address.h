@@ -27,6 +27,9 @@ struct MachineIdentity {
 
 bool IsMachineId(std::wstring_view id);
 
+// All but letters, digits, "-", "." and "_" becomes "%" and two hexadecimal digits.
+std::wstring EncodePercent(std::string_view utf8);
+
 // The text as a header takes it: percent-encoded UTF-8, cut at a whole character to 255 bytes
 // before encoding.
 std::wstring EncodeMachineName(std::wstring_view name);

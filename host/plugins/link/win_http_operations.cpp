@@ -17,7 +17,7 @@ void WinHttpOperations::DropContext(DWORD_PTR context) {
 }
 
 void CALLBACK WinHttpOperations::OnStatus(HINTERNET, DWORD_PTR context, DWORD status,
-                                          void* information, DWORD) noexcept {
+                                          void* information, DWORD length) noexcept {
   if (context == 0) return;
   WinHttpOperations& operations = **reinterpret_cast<Holder*>(context);
   switch (status) {
@@ -30,11 +30,23 @@ void CALLBACK WinHttpOperations::OnStatus(HINTERNET, DWORD_PTR context, DWORD st
     case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
       operations.Complete(Step::kHeadersHere);
       break;
-    case WINHTTP_CALLBACK_STATUS_READ_COMPLETE: {
-      const auto& read = *static_cast<const WINHTTP_WEB_SOCKET_STATUS*>(information);
+    case WINHTTP_CALLBACK_STATUS_DATA_AVAILABLE: {
       {
         const Lock lock(operations.mutex_);
-        operations.read_ = {.bytes = read.dwBytesTransferred, .type = read.eBufferType};
+        operations.read_ = {.bytes = *static_cast<const DWORD*>(information)};
+      }
+      operations.Complete(Step::kDataHere);
+      break;
+    }
+    case WINHTTP_CALLBACK_STATUS_READ_COMPLETE: {
+      Read read{.bytes = length};
+      if (operations.reads_ == Reads::kWebSocket) {
+        const auto& part = *static_cast<const WINHTTP_WEB_SOCKET_STATUS*>(information);
+        read = {.bytes = part.dwBytesTransferred, .type = part.eBufferType};
+      }
+      {
+        const Lock lock(operations.mutex_);
+        operations.read_ = read;
       }
       operations.Complete(Step::kRead);
       break;

@@ -22,12 +22,16 @@ using UniqueInternet = std::unique_ptr<void, InternetHandleCloser>;
 // the library writes into its buffer until then.
 class WinHttpOperations : public std::enable_shared_from_this<WinHttpOperations> {
  public:
-  enum class Step { kRequestSent, kHeadersHere, kRead, kWritten };
+  enum class Step { kRequestSent, kHeadersHere, kDataHere, kRead, kWritten };
+  // What reads are of: they are reported in two forms.
+  enum class Reads { kWebSocket, kResponse };
 
   struct Read {
     DWORD bytes = 0;
     WINHTTP_WEB_SOCKET_BUFFER_TYPE type = WINHTTP_WEB_SOCKET_UTF8_MESSAGE_BUFFER_TYPE;
   };
+
+  explicit WinHttpOperations(Reads reads = Reads::kWebSocket) : reads_(reads) {}
 
   // What a handle gets as its context; taken back when that handle closes.
   DWORD_PTR NewContext();
@@ -46,6 +50,7 @@ class WinHttpOperations : public std::enable_shared_from_this<WinHttpOperations>
   bool has_ended();
   // The Windows error of the operation that failed, or 0.
   DWORD failure();
+  // Of the last read, or what the next one can have at once.
   Read last_read();
 
   std::vector<char> read_buffer = std::vector<char>(16 * 1024);
@@ -55,9 +60,11 @@ class WinHttpOperations : public std::enable_shared_from_this<WinHttpOperations>
   void Complete(Step step);
   void Fail(DWORD error);
 
+  const Reads reads_;
+
   Mutex mutex_;
   Condition changed_;
-  bool done_[4] = {};
+  bool done_[5] = {};
   bool ended_ = false;
   DWORD failure_ = 0;
   Read read_;
