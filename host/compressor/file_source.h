@@ -1,0 +1,34 @@
+#pragma once
+
+#include <zip.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+#include "module/frame/handle.h"
+#include "module/frame/windows.h"
+
+namespace host {
+
+struct FileFacts {
+  uint64_t size = 0;
+  DWORD attributes = 0;
+  FILETIME created = {};
+  FILETIME read = {};
+  FILETIME written = {};
+};
+
+// Opens a file for reading in such a way that others may go on reading, writing, renaming and
+// deleting it. None for what is no file on a disk, or whose contents cannot be read.
+orn::UniqueFile OpenShared(const std::wstring& path, FileFacts& facts);
+
+// A file as libzip reads it: opened when its turn comes, as long as it is then. What is written
+// behind that end meanwhile is left out; where it gets shorter, so does the entry.
+//
+// `path`, `failed` and `aborted` are not owned. `failed` is set where the file cannot be opened or
+// read; `aborted` is asked before each read. Null where libzip has no memory.
+zip_source_t* CreateFileSource(zip_t* archive, const std::wstring& path, bool& failed,
+                               const std::atomic<bool>& aborted);
+
+}  // namespace host
