@@ -1,5 +1,5 @@
 import { describeHttp } from "../words_of_codes";
-import { integer, type Json, member, parse, text } from "./json";
+import { integer, type Json, list, member, parse, text } from "./json";
 import { Refusal } from "./problem";
 
 export interface PolicyAnswer {
@@ -43,6 +43,12 @@ export async function rpc(machineId: string, method: string, input: Json): Promi
 
 export async function storageProfiles(): Promise<StorageProfile[]> {
   return (await ask("/api/storage", {})) as StorageProfile[];
+}
+
+/** Names of the files in a profile. */
+export async function storedNames(profile: string): Promise<Set<string>> {
+  const files = list(await ask(`/api/storage/${encodeURIComponent(profile)}`, {}));
+  return new Set(files.map((file) => text(file, "name")));
 }
 
 export function machinePath(machineId: string): string {

@@ -2,6 +2,7 @@ import { useEffect } from "preact/hooks";
 import { FeedNote } from "../components/feed_note";
 import { MachineNotice } from "../components/machine_notice";
 import { ProblemNote } from "../components/problem_note";
+import { findGoneArchives } from "../files/gone_archives";
 import { loadProfiles, profilesProblem } from "../files/profiles";
 import { jobsOf } from "../live/jobs_feed";
 import type { MachineInfo } from "../live/live_feed";
@@ -16,6 +17,10 @@ export function CommandsView({ machine }: { machine: MachineInfo }) {
   useEffect(() => {
     loadProfiles();
   }, []);
+  const known = feed.loaded.value;
+  useEffect(() => {
+    if (known) findGoneArchives(feed.jobs.peek());
+  }, [feed, known]);
   const runs = feed.jobs.value.filter(({ kind }) => kind === "process");
   return (
     <section class="view" aria-label="Commands">

@@ -3,6 +3,7 @@ import { text } from "../api/json";
 import { Icon } from "../components/icons";
 import { ProblemWords } from "../components/problem_note";
 import { ProgressBar } from "../components/progress_bar";
+import { isGone } from "../files/gone_archives";
 import { storedArchive } from "../files/stored_archive";
 import { isOver, type Job } from "../live/jobs_feed";
 import { useEndAnnounced } from "../live/use_end_announced";
@@ -68,7 +69,7 @@ export function RunRow({
             >
               <Icon name="again" size={13} /> Use again
             </button>
-            {archive && (
+            {upload && archive && !isGone(upload) && (
               <a class="button small" href={archive.path} download>
                 <Icon name="save" size={14} /> Whole archive
               </a>
@@ -96,7 +97,11 @@ function Facts({ run }: { run: Job }) {
 /** The output, or how far it is. */
 function Output({ upload }: { upload: Job }) {
   const { state } = describeTransfer(upload);
-  if (upload.phase === "ended" && storedArchive(upload.end)) return <OutputPane upload={upload} />;
+  const archive = storedArchive(upload.end);
+  if (archive && isGone(upload)) {
+    return <p class="run-waiting">The output has been deleted from the server.</p>;
+  }
+  if (archive) return <OutputPane upload={upload} />;
   if (isOver(upload)) {
     return (
       <p class="run-problem">

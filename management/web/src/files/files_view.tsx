@@ -6,6 +6,7 @@ import type { MachineInfo } from "../live/live_feed";
 import { useFeed } from "../live/use_feed";
 import { carriesFiles } from "./dropping";
 import { FetchPanel } from "./fetch_panel";
+import { findGoneArchives } from "./gone_archives";
 import { pickDropped } from "./picked_files";
 import { chooseProfile, currentProfile, loadProfiles, profiles, profilesProblem } from "./profiles";
 import { SendPanel } from "./send_panel";
@@ -16,10 +17,15 @@ import { TransferList } from "./transfer_list";
 export function FilesView({ machine }: { machine: MachineInfo }) {
   const [over, setOver] = useState(false);
   const sending = sendingOf(machine.id);
-  useFeed(jobsOf(machine.id));
+  const feed = jobsOf(machine.id);
+  useFeed(feed);
   useEffect(() => {
     loadProfiles();
   }, []);
+  const known = feed.loaded.value;
+  useEffect(() => {
+    if (known) findGoneArchives(feed.jobs.peek());
+  }, [feed, known]);
   return (
     <section
       class={over ? "view dropping" : "view"}

@@ -11,6 +11,7 @@ import { moment } from "../words";
 import { describePackedItem, describeSentItem, problemOfAnswer } from "../words_of_codes";
 import { describeTransfer } from "../words_of_jobs";
 import { count, size } from "../words_of_sizes";
+import { ArchiveActions } from "./archive_actions";
 import { jobIdOf, sizesOf } from "./leftovers";
 import { type ItemResult, itemResults, storedArchive } from "./stored_archive";
 
@@ -57,9 +58,7 @@ export function TransferRow({ machineId, job }: { machineId: string; job: Job })
         </div>
         <div class="transfer-actions">
           {archive && (
-            <a class="button small" href={archive.path} download aria-label={`Download ${title}`}>
-              <Icon name="save" size={14} /> Download
-            </a>
+            <ArchiveActions upload={job} archive={archive} title={title} onProblem={setProblem} />
           )}
           {!isOver(job) && job.phase !== "asked" && (
             <button
@@ -91,16 +90,22 @@ export function TransferRow({ machineId, job }: { machineId: string; job: Job })
 function Items({ job }: { job: Job }) {
   const sends = job.kind === "download";
   const items = itemResults(job.end, sends ? "to" : "pattern");
+  const [open, setOpen] = useState(items.some(({ code }) => code !== 0));
   if (items.length === 0) return null;
-  const failed = items.some(({ code }) => code !== 0);
   return (
-    <details class="transfer-items" open={failed}>
+    <details
+      class="transfer-items"
+      open={open}
+      onToggle={(event) => setOpen(event.currentTarget.open)}
+    >
       <summary>{count(items.length, sends ? "file" : "path")}</summary>
-      <ul>
-        {items.map((item, index) => (
-          <Item key={`${index}${item.path}`} item={item} sends={sends} />
-        ))}
-      </ul>
+      {open && (
+        <ul>
+          {items.map((item, index) => (
+            <Item key={`${index}${item.path}`} item={item} sends={sends} />
+          ))}
+        </ul>
+      )}
     </details>
   );
 }
