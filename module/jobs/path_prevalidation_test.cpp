@@ -49,23 +49,12 @@ void Deny(const std::wstring& path) {
   EXPECT_TRUE(SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, &descriptor));
 }
 
-// A machine with a storage of one profile, "p".
 class PathPrevalidationTest : public FeatureInAgent {
  protected:
-  uint64_t max_size = 100;
   TestFolder folder;
   OwnMachineKey machine;
 
   PathPrevalidationTest() { EXPECT_EQ(feature.Init(this), 0); }
-
-  uint32_t ProfileExists(const StringT<wchar_t>& profile, bool* exists) override {
-    *exists = profile == L"p";
-    return error::kFailed;
-  }
-  uint32_t GetProfileMaxSize(const StringT<wchar_t>&, uint64_t* size) override {
-    *size = max_size;
-    return error::kFailed;
-  }
 
   void File(const wchar_t* name, size_t size) {
     folder.File(name);
@@ -87,10 +76,10 @@ class PathPrevalidationTest : public FeatureInAgent {
     if (profile != nullptr) params["againstProfile"] = profile;
     return Ask(method, JsonWriter().Write(params));
   }
-  std::string Receive(const std::wstring& path, const char* profile = "p") {
+  std::string Download(const std::wstring& path, const char* profile = "p") {
     return Ask("PrevalidateDownloadPath", path, profile);
   }
-  std::string Give(const std::wstring& path, const char* profile = "p") {
+  std::string Upload(const std::wstring& path, const char* profile = "p") {
     return Ask("PrevalidateUploadPath", path, profile);
   }
 };
@@ -124,51 +113,51 @@ TEST_F(PathPrevalidationTest,
   folder.Folder(L"product");
   folder.Folder(L"denied");
   Deny(folder / L"denied");
-  EXPECT_EQ(Receive(folder / L"product\\..\\"), "{\"valid\":true}");
-  EXPECT_EQ(Receive(folder / L"file", nullptr), Refusal(3, "not directory"));
-  EXPECT_EQ(Receive(folder / L"denied", nullptr), Refusal(5, "access denied"));
+  EXPECT_EQ(Download(folder / L"product\\..\\"), "{\"valid\":true}");
+  EXPECT_EQ(Download(folder / L"file", nullptr), Refusal(3, "not directory"));
+  EXPECT_EQ(Download(folder / L"denied", nullptr), Refusal(5, "access denied"));
 
   std::wstring location = folder / L"PRODUCT";
   std::replace(location.begin(), location.end(), L'\\', L'/');
   machine.Install(L" \t" + location + L"//\n");
-  EXPECT_EQ(Receive(folder / L"Product", nullptr), Refusal(313, "access denied"));
-  EXPECT_EQ(Receive(folder / L"product\\.\\", nullptr), Refusal(313, "access denied"));
-  EXPECT_EQ(Give(folder / L"product"), Refusal(4306, "empty directory"));
+  EXPECT_EQ(Download(folder / L"Product", nullptr), Refusal(313, "access denied"));
+  EXPECT_EQ(Download(folder / L"product\\.\\", nullptr), Refusal(313, "access denied"));
+  EXPECT_EQ(Upload(folder / L"product"), Refusal(4306, "empty directory"));
   machine.Install(L"");
-  EXPECT_EQ(Receive(folder / L"product"), "{\"valid\":true}");
+  EXPECT_EQ(Download(folder / L"product"), "{\"valid\":true}");
 
-  max_size = INT64_MAX;
-  EXPECT_EQ(Receive(folder / L""), Refusal(8, "not enough memory"));
-  max_size = UINT64_MAX;  // As a signed number it is small.
-  EXPECT_EQ(Receive(folder / L""), "{\"valid\":true}");
+  storage.max_size = INT64_MAX;
+  EXPECT_EQ(Download(folder / L""), Refusal(8, "not enough memory"));
+  storage.max_size = UINT64_MAX;  // As a signed number it is small.
+  EXPECT_EQ(Download(folder / L""), "{\"valid\":true}");
 
   plugins.erase(L"Product.CentralizedStorage");
   EXPECT_EQ(feature.Init(this), 0);
   EXPECT_EQ(Ask("PrevalidateDownloadPath", std::string("{")), kBadArguments);
-  EXPECT_EQ(Receive(folder / L"", nullptr), kBadArguments);
-  EXPECT_EQ(Receive(folder / L""), kNoStorage);
+  EXPECT_EQ(Download(folder / L"", nullptr), kBadArguments);
+  EXPECT_EQ(Download(folder / L""), kNoStorage);
   EXPECT_EQ(Ask("PrevalidateUploadPath", std::string("{")), kNoStorage);
 }
 
 TEST_F(PathPrevalidationTest, UploadCountsWhatCanBeReadUpToTheLimit) {
   folder.Folder(L"a");
   folder.Folder(L"a\\b");
-  EXPECT_EQ(Give(folder / L""), Refusal(4306, "empty directory"));
+  EXPECT_EQ(Upload(folder / L""), Refusal(4306, "empty directory"));
   File(L"a\\denied", 1000);
   Deny(folder / L"a\\denied");
-  EXPECT_EQ(Give(folder / L""), Refusal(5, "access denied"));
-  EXPECT_EQ(Give(folder / L"a\\denied"), Refusal(5, "access denied"));
+  EXPECT_EQ(Upload(folder / L""), Refusal(5, "access denied"));
+  EXPECT_EQ(Upload(folder / L"a\\denied"), Refusal(5, "access denied"));
   File(L"a\\b\\one", 60);
   File(L"two", 40);
-  EXPECT_EQ(Give(folder / L""), R"({"fileCount":2,"size":100})");
-  EXPECT_EQ(Give(folder / L"a/x/../b/one"), R"({"fileCount":1,"size":60})");
-  max_size = 99;
-  EXPECT_EQ(Give(folder / L""), Refusal(223, "max size exceeded"));
-  EXPECT_EQ(Give(folder / L"two"), R"({"fileCount":1,"size":40})");
-  max_size = 39;
-  EXPECT_EQ(Give(folder / L"two"), Refusal(223, "max size exceeded"));
-  max_size = UINT64_MAX;
-  EXPECT_EQ(Give(folder / L""), R"({"fileCount":2,"size":100})");
+  EXPECT_EQ(Upload(folder / L""), R"({"fileCount":2,"size":100})");
+  EXPECT_EQ(Upload(folder / L"a/x/../b/one"), R"({"fileCount":1,"size":60})");
+  storage.max_size = 99;
+  EXPECT_EQ(Upload(folder / L""), Refusal(223, "max size exceeded"));
+  EXPECT_EQ(Upload(folder / L"two"), R"({"fileCount":1,"size":40})");
+  storage.max_size = 39;
+  EXPECT_EQ(Upload(folder / L"two"), Refusal(223, "max size exceeded"));
+  storage.max_size = UINT64_MAX;
+  EXPECT_EQ(Upload(folder / L""), R"({"fileCount":2,"size":100})");
 }
 
 }  // namespace

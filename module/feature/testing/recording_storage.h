@@ -3,17 +3,19 @@
 #include <functional>
 
 #include "module/feature/testing/call_list.h"
+#include "module/frame/error_codes.h"
 #include "module/platform/centralized_storage.h"
 
 namespace orn::RemoteAccess {
 
-// A storage that keeps what it is asked for and transfers nothing; the ends are the test's to
-// report.
+// A storage of one profile, "p", that keeps what it is asked for and transfers nothing; the ends
+// are the test's to report.
 struct RecordingStorage final : tsrsdk::Product::ICentralizedStorage {
   explicit RecordingStorage(CallList& list) : calls(list) {}
 
   CallList& calls;
   uint32_t register_result = 0, prevalidate_result = 0, start_result = 0, cancel_result = 0;
+  uint64_t max_size = 100;
   StringT<wchar_t> operation_id{L"op"};
   std::function<void()> while_starting;
   // What came last.
@@ -27,8 +29,14 @@ struct RecordingStorage final : tsrsdk::Product::ICentralizedStorage {
   uint32_t UnregisterFileManagerEvent(IFileManagerEvent*) override {
     return calls.Add("unregister from storage");
   }
-  uint32_t ProfileExists(const StringT<wchar_t>&, bool*) override { return 0; }
-  uint32_t GetProfileMaxSize(const StringT<wchar_t>&, uint64_t*) override { return 0; }
+  uint32_t ProfileExists(const StringT<wchar_t>& profile, bool* exists) override {
+    *exists = profile == L"p";
+    return error::kFailed;  // Not read.
+  }
+  uint32_t GetProfileMaxSize(const StringT<wchar_t>&, uint64_t* size) override {
+    *size = max_size;
+    return error::kFailed;
+  }
   uint32_t PrevalidateUploadData(const tsrsdk::Product::UploadData& asked) override {
     data = asked;
     return prevalidate_result;
