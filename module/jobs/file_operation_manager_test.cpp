@@ -5,9 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "module/frame/path.h"
-#include "module/frame/testing/test_folder.h"
 #include "module/jobs/temp_folder.h"
+#include "module/jobs/testing/own_temp_folder.h"
 #include "module/jobs/upload_archive.h"
 
 namespace {
@@ -52,27 +51,22 @@ TEST(FileOperationManager, JobsAreFoundByEitherIdAndFirstComeStays) {
   EXPECT_FALSE(jobs.TakeUploadArchiveCache(L"A", cache));
 }
 
-TEST(FileOperationManager, DeletesAnArchiveWithItsFolderAndNothingElse) {
+TEST(FileOperationManager, DeletesAnArchiveWithItsFolderAndNothingOutsideOfTheRoot) {
+  const OwnTempFolder temp;
   FileOperationManager jobs;
   const TestFolder elsewhere;
-  elsewhere.File(L"a.zip");
   elsewhere.File(L"b.txt");
   jobs.DeleteTmpUploadArchive(L"");
   jobs.DeleteTmpUploadArchive((elsewhere / L"a.zip").c_str());
-  EXPECT_FALSE(Exists(elsewhere / L"a.zip"));
   EXPECT_TRUE(Exists(elsewhere / L"b.txt"));
 
-  const auto root = orn::TempRootFolder(kArchiveTempRoot);
-  const auto folder = orn::GenerateTempFolder(L"", kArchiveTempRoot);
-  const auto other = orn::GenerateTempFolder(L"", kArchiveTempRoot);
-  const std::wstring archive = std::wstring(folder.view()) + L"\\a.zip";
-  CloseHandle(CreateFileW(archive.c_str(), GENERIC_WRITE, /*share=*/0, /*security=*/nullptr,
-                          CREATE_NEW, FILE_ATTRIBUTE_NORMAL, /*template=*/nullptr));
-  jobs.DeleteTmpUploadArchive(archive.c_str());
-  EXPECT_FALSE(Exists(folder.c_str()));
-  EXPECT_TRUE(Exists(other.c_str()));
+  auto archive = orn::GenerateTempFolder(L"", kArchiveTempRoot);
+  const std::wstring folder = archive.c_str();
+  archive += L"\\a.zip";
+  jobs.DeleteTmpUploadArchive(archive);
+  EXPECT_FALSE(Exists(folder));
   jobs.Uninit();
-  EXPECT_FALSE(Exists(root.c_str()));
+  EXPECT_FALSE(Exists(orn::TempRootFolder(kArchiveTempRoot).c_str()));
 }
 
 }  // namespace

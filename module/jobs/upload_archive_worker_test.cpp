@@ -118,10 +118,4 @@ TEST_F(UploadArchiveWorkerTest, FirstTasksAtOnceStartOneWorker) {
   worker_.Stop();
 }
 
-TEST_F(UploadArchiveWorkerTest, EndsWithoutHavingWorkedAndWithAWorkerThatCameAfterStop) {
-  worker_.Stop();
-  go_on_.Release();  // It is open whether that worker sees the task.
-  EXPECT_EQ(Prepare(L"late"), 0u);
-}
-
 }  // namespace
