@@ -49,7 +49,15 @@ const codes: Record<number, string> = {
 };
 
 /** What was tried; some codes then mean something more special. */
-export type Attempt = "switch" | "send" | "fetch" | "run" | "cancel" | "checkSend" | "checkFetch";
+export type Attempt =
+  | "switch"
+  | "send"
+  | "fetch"
+  | "run"
+  | "cancel"
+  | "transfer"
+  | "checkSend"
+  | "checkFetch";
 
 const special: Record<Attempt, Record<number, string>> = {
   switch: { 5: "Windows on the machine denied writing the setting." },
@@ -67,6 +75,20 @@ const special: Record<Attempt, Record<number, string>> = {
     1359: "The working folder or the output file could not be made on the machine.",
   },
   cancel: { 6: "There was nothing left to cancel: it has ended already." },
+  transfer: {
+    2: "The storage does not have the file.",
+    3: "The folder could not be made on the machine.",
+    5: "Access was denied, by Windows on the machine or by the storage.",
+    13: "What came from the storage is damaged.",
+    33: "Another program on the machine uses the file.",
+    87: "The storage could not make sense of the request.",
+    112: "There is no room left, on the machine's disk or in the storage.",
+    123: "The name is not one that the storage can have.",
+    170: "The storage is busy.",
+    1627: "The storage has failed.",
+    12156: "The storage sent the machine to another server, which it does not follow.",
+    12175: "The machine does not trust the storage's certificate.",
+  },
   checkSend: {
     2: "This folder does not exist on the machine.",
     3: "This is a file, not a folder.",
@@ -140,9 +162,7 @@ export function describePackedItem(code: number): ItemWords {
 
 export function describeSentItem(code: number): ItemWords {
   if (code === 0) return { text: "Arrived.", tone: "good" };
-  if (code === 2) return { text: "Not found in the storage, or its folder is gone.", tone: "bad" };
-  if (code === 1223) return { text: "Cancelled.", tone: "warn" };
-  return { text: describeCode(code), tone: "bad" };
+  return { text: describeCode(code, "transfer"), tone: code === 1223 ? "warn" : "bad" };
 }
 
 const httpErrors: Record<string, string> = {

@@ -116,16 +116,11 @@ function fetchedState(end: Json): StateWords {
   return { text: "The archive did not arrive", tone: "bad", ...(problem && { problem }) };
 }
 
-/** The storage's own code, where it has one: what it is worth saying of the whole, beside the items. */
+/** The storage's own code, where it has one: what is worth saying of the whole, beside the items. */
 function storageProblem(end: Json): Problem | undefined {
   const code = integer(end, "centralizedStorage", "error");
   if (!code || code === -1) return undefined;
-  const http = integer(end, "centralizedStorage", "httpResponse", "responseCode");
-  const said = text(end, "centralizedStorage", "reason");
-  const problem = problemOfCode(code, said);
-  return http && http >= 400
-    ? { ...problem, text: `${problem.text} The storage answered with HTTP ${http}.` }
-    : problem;
+  return problemOfCode(code, text(end, "centralizedStorage", "reason"), "transfer");
 }
 
 function problemOfJob(job: Job, attempt: "send" | "fetch" | "run"): Problem {
