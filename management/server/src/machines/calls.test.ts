@@ -42,7 +42,7 @@ test("calls of one machine run one by one, and only so many wait for it", async 
 });
 
 test("a call without an answer ends after its time, and the answer that comes late goes to nobody", async () => {
-  const server = await TestServer.start({ callMs: 50 });
+  const server = await TestServer.start({ callMs: 1000 });
   const agent = await server.agent();
   agent.onCall = () => null;
   const response = await server.call("Stuck");
