@@ -68,7 +68,7 @@ class FileSource {
 
   void Close() {
     file_.reset();
-    buffer_ = {};
+    buffer_ = std::vector<char>();  // `{}` would keep the memory, of each file in the archive.
   }
 
   zip_int64_t Stat(zip_stat_t* stat) {
