@@ -26,3 +26,17 @@ export function figures(data: string): ProcessFigures {
   }
   return sum;
 }
+
+// The server of the run whose data folder is `data`.
+export function serverProcess(data: string): number {
+  const pid = readdirSync("/proc").find((name) => {
+    if (!/^\d+$/.test(name)) return false;
+    try {
+      const [program, ...rest] = readFileSync(`/proc/${name}/cmdline`, "utf8").split("\0");
+      return /(^|\/)node$/.test(program ?? "") && rest.join(" ").includes(`--data ${data}/server`);
+    } catch {
+      return false;
+    }
+  });
+  return Number(pid ?? 0);
+}

@@ -1,0 +1,64 @@
+// A program with the behaviours that the system tests ask of a command:
+//
+//   system_test_program sleep            stays until it is ended
+//   system_test_program tree             starts a child that starts one of its own; all three stay
+//   system_test_program hold FILE        keeps the file open so that nobody else can open it
+//   system_test_program zero             prints "kept", a zero byte and "lost" at once
+//   system_test_program errors           prints "out" to its output and "err" to its errors
+//
+// A program that stays says "ready" once it has done what it is to do.
+
+#include <windows.h>
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace {
+
+int Stay() {
+  std::puts("ready");
+  std::fflush(stdout);
+  Sleep(INFINITE);
+  return 0;
+}
+
+bool StartAgain(const wchar_t* verb) {
+  wchar_t program[MAX_PATH] = {};
+  GetModuleFileNameW(/*hModule=*/nullptr, program, MAX_PATH);
+  std::wstring command = L"\"" + std::wstring(program) + L"\" " + verb;
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof(startup);
+  PROCESS_INFORMATION process = {};
+  return CreateProcessW(program, command.data(), /*lpProcessAttributes=*/nullptr,
+                        /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE,
+                        /*dwCreationFlags=*/0, /*lpEnvironment=*/nullptr,
+                        /*lpCurrentDirectory=*/nullptr, &startup, &process) != FALSE;
+}
+
+bool Hold(const wchar_t* file) {
+  return CreateFileW(file, GENERIC_READ, /*dwShareMode=*/0, /*lpSecurityAttributes=*/nullptr,
+                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                     /*hTemplateFile=*/nullptr) != INVALID_HANDLE_VALUE;
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+  const std::wstring_view verb = count > 1 ? arguments[1] : L"";
+  if (verb == L"sleep") return Stay();
+  if (verb == L"tree") return StartAgain(L"branch") ? Stay() : 1;
+  if (verb == L"branch") return StartAgain(L"sleep") ? Stay() : 1;
+  if (verb == L"hold") return count > 2 && Hold(arguments[2]) ? Stay() : 1;
+  if (verb == L"zero") {
+    std::fwrite("kept\0lost", 1, 9, stdout);
+    return 0;
+  }
+  if (verb == L"errors") {
+    std::fputs("out\n", stdout);
+    std::fflush(stdout);
+    std::fputs("err\n", stderr);
+    return 0;
+  }
+  return 87;
+}

@@ -1,0 +1,82 @@
+import type { Api } from "./api.ts";
+import type { Finished } from "./remote.ts";
+
+export interface MachineEvent {
+  id: number;
+  name: string;
+  payload: { data: Finished };
+}
+
+// The events of a machine from now on, or from after `since`, in the order of their coming.
+export class EventFeed {
+  readonly events: MachineEvent[] = [];
+  private readonly stop = new AbortController();
+  private wake: () => void = () => {};
+  private ended = false;
+
+  static async open(api: Api, machine: string, since?: number): Promise<EventFeed> {
+    const feed = new EventFeed();
+    const response = await fetch(`${api.address}/api/machines/${machine}/events`, {
+      headers: {
+        ...api.headers,
+        ...(since === undefined ? {} : { "Last-Event-ID": String(since) }),
+      },
+      signal: feed.stop.signal,
+    });
+    if (!response.body) throw new Error(`events: ${response.status}`);
+    feed.read(response.body).catch(() => {});
+    return feed;
+  }
+
+  close(): void {
+    this.stop.abort();
+  }
+
+  // Waits until an event is there that fits.
+  async find(fits: (event: MachineEvent) => boolean): Promise<MachineEvent> {
+    for (;;) {
+      const found = this.events.find(fits);
+      if (found) return found;
+      if (this.ended) throw new Error("the feed of events has ended");
+      await new Promise<void>((next) => {
+        const others = this.wake;
+        this.wake = () => {
+          others();
+          next();
+        };
+      });
+    }
+  }
+
+  async finished(kind: string, fits: (data: Finished) => boolean): Promise<Finished> {
+    const event = await this.find(
+      (each) => each.name === `RemoteAccess.${kind}` && fits(each.payload.data),
+    );
+    return event.payload.data;
+  }
+
+  private async read(body: ReadableStream<Uint8Array<ArrayBuffer>>): Promise<void> {
+    let text = "";
+    let id = 0;
+    try {
+      for await (const chunk of body.pipeThrough(new TextDecoderStream())) {
+        const lines = (text + chunk).split("\n");
+        text = lines.pop() ?? "";
+        for (const line of lines) {
+          if (line.startsWith("id:")) id = Number(line.slice(3));
+          if (line.startsWith("data:")) this.events.push({ id, ...JSON.parse(line.slice(5)) });
+        }
+        this.tell();
+      }
+    } finally {
+      this.ended = true;
+      this.tell();
+    }
+  }
+
+  private tell(): void {
+    const { wake } = this;
+    this.wake = () => {};
+    wake();
+  }
+}

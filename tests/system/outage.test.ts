@@ -1,0 +1,69 @@
+import { readFileSync } from "node:fs";
+import { afterAll, beforeAll, expect, test } from "vitest";
+import { EventFeed } from "../support/event_feed.ts";
+import { serverProcess } from "../support/processes.ts";
+import { Remote, testProgram } from "../support/remote.ts";
+import { Stack } from "../support/stack.ts";
+
+// A stack of its own: its server dies, and ./run starts it anew.
+let stack: Stack;
+beforeAll(async () => {
+  stack = await Stack.start();
+});
+afterAll(async () => {
+  expect(await stack.stop()).toBe(0);
+});
+
+async function killServer(): Promise<void> {
+  const before = serverProcess(stack.data);
+  process.kill(before, "SIGKILL");
+  await expect
+    .poll(
+      async () => {
+        const machines = await stack.api.machines().catch(() => []);
+        return machines[0]?.connected === true && serverProcess(stack.data) !== before;
+      },
+      { timeout: 120_000 },
+    )
+    .toBe(true);
+}
+
+test("events arrive once and in order although the server dies in between", async () => {
+  const remote = await Remote.open(stack.api, stack.data);
+  const contexts = [1, 2, 3];
+  for (const timeout of contexts) {
+    const { status } = await remote.policy("StartProcess", {
+      execute: { commandLine: `"${testProgram}" sleep`, timeout, outputPath: "", workingDir: "" },
+      runContext: timeout,
+      startUploadArchive: remote.upload([]),
+    });
+    expect(status).toBe(0);
+  }
+  await killServer();
+
+  const feed = await EventFeed.open(stack.api, remote.machine, 0);
+  await feed.find(({ payload }) => payload.data?.runContext === contexts.at(-1));
+  const runs = feed.events.filter(({ name }) => name === "RemoteAccess.ProcessFinished");
+  expect(runs.map(({ payload }) => payload.data.runContext)).toEqual(contexts);
+  // What the server knows of the runs has outlived it as well.
+  feed.close();
+});
+
+test("a download goes on where it was when the server has died on the way", async () => {
+  const remote = await Remote.open(stack.api, stack.data);
+  const content = new Uint8Array(256 * 1024 * 1024).map((_, index) => index % 251);
+  await remote.store("resumed.bin", content);
+  const items = [0, 1, 2, 3].map((copy) => ({
+    sourceUri: "resumed.bin",
+    to: `C:\\resumed\\${copy}`,
+  }));
+  const { output } = await remote.download(items);
+  await killServer();
+  const feed = await EventFeed.open(stack.api, remote.machine, 0);
+  const finished = await feed.finished("DownloadFinished", ({ jobId }) => jobId === output.jobId);
+  feed.close();
+  expect(finished.items.map(({ errorCode }) => errorCode)).toEqual([0, 0, 0, 0]);
+  for (const copy of [0, 1, 2, 3]) {
+    expect(Buffer.compare(readFileSync(remote.file(`resumed/${copy}`)), content)).toBe(0);
+  }
+});
