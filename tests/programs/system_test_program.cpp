@@ -2,7 +2,8 @@
 //
 //   system_test_program sleep            stays until it is ended
 //   system_test_program tree             starts a child that starts one of its own; all three stay
-//   system_test_program hold FILE        keeps the file open so that nobody else can open it
+//   system_test_program hold FILE SIGN   keeps FILE open so that nobody else can open it, makes the
+//                                        file SIGN, and ends when somebody has deleted that
 //   system_test_program zero             prints "kept", a zero byte and "lost" at once
 //   system_test_program errors           prints "out" to its output and "err" to its errors
 //
@@ -36,10 +37,16 @@ bool StartAgain(const wchar_t* verb) {
                         /*lpCurrentDirectory=*/nullptr, &startup, &process) != FALSE;
 }
 
-bool Hold(const wchar_t* file) {
-  return CreateFileW(file, GENERIC_READ, /*dwShareMode=*/0, /*lpSecurityAttributes=*/nullptr,
-                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
-                     /*hTemplateFile=*/nullptr) != INVALID_HANDLE_VALUE;
+int Hold(const wchar_t* file, const wchar_t* sign) {
+  const HANDLE held = CreateFileW(file, GENERIC_READ, /*dwShareMode=*/0,
+                                  /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr);
+  if (held == INVALID_HANDLE_VALUE) return 1;
+  CloseHandle(CreateFileW(sign, GENERIC_WRITE, /*dwShareMode=*/0, /*lpSecurityAttributes=*/nullptr,
+                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr));
+  while (GetFileAttributesW(sign) != INVALID_FILE_ATTRIBUTES)
+    Sleep(50);
+  return 0;
 }
 
 }  // namespace
@@ -49,7 +56,7 @@ int wmain(int count, wchar_t** arguments) {
   if (verb == L"sleep") return Stay();
   if (verb == L"tree") return StartAgain(L"branch") ? Stay() : 1;
   if (verb == L"branch") return StartAgain(L"sleep") ? Stay() : 1;
-  if (verb == L"hold") return count > 2 && Hold(arguments[2]) ? Stay() : 1;
+  if (verb == L"hold" && count > 3) return Hold(arguments[2], arguments[3]);
   if (verb == L"zero") {
     std::fwrite("kept\0lost", 1, 9, stdout);
     return 0;
