@@ -149,7 +149,7 @@ zip_source_t* CreateFileSource(zip_t* archive, const std::wstring& path, bool& f
                                const std::atomic<bool>& aborted) {
   auto source = std::make_unique<FileSource>(path, failed, aborted);
   zip_source_t* const created = zip_source_function(archive, FileSource::Serve, source.get());
-  if (created != nullptr) source.release();
+  if (created != nullptr) static_cast<void>(source.release());
   return created;
 }
 

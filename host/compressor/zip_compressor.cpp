@@ -116,7 +116,7 @@ bool ZipCompressor::WriteArchive() {
   };
   zip_register_cancel_callback_with_state(archive.get(), is_aborted, /*free=*/nullptr, this);
   if (zip_close(archive.get()) != 0) return false;
-  archive.release();
+  static_cast<void>(archive.release());
   return true;
 }
 

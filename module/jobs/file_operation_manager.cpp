@@ -1,7 +1,5 @@
 #include "module/jobs/file_operation_manager.h"
 
-#include <utility>
-
 #include "module/frame/log.h"
 #include "module/frame/path.h"
 #include "module/jobs/temp_folder.h"
@@ -25,8 +23,8 @@ void FileOperationManager::SetEvents(FileOperationManagerEvents* events) {
 // Jobs.
 
 void FileOperationManager::AddJob(const StringT<wchar_t>& jobId,
-                                  std::shared_ptr<FileOperationJob> job) {
-  jobs_.Add(jobId, std::move(job));
+                                  const std::shared_ptr<FileOperationJob>& job) {
+  jobs_.Add(jobId, job);
 }
 
 void FileOperationManager::RemoveJob(const StringT<wchar_t>& jobId) {
@@ -59,9 +57,9 @@ void FileOperationManager::AssignOperationIdToJob(const UploadArchiveTask& task,
 // Uploads that the storage has taken.
 
 void FileOperationManager::AddUploadArchiveCache(const StringT<wchar_t>& jobId,
-                                                 UploadArchiveCache cache) {
+                                                 const UploadArchiveCache& cache) {
   const std::lock_guard lock(cache_mutex_);
-  cache_.try_emplace(jobId, std::move(cache));
+  cache_.try_emplace(jobId, cache);
 }
 
 bool FileOperationManager::TakeUploadArchiveCache(const StringT<wchar_t>& jobId,

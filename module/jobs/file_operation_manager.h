@@ -28,7 +28,7 @@ class FileOperationManager {
   void SetEvents(FileOperationManagerEvents* events);
 
   // Jobs. An id that is there already keeps its job.
-  void AddJob(const StringT<wchar_t>& jobId, std::shared_ptr<FileOperationJob> job);
+  void AddJob(const StringT<wchar_t>& jobId, const std::shared_ptr<FileOperationJob>& job);
   void RemoveJob(const StringT<wchar_t>& jobId);
   std::shared_ptr<FileOperationJob> FindJob(const StringT<wchar_t>& jobId);
   std::optional<JobOfOperation> FindJobByOperationId(const StringT<wchar_t>& operationId,
@@ -39,7 +39,7 @@ class FileOperationManager {
   void AssignOperationIdToJob(const UploadArchiveTask& task, const StringT<wchar_t>& operationId);
 
   // Uploads that the storage has taken. An id that is there already keeps its entry.
-  void AddUploadArchiveCache(const StringT<wchar_t>& jobId, UploadArchiveCache cache);
+  void AddUploadArchiveCache(const StringT<wchar_t>& jobId, const UploadArchiveCache& cache);
   bool TakeUploadArchiveCache(const StringT<wchar_t>& jobId, UploadArchiveCache& out);
 
   // Archives. 170 where too many tasks wait already.

@@ -1,12 +1,10 @@
 #include "module/jobs/job_map.h"
 
-#include <utility>
-
 namespace orn::RemoteAccess {
 
-void JobMap::Add(const StringT<wchar_t>& jobId, std::shared_ptr<FileOperationJob> job) {
+void JobMap::Add(const StringT<wchar_t>& jobId, const std::shared_ptr<FileOperationJob>& job) {
   const std::lock_guard lock(mutex_);
-  jobs_.try_emplace(jobId, std::move(job));
+  jobs_.try_emplace(jobId, job);
 }
 
 void JobMap::Remove(const StringT<wchar_t>& jobId) {

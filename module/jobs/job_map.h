@@ -19,7 +19,7 @@ struct JobOfOperation {
 class JobMap {
  public:
   // An id that is there already keeps its job.
-  void Add(const StringT<wchar_t>& jobId, std::shared_ptr<FileOperationJob> job);
+  void Add(const StringT<wchar_t>& jobId, const std::shared_ptr<FileOperationJob>& job);
   void Remove(const StringT<wchar_t>& jobId);
   // Null where there is none.
   std::shared_ptr<FileOperationJob> Find(const StringT<wchar_t>& jobId);
