@@ -41,10 +41,11 @@ NodeServer::NodeServer(const char* script) : control_(INVALID_SOCKET) {
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   int size = sizeof(address);
   auto* const generic = reinterpret_cast<sockaddr*>(&address);
-  bind(listener, generic, size);
-  getsockname(listener, generic, &size);
-  listen(listener, /*backlog=*/1);
-  if (StartNode(script, ntohs(address.sin_port))) control_ = accept(listener, nullptr, nullptr);
+  const bool listening = bind(listener, generic, size) == 0 &&
+                         getsockname(listener, generic, &size) == 0 &&
+                         listen(listener, /*backlog=*/1) == 0;
+  if (listening && StartNode(script, ntohs(address.sin_port)))
+    control_ = accept(listener, nullptr, nullptr);
   closesocket(listener);
   char digit = 0;
   while (recv(control_, &digit, 1, 0) == 1 && digit != '\n')

@@ -32,9 +32,11 @@ export const keptJobs = z.object({
 const MAX_LENGTH = 128 * 1024;
 const MAX_MEMBER_LENGTH = 4 * 1024;
 
-/** Parses JSON, leaving passwords out, at whatever depth. */
+/** Parses JSON, leaving out what may be secret, at whatever depth: passwords, and the form fields that sign an upload. */
 export function parseOpenly(text: string): unknown {
-  return JSON.parse(text, (key, member) => (/^password$/i.test(key) ? undefined : member));
+  return JSON.parse(text, (key, member) =>
+    /^(password|postItems)$/i.test(key) ? undefined : member,
+  );
 }
 
 /** What is kept of a value: all of it, or when that is too long only those members that are not. */

@@ -32,7 +32,7 @@ test("a job is known from its call to its end, whatever comes first, and without
   machine.onPolicy = ({ input }) => ({
     output: { message: "started", jobId: input.jobId ?? "chosen", runContext: input.runContext },
   });
-  const secret = { password: "hunter2", PASSWORD: ["hunter2"] };
+  const secret = { password: "hunter2", PASSWORD: ["hunter2"], postItems: [{ value: "hunter2" }] };
   await call(server, "GetEnabled", {});
   await call(server, "StartUploadArchive", { runContext: { id: 1.0 }, ...secret, items: [secret] });
   await phases("asked", "running");
