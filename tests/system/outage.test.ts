@@ -1,3 +1,4 @@
+import { randomFillSync } from "node:crypto";
 import { readFileSync } from "node:fs";
 import { afterAll, beforeAll, expect, test } from "vitest";
 import { EventFeed } from "../support/event_feed.ts";
@@ -51,9 +52,9 @@ test("events arrive once and in order although the server dies in between", asyn
 
 test("a download goes on where it was when the server has died on the way", async () => {
   const remote = await Remote.open(stack.api, stack.data);
-  const content = new Uint8Array(256 * 1024 * 1024).map((_, index) => index % 251);
+  const content = randomFillSync(Buffer.alloc(128 * 1024 * 1024));
   await remote.store("resumed.bin", content);
-  const items = [0, 1, 2, 3].map((copy) => ({
+  const items = [0, 1].map((copy) => ({
     sourceUri: "resumed.bin",
     to: `C:\\resumed\\${copy}`,
   }));
@@ -62,8 +63,8 @@ test("a download goes on where it was when the server has died on the way", asyn
   const feed = await EventFeed.open(stack.api, remote.machine, 0);
   const finished = await feed.finished("DownloadFinished", ({ jobId }) => jobId === output.jobId);
   feed.close();
-  expect(finished.items.map(({ errorCode }) => errorCode)).toEqual([0, 0, 0, 0]);
-  for (const copy of [0, 1, 2, 3]) {
+  expect(finished.items.map(({ errorCode }) => errorCode)).toEqual([0, 0]);
+  for (const copy of [0, 1]) {
     expect(Buffer.compare(readFileSync(remote.file(`resumed/${copy}`)), content)).toBe(0);
   }
 });
