@@ -1,6 +1,7 @@
 #include "host/plugins/storage/http_request.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "host/plugins/storage/transfer_errors.h"
 #include "module/frame/utf.h"
@@ -10,6 +11,7 @@ namespace host::storage {
 namespace {
 
 constexpr DWORD kMostReadBytes = 256 * 1024;
+constexpr std::chrono::milliseconds kFast{20};
 
 // A length of up to 18 digits; -1 for anything else.
 int64_t ParseLength(const std::wstring& text) {
@@ -112,18 +114,30 @@ uint32_t HttpRequest::Receive(ResponseHead& head) {
   return head.status < 100 ? kInvalidData : 0;
 }
 
+// A read that asks for more than has come waits for all of it, and what has come is lost if the
+// connection breaks meanwhile; under Wine it even waits inside the call unless what is here already
+// was taken first. So each large read follows one of what is here, where that came fast.
 uint32_t HttpRequest::Read(std::string_view& piece) {
-  // Asked for more than has come, a read waits for all of it, under Wine even inside the call.
   piece = {};
+  if (const DWORD size = std::exchange(next_read_bytes_, 0); size != 0) {
+    return ReadBytes(size, piece);
+  }
+  const Clock::time_point begin = Clock::now();
   operations_->Begin(Step::kDataHere);
   if (const uint32_t code =
           Finish(Step::kDataHere, WinHttpQueryDataAvailable(request_.get(), nullptr));
       code != 0) {
     return code;
   }
+  const DWORD here = std::min(operations_->last_read().bytes, kMostReadBytes);
+  if (here == 0) return 0;
+  const uint32_t code = ReadBytes(here, piece);
+  if (Clock::now() - begin < kFast) next_read_bytes_ = kMostReadBytes;
+  return code;
+}
+
+uint32_t HttpRequest::ReadBytes(DWORD size, std::string_view& piece) {
   auto& buffer = operations_->read_buffer;
-  const DWORD size = std::min(operations_->last_read().bytes, kMostReadBytes);
-  if (size == 0) return 0;
   if (buffer.size() < size) buffer.resize(size);
   operations_->Begin(Step::kRead);
   const uint32_t code = Finish(Step::kRead, WinHttpReadData(request_.get(), buffer.data(), size,

@@ -55,10 +55,12 @@ class HttpRequest {
   // The end of an operation that was started, or not.
   uint32_t Finish(Step step, bool started);
   std::wstring Header(uint32_t header) const;
+  uint32_t ReadBytes(DWORD size, std::string_view& piece);
 
   TransferControl& control_;
   const std::chrono::milliseconds stall_limit_;
   const std::shared_ptr<link::WinHttpOperations> operations_;
+  DWORD next_read_bytes_ = 0;  // 0: as much as is here
   // Closed in the reverse order.
   link::UniqueInternet session_;
   link::UniqueInternet connection_;

@@ -133,7 +133,7 @@ TransferJobs::JobPointer TransferJobs::TakeEndedWhileWaiting() {
     const auto ended = std::ranges::find_if(
         lane.waiting, [](const JobPointer& job) { return job->control.Ended() != 0; });
     if (ended == lane.waiting.end()) continue;
-    const JobPointer job = *ended;
+    JobPointer job = *ended;
     lane.waiting.erase(ended);
     return job;
   }
@@ -145,7 +145,7 @@ TransferJobs::JobPointer TransferJobs::TakeDueReport() {
   const auto due =
       std::ranges::find_if(ended_, [&](const JobPointer& job) { return job->report_at <= now; });
   if (due == ended_.end()) return nullptr;
-  const JobPointer job = *due;
+  JobPointer job = *due;
   ended_.erase(due);
   return job;
 }
