@@ -298,6 +298,18 @@ TEST_F(CentralizedStorageTest, CancelsAndTimeOutsEndWhateverWaits) {
                    : expect_all(Downloaded(), 1223, L"aborted");
     EXPECT_EQ(plugin_->CancelDownload(ids[0]), error::kNotFound);
   }
+  {
+    // What had arrived goes again; what had not was aborted.
+    const Text id = Download({{"whole", folder_}, {"a", folder_}});
+    while (ReadFileAt(folder_ + L"whole") == "(none)")
+      Sleep(1);
+    EXPECT_EQ(plugin_->CancelDownload(id), 0u);
+    const DownloadMetadata report = Downloaded();
+    EXPECT_EQ(report.items[0].errorCode, 0);
+    EXPECT_EQ(report.items[1].errorCode, 1223);
+    EXPECT_EQ(report.centralizedStorage.error, 1223);
+    EXPECT_EQ(Left(), "");
+  }
   Start(L"silent");
   const Text id = Download({{"a", folder_}});
   EXPECT_EQ(plugin_->CancelUpload(id), error::kNotFound);

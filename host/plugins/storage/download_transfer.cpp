@@ -5,6 +5,7 @@
 #include "host/plugins/storage/transfer_errors.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
+#include "module/frame/windows.h"
 
 namespace host::storage {
 
@@ -43,6 +44,8 @@ void DownloadTransfer::Run(TransferControl& control) {
 }
 
 void DownloadTransfer::OnCancelled() {
+  for (const std::wstring& path : arrived_)
+    DeleteFileW(path.c_str());
   auto& result = metadata_.centralizedStorage;
   result.error = static_cast<int32_t>(kAborted);
   result.reason = std::wstring_view(WordOf(kAborted));
@@ -61,6 +64,7 @@ uint32_t DownloadTransfer::Fetch(const DownloadItemResult& item, TransferControl
   }
   ItemDownload download(profile_, *headers, limits_, control, response);
   const uint32_t code = download.Run(name, item.to, attempts_);
+  if (code == 0) arrived_.push_back(download.target());
   // A storage that is away is not waited for again with each item.
   attempts_ = IsConnectionFailure(code) ? 1 : limits_.attempts;
   return code;

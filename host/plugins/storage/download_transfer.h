@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "host/plugins/storage/profiles.h"
 #include "host/plugins/storage/transfer.h"
 #include "host/plugins/storage/transfer_limits.h"
@@ -15,7 +18,7 @@ class DownloadTransfer final : public ITransfer {
                    const TransferLimits& limits);
 
   void Run(TransferControl& control) override;
-  // Also when all has arrived: the report's reader takes it away again.
+  // Takes what has arrived away again.
   void OnCancelled() override;
   void Report(ICentralizedStorage::IFileManagerEvent& observer,
               const orn::StringT<wchar_t>& id) const override;
@@ -26,6 +29,7 @@ class DownloadTransfer final : public ITransfer {
   const Profile& profile_;
   const TransferLimits limits_;
   int attempts_;
+  std::vector<std::wstring> arrived_;
   orn::RemoteAccess::DownloadMetadata metadata_;
 };
 

@@ -23,6 +23,9 @@ class ItemDownload {
   // may fail in a row.
   uint32_t Run(std::string_view name, const orn::PathStringT<260>& to, int attempts);
 
+  // Where the file lands; known once Run has succeeded.
+  const std::wstring& target() const { return target_; }
+
  private:
   // One connection: 0 once the file is whole.
   uint32_t Attempt();

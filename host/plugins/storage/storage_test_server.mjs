@@ -44,7 +44,8 @@ const places = {
   },
   garbage: (_request, response) => response.socket.end("these are no headers\r\n\r\n"),
   // Begins, and never goes on.
-  stalled: (_request, response) => {
+  stalled: (request, response) => {
+    if (request.url.endsWith("whole")) return places.whole(request, response);
     response.writeHead(200, { "Content-Length": content.length });
     response.write(content.subarray(0, 1000));
   },

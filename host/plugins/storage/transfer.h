@@ -16,7 +16,7 @@ class ITransfer {
   // Afterwards no file is open and no temporary one is left.
   virtual void Run(TransferControl& control) = 0;
   // Called after Run where the transfer was cancelled before its end was known, maybe too late for
-  // Run to see it. Called under a lock.
+  // Run to see it.
   virtual void OnCancelled() = 0;
   // Called last, for each observer.
   virtual void Report(ICentralizedStorage::IFileManagerEvent& observer,

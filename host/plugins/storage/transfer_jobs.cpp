@@ -73,7 +73,8 @@ uint32_t TransferJobs::Cancel(Direction direction, const Id& id) {
   const Lock lock(mutex_);
   Lane& lane = this->lane(direction);
   const auto cancel = [&](const auto& jobs) {
-    const auto found = std::ranges::find_if(jobs, [&](const auto& job) { return job->id == id; });
+    const auto found =
+        std::ranges::find_if(jobs, [&](const auto& job) { return job->id == id && !job->over; });
     if (found == jobs.end()) return false;
     (*found)->control.Cancel();
     return true;
@@ -97,13 +98,18 @@ void TransferJobs::Work(Direction direction) {
     lock.unlock();
     job->transfer->Run(job->control);
     lock.lock();
+    Conclude(lock, job);
     std::erase(lane.running, job);
-    Conclude(job);
   }
 }
 
-void TransferJobs::Conclude(const JobPointer& job) {
-  if (job->control.Ended() == kAborted) job->transfer->OnCancelled();
+void TransferJobs::Conclude(Lock& lock, const JobPointer& job) {
+  job->over = true;
+  if (job->control.Ended() == kAborted) {
+    lock.unlock();
+    job->transfer->OnCancelled();
+    lock.lock();
+  }
   ended_.push_back(job);
   changed_.NotifyAll();
 }
@@ -115,7 +121,7 @@ void TransferJobs::RunReports() {
       lock.unlock();
       late->transfer->Run(late->control);
       lock.lock();
-      Conclude(late);
+      Conclude(lock, late);
     } else if (const JobPointer due = TakeDueReport()) {
       lock.unlock();
       Report(*due);

@@ -57,6 +57,7 @@ class TransferJobs {
     const std::unique_ptr<ITransfer> transfer;
     Id id;
     Clock::time_point report_at;
+    bool over = false;  // guarded by the mutex: no cancel reaches it any more
   };
   using JobPointer = std::shared_ptr<Job>;
 
@@ -69,8 +70,8 @@ class TransferJobs {
 
   Lane& lane(Direction direction) { return lanes_[static_cast<size_t>(direction)]; }
   void Work(Direction direction);
-  // With the mutex held, of a job that no cancel finds any more.
-  void Conclude(const JobPointer& job);
+  // After the job's Run. Lets the lock go meanwhile.
+  void Conclude(Lock& lock, const JobPointer& job);
   void RunReports();
   JobPointer TakeEndedWhileWaiting();
   JobPointer TakeDueReport();
