@@ -100,7 +100,8 @@ test("a run says its exit code and why it ended", () => {
 });
 
 test("an event is told in a line, also one of a strange form", () => {
-  const told = (name: string, data: unknown) => describeEvent({ id: 1, name, payload: { data } });
+  const told = (name: string, data: unknown) =>
+    describeEvent({ id: 1, at: "", name, payload: { data } });
   const items = [{ errorCode: 0 }, { errorCode: 0 }, { errorCode: 0 }];
   const finished = told("RemoteAccess.DownloadFinished", { status: "success", items });
   expect(finished.text).toBe("Download finished: success, 3 files");

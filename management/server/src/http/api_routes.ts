@@ -20,7 +20,7 @@ export interface ApiContext {
 
 interface MachineRoute {
   Params: { id: string; method: string };
-  Querystring: { module?: string };
+  Querystring: { module?: string; times?: string };
   Body: Buffer | undefined;
 }
 
@@ -77,9 +77,11 @@ export function apiRoutes(context: ApiContext, live: LiveFeed) {
     api.get<MachineRoute>("/machines/:id/events", (request, reply) => {
       const { events } = registry.get(request.params.id);
       let last = readLastEventId(request.headers["last-event-id"]) ?? events.lastId;
+      const timed = request.query.times !== undefined;
       const sendOn = () => {
-        for (const { id, name, payload } of stream.ready ? events.since(last) : []) {
-          stream.sendText(`{"name":${JSON.stringify(name)},"payload":${payload}}`, id);
+        for (const { id, at, name, payload } of stream.ready ? events.since(last) : []) {
+          const time = timed ? `"at":${JSON.stringify(at)},` : "";
+          stream.sendText(`{${time}"name":${JSON.stringify(name)},"payload":${payload}}`, id);
           last = id;
           if (!stream.ready) return;
         }

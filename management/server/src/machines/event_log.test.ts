@@ -36,6 +36,12 @@ test("events arrive in order, can be caught up with, and go on counting after a 
   await server.start();
   const again = await server.agent();
   again.send({ type: "event", seq: 0, name: "After", payload: {} });
+  const timed = await server.fetch(`${path}?times`, {
+    headers: { ...bearer, "last-event-id": "3" },
+  });
+  const { at, ...last } = (await new EventReader(timed).next()).data;
+  expect(last).toEqual({ name: "E3", payload: null });
+  expect(Date.parse(at)).toBeLessThanOrEqual(Date.now());
   const all = await follow(server, 0);
   const names = [];
   for (let i = 0; i < 5; i++) names.push((await all.next()).data.name);

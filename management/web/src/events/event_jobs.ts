@@ -3,7 +3,7 @@ import { jobIdOf } from "../files/leftovers";
 import type { MachineEvent } from "../live/events_feed";
 import type { Job } from "../live/jobs_feed";
 
-/** The jobs that have ended, to be found by the events that tell of it: those know neither the time nor the command. */
+/** The jobs that have ended, to be found by the events that tell of it: those do not know the command. */
 export class EndedJobs {
   readonly #byKey = new Map<string, Job>();
 

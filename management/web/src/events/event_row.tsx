@@ -28,7 +28,7 @@ export function EventRow({ event, job }: { event: MachineEvent; job: Job | undef
           {words.text}
           {command && <code>{command}</code>}
         </span>
-        <span class="event-time">{job?.endedAt && moment(job.endedAt)}</span>
+        <span class="event-time">{event.at && moment(event.at)}</span>
         <span class="event-id">#{event.id}</span>
       </button>
       {open && (

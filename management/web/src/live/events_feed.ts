@@ -7,6 +7,8 @@ import { perMachine } from "./per_machine";
 
 export interface MachineEvent {
   id: number;
+  /** When the server took it in. */
+  at: string;
   name: string;
   payload: Json;
 }
@@ -22,7 +24,7 @@ export class EventsFeed extends Feed {
 
   constructor(machineId: string) {
     super();
-    this.path = `${machinePath(machineId)}/events`;
+    this.path = `${machinePath(machineId)}/events?times`;
   }
 
   protected override get lastEventId(): string {
@@ -37,6 +39,7 @@ export class EventsFeed extends Feed {
       const event = parse(data);
       this.#arrived.push({
         id: number,
+        at: text(event, "at"),
         name: text(event, "name"),
         payload: member(event, "payload"),
       });
