@@ -1,64 +1,24 @@
-import { mkdirSync } from "node:fs";
-import { type Browser, chromium, type Page } from "playwright-core";
+import type { Browser, Page } from "playwright-core";
 import { afterAll, beforeAll, expect, inject, test } from "vitest";
+import { openPage, seeOnScreen as seeOnScreenOf, shot } from "../support/browser.ts";
 import { sharedApi } from "../support/shared_api.ts";
 
 declare const window: {
-  remoteAccess: { terminals: { state: { phase: string }; terminal: ScreenOwner }[] };
+  remoteAccess: { terminals: { state: { phase: string }; terminal: { cols: number } }[] };
 };
-interface ScreenOwner {
-  cols: number;
-  buffer: {
-    active: {
-      length: number;
-      getLine(row: number): { translateToString(trimmed: boolean): string } | undefined;
-    };
-  };
-}
 
-const screenshots = new URL("../screenshots/", import.meta.url).pathname;
 const api = sharedApi();
 let browser: Browser;
 let page: Page;
 
 beforeAll(async () => {
-  mkdirSync(screenshots, { recursive: true });
-  browser = await chromium.launch({
-    executablePath: "/usr/bin/chromium",
-    args: [
-      "--no-sandbox",
-      "--disable-gpu",
-      "--disable-quic",
-      "--no-first-run",
-      "--disable-background-networking",
-      "--disable-component-update",
-      "--disable-sync",
-    ],
-  });
-  page = await browser.newPage({ viewport: { width: 1280, height: 800 }, colorScheme: "light" });
-  page.setDefaultTimeout(120_000);
-  await page.goto(`${inject("address")}/?token=${inject("token")}`);
+  ({ browser, page } = await openPage());
 });
 
 afterAll(() => browser.close());
 
-const shot = (name: string) => page.screenshot({ path: `${screenshots}${name}.png` });
 const front = () => page.getByRole("tab", { selected: true });
-
-// What stands on the screen of the terminal with that number, counted from 0.
-async function seeOnScreen(terminal: number, text: string): Promise<void> {
-  await page.waitForFunction(
-    ([index, wanted]) => {
-      const screen = window.remoteAccess.terminals[index as number]?.terminal.buffer.active;
-      if (!screen) return false;
-      const lines = Array.from({ length: screen.length }, (_, row) =>
-        screen.getLine(row)?.translateToString(true),
-      );
-      return lines.join("\n").includes(wanted as string);
-    },
-    [terminal, text] as const,
-  );
-}
+const seeOnScreen = (terminal: number, text: string) => seeOnScreenOf(page, terminal, text);
 
 async function type(text: string): Promise<void> {
   await page.keyboard.type(text);
@@ -76,12 +36,12 @@ test("the address signs in once and forgets the token", async () => {
 test("a person opens a shell with the keyboard, types and reads", async () => {
   const { name } = await api.machine();
   await page.getByText(name).first().waitFor();
-  await shot("machine");
+  await shot(page, "machine");
   await page.keyboard.press("Control+Alt+t");
   await seeOnScreen(0, ">");
   await type("echo from^-the^-page");
   await seeOnScreen(0, "from-the-page");
-  await shot("session-light");
+  await shot(page, "session-light");
 
   // The second one is a shell of its own; its size is that of the window.
   await page.keyboard.press("Control+Alt+t");
@@ -98,13 +58,13 @@ test("a person opens a shell with the keyboard, types and reads", async () => {
   await api.machineThat((machine) => machine.sessions === 2);
 
   await page.emulateMedia({ colorScheme: "dark" });
-  await shot("session-dark");
+  await shot(page, "session-dark");
 });
 
 test("an ended session says why and opens again", async () => {
   await type("exit");
   await page.getByText("The shell has exited.").waitFor();
-  await shot("session-ended");
+  await shot(page, "session-ended");
   expect(await front().innerText()).toContain("ended");
 
   await page.keyboard.press("Enter");
