@@ -4,8 +4,8 @@
 
 #include "module/feature/testing/feature_in_agent.h"
 #include "module/frame/testing/private_access.h"
-#include "module/frame/testing/test_folder.h"
 #include "module/frame/utf.h"
+#include "module/jobs/testing/own_temp_folder.h"
 
 namespace orn::RemoteAccess {
 
@@ -21,8 +21,7 @@ namespace orn::RemoteAccess {
 // The running feature with a storage and a temporary folder of its own; the test observes its file
 // jobs: "downloaded ID STATUS", "uploaded ID STATUS".
 struct FileJobsInAgent : FeatureInAgent, IRemoteAccess::IFileOperationEvent {
-  PathStringT<260> old_temp;
-  TestFolder folder;
+  const OwnTempFolder temp;
   FileOperationManager& jobs = Private<FileOperations>(feature);
   OperationResponse response;
   StringT<wchar_t> message;  // of the last cancel
@@ -30,18 +29,12 @@ struct FileJobsInAgent : FeatureInAgent, IRemoteAccess::IFileOperationEvent {
   std::function<void()> on_event;  // while the observer is being told
 
   FileJobsInAgent() {
-    GetTempFolder(old_temp);
-    SetEnvironmentVariableW(L"TMP", (folder / L"").c_str());
     Run();
     feature.RegisterFileOperationEvent(this, 0, 0);
-    bool enabled = false;
-    feature.GetEnabled(&enabled);  // Reads the store.
+    EXPECT_EQ(Open("t"), 0);
     calls.Take();
   }
-  ~FileJobsInAgent() override {
-    feature.Stop();
-    SetEnvironmentVariableW(L"TMP", old_temp.c_str());
-  }
+  ~FileJobsInAgent() override { feature.Stop(); }
 
   uint32_t OnDownloadFinished(const DownloadMetadata& metadata) override {
     return Note("downloaded ", metadata.jobId, static_cast<int>(metadata.status));
@@ -55,7 +48,7 @@ struct FileJobsInAgent : FeatureInAgent, IRemoteAccess::IFileOperationEvent {
     return calls.Add(event + std::string(ToUtf8(jobId.view()).view()) + ' ' +
                      std::to_string(status));
   }
-  bool HasJob(const wchar_t* jobId) { return jobs.FindJob(jobId) != nullptr; }
+  bool HasJob(const StringT<wchar_t>& jobId) { return jobs.FindJob(jobId) != nullptr; }
   void TakeStorageAway() {
     plugins.erase(L"Product.CentralizedStorage");
     feature.Init(this);

@@ -11,13 +11,14 @@ class OwnTempFolder {
  public:
   OwnTempFolder() {
     orn::GetTempFolder(before_);
-    SetEnvironmentVariableW(L"TMP", (folder_ / L"").c_str());
+    SetEnvironmentVariableW(L"TMP", (folder / L"").c_str());
   }
   OwnTempFolder(const OwnTempFolder&) = delete;
   OwnTempFolder& operator=(const OwnTempFolder&) = delete;
   ~OwnTempFolder() { SetEnvironmentVariableW(L"TMP", before_.c_str()); }
 
+  const TestFolder folder;
+
  private:
   orn::PathStringT<260> before_;
-  const TestFolder folder_;
 };
