@@ -42,11 +42,16 @@ export class EventLog {
   #bytes = 0;
   #lastId = 0;
   #forgotten = 0;
+  #trying: Promise<void> | undefined;
 
   /** `retryMs` is how long a disk that failed is left alone. */
   constructor(path: string, onError: (error: unknown) => void, retryMs = RETRY_MS) {
     this.#retryMs = retryMs;
-    this.#file = new LineFile(path, onError);
+    const onWriteError = (error: unknown) => {
+      onError(error);
+      this.#tryAgain();
+    };
+    this.#file = new LineFile(path, onWriteError, { gapless: true });
     this.#load(path);
     this.#written = new Map(this.#stores);
   }
@@ -58,8 +63,9 @@ export class EventLog {
     const event = { id: this.#lastId + 1, at, seq, name, store, payload };
     this.#keep(event);
     this.#file.append(toLine(event));
-    // The file may hold as much again as memory does before it is written anew.
-    if (this.#forgotten > Math.max(1000, this.#events.length)) this.#rewrite();
+    // The file may hold as much again as memory does before it is written anew; so may what waits for it.
+    const outgrown = this.#forgotten > Math.max(1000, this.#events.length);
+    if (outgrown || this.#file.backlog > MAX_BYTES) this.#rewrite();
     for (const follower of this.#followers) follower();
     return event;
   }
@@ -76,13 +82,11 @@ export class EventLog {
   /** Resolves when what was appended so far is in the file; tries until it is. */
   async written(): Promise<void> {
     const stores = new Map(this.#stores);
-    while (!(await this.#file.flush())) {
-      await sleep(this.#retryMs, undefined, { ref: false });
-      this.#rewrite();
-    }
-    for (const [store, seq] of stores) {
-      this.#written.set(store, Math.max(seq, this.lastWritten(store)));
-    }
+    while (!(await this.#file.flush())) await this.#tryAgain();
+    const written = [...stores].map(
+      ([store, seq]) => [store, Math.max(seq, this.lastWritten(store))] as const,
+    );
+    this.#written = new Map(written);
   }
 
   /** What is still known of the events after that id. */
@@ -138,6 +142,15 @@ export class EventLog {
     this.#stores.set(store, seq);
     const [oldest] = this.#stores.keys();
     if (this.#stores.size > MAX_STORES && oldest !== undefined) this.#stores.delete(oldest);
+  }
+
+  /** Writes the whole anew once the disk has been left alone for a while; many who ask meanwhile wait for the same. */
+  #tryAgain(): Promise<void> {
+    this.#trying ??= sleep(this.#retryMs, undefined, { ref: false }).then(() => {
+      this.#trying = undefined;
+      this.#rewrite();
+    });
+    return this.#trying;
   }
 
   #rewrite(): void {
