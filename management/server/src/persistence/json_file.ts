@@ -4,13 +4,15 @@ import type { z } from "zod";
 
 /**
  * A small value kept in a file, replaced as a whole: a reader, also after a crash, sees the old value or the new one.
- * Writing is asynchronous and coalesced; `flush` waits for what was set so far.
+ * Writing is asynchronous and coalesced; `flush` waits for what was set so far. What could not be written is tried again with the
+ * next change and with `flush`.
  */
 export class JsonFile<T> {
   readonly #path: string;
   readonly #schema: z.ZodType<T>;
   readonly #onError: (error: unknown) => void;
   #next: (() => T) | undefined;
+  #failed: (() => T) | undefined;
   #written = "";
   #writing: Promise<void> | undefined;
 
@@ -43,6 +45,7 @@ export class JsonFile<T> {
   }
 
   async flush(): Promise<void> {
+    if (this.#failed) this.write(this.#failed);
     await this.#writing;
   }
 
@@ -50,14 +53,17 @@ export class JsonFile<T> {
     const temporary = `${this.#path}.new`;
     while (this.#next) {
       await Promise.resolve(); // Changes made in the same turn become one write.
-      const text = JSON.stringify(this.#next(), null, 1);
+      const value = this.#next;
+      const text = JSON.stringify(value(), null, 1);
       this.#next = undefined;
+      this.#failed = undefined;
       if (text === this.#written) continue;
       try {
         await writeFile(temporary, text, { mode: 0o600, flush: true });
         await rename(temporary, this.#path);
         this.#written = text;
       } catch (error) {
+        this.#failed = value;
         this.#onError(error);
       }
     }
