@@ -85,7 +85,9 @@ function transferState(job: Job): StateWords {
       return {
         text: "Lost",
         tone: "warn",
-        problem: { text: "The machine's agent was started anew. How this ended is not known." },
+        problem: unanswered(job) ?? {
+          text: "The machine's agent was started anew. How this ended is not known.",
+        },
       };
     case "ended":
       return sends ? sentState(job.end) : fetchedState(job.end);
@@ -128,6 +130,11 @@ function problemOfJob(job: Job, attempt: "send" | "fetch" | "run"): Problem {
   return problemOfCode(job.status, job.message ?? "", attempt);
 }
 
+function unanswered(job: Job): Problem | undefined {
+  if (job.status !== null) return undefined;
+  return { text: "The connection broke before the machine answered. How this ended is not known." };
+}
+
 /** How a run of a command line stands, without its output. */
 export function describeRun(job: Job): StateWords {
   if (job.phase === "asked") return { text: "Starting…", tone: "calm" };
@@ -135,7 +142,9 @@ export function describeRun(job: Job): StateWords {
     return { text: "Not started", tone: "bad", problem: problemOfJob(job, "run") };
   }
   if (job.phase === "lost") {
-    const problem = { text: "The machine's agent was started anew, which ended the command." };
+    const problem = unanswered(job) ?? {
+      text: "The machine's agent was started anew, which ended the command.",
+    };
     return { text: "Lost", tone: "warn", problem };
   }
   if (job.phase !== "ended") return { text: "Running", tone: "calm" };

@@ -57,12 +57,17 @@ export class JobBoard {
     return (reply) => this.#answer(job, reply);
   }
 
-  /** The agent has connected. A new run of it knows nothing of what the one before had not ended. */
+  /**
+   * The agent has connected. What had no answer on the connection before will get none, and a new run of the agent knows nothing of
+   * what the one before had not ended.
+   */
   greeted(instance: string): void {
-    if (instance === this.#instance) return;
+    const anew = instance !== this.#instance;
     this.#instance = instance;
-    this.#save();
-    for (const job of this.#pending()) this.#close(job, "lost");
+    if (anew) this.#save();
+    for (const job of this.#pending()) {
+      if (anew || job.phase === "asked") this.#close(job, "lost");
+    }
   }
 
   onEvent({ id, name, payload }: EventRecord): void {
@@ -125,7 +130,8 @@ export class JobBoard {
       ...known,
     };
     this.#jobs.push(job);
-    if (this.#jobs.length > MAX_JOBS) this.#jobs.shift();
+    const oldest = this.#jobs.length > MAX_JOBS && this.#jobs.shift();
+    if (oldest) this.#forgetProgress(oldest);
     this.#changed(job);
     return job;
   }
@@ -203,10 +209,14 @@ export class JobBoard {
   }
 
   #changed(job: Job): void {
-    clearTimeout(this.#progress.get(job)?.due);
-    this.#progress.delete(job);
+    this.#forgetProgress(job);
     this.#save();
     for (const follower of this.#followers) follower(job);
+  }
+
+  #forgetProgress(job: Job): void {
+    clearTimeout(this.#progress.get(job)?.due);
+    this.#progress.delete(job);
   }
 
   #tellProgress(job: Job): void {
@@ -233,5 +243,7 @@ export class JobBoard {
 
 /** The text of a context may have changed on its way, its value has not. */
 function hasContext(job: Job, runContext: unknown): boolean {
-  return isDeepStrictEqual(memberOf(job.input, "runContext"), runContext);
+  return (
+    runContext !== undefined && isDeepStrictEqual(memberOf(job.input, "runContext"), runContext)
+  );
 }

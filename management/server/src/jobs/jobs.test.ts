@@ -107,7 +107,7 @@ test("transfers show in the job that they are for", async () => {
   const server = await TestServer.start();
   const machine = await server.integration();
   machine.onPolicy = ({ id }) => ({ output: { jobId: `job ${id}` } });
-  await call(server, "StartDownload", { runContext: { run: "ü" } });
+  await call(server, "StartDownload", { runContext: { run: "ü", password: "x" } });
   await call(server, "StartUploadArchive", { runContext: { run: "ü" } });
   const size = 5_000_000;
   const file = new Blob([Buffer.alloc(size)]);
@@ -123,7 +123,7 @@ test("transfers show in the job that they are for", async () => {
   };
   for (const context of ['{"run":"another"}', "{", ""]) await fetchA(context);
   expect((await jobsOf(server)).map((job) => job.phase)).toEqual(["running", "running"]);
-  await fetchA(' {"run": "\\u00fc"}');
+  await fetchA(' {"run": "\\u00fc", "password": "x"}');
   const body = formOf({}, file, "b.zip");
   const init = { method: "POST", headers: headers('{"run":"ü"}'), body };
   await server.fetch("/api/agent/storage/default", init);
@@ -164,7 +164,7 @@ test("jobs outlive both ends' restarts; those that a new run of the agent does n
   expect(jobs[0]?.input).toEqual({ runContext: "kept", shortened: true });
 });
 
-test("an answer that comes after its time still counts for the job", async () => {
+test("an answer that comes after its time still counts, one that cannot come any more is not waited for", async () => {
   const server = await TestServer.start({ callMs: 50 });
   const late = await server.integration();
   late.onPolicy = () => null;
@@ -174,4 +174,11 @@ test("an answer that comes after its time still counts for the job", async () =>
   late.send({ type: "ping" });
   await late.next("pong");
   expect((await jobsOf(server)).at(-1)).toMatchObject({ phase: "running", pid: 4000 });
+
+  // With its connection the answer is lost, but not what becomes of the job.
+  await call(server, "StartDownload", { runContext: 1 });
+  const again = await server.integration();
+  expect((await jobsOf(server)).map(({ phase }) => phase)).toEqual(["running", "lost"]);
+  await tell(again, 1, "Download", { jobId: "a", runContext: 1 });
+  expect((await jobsOf(server))[1]).toMatchObject({ phase: "ended", status: null, jobId: "a" });
 });
