@@ -1,7 +1,12 @@
 import { mkdirSync } from "node:fs";
 import type { AddressInfo } from "node:net";
 import { join, resolve } from "node:path";
-import Fastify, { type FastifyBaseLogger, type FastifyError, LogController } from "fastify";
+import Fastify, {
+  type FastifyBaseLogger,
+  type FastifyError,
+  type FastifyReply,
+  LogController,
+} from "fastify";
 import { Access } from "./access/access.ts";
 import { Admission } from "./agent/admission.ts";
 import { agentDoor } from "./agent/agent_door.ts";
@@ -10,6 +15,7 @@ import { type ApiContext, apiRoutes } from "./http/api_routes.ts";
 import { LiveFeed } from "./http/live_feed.ts";
 import { Metrics } from "./http/metrics.ts";
 import { pageRoutes } from "./http/page_routes.ts";
+import { sendPlainJson } from "./http/plain_json.ts";
 import { pathOf, Upgrades } from "./http/upgrades.ts";
 import { integrationDoor } from "./integration/integration_door.ts";
 import { defaultLimits, type Limits, MAX_MESSAGE_BYTES } from "./limits.ts";
@@ -55,6 +61,8 @@ export async function startServer(
     forceCloseConnections: true,
     bodyLimit: MAX_MESSAGE_BYTES,
     routerOptions: { maxParamLength: 256 },
+    // An address that cannot be read gets to no route, nor to the handler of errors below.
+    frameworkErrors: (error, _request, reply) => refuse(error, reply),
   });
   const { log } = app;
   const onWriteError = (error: unknown) => log.error({ err: error }, "could not be written");
@@ -86,10 +94,7 @@ export async function startServer(
   app.setNotFoundHandler(() => {
     throw notFound("route");
   });
-  app.setErrorHandler((error, _request, reply) => {
-    const refusal = toApiError(error as FastifyError, log);
-    return reply.code(refusal.status).send(refusal.body);
-  });
+  app.setErrorHandler((error, _request, reply) => refuse(error as FastifyError, reply));
   app.get("/healthz", async () => ({ status: "ok" }));
   app.get("/metrics", async (_request, reply) =>
     reply.type("text/plain; version=0.0.4; charset=utf-8").send(metrics.render(registry)),
@@ -142,6 +147,11 @@ async function stopSessions(registry: Registry, timeMs: number): Promise<void> {
     }, timeMs);
     done();
   });
+}
+
+function refuse(error: FastifyError, reply: FastifyReply): FastifyReply {
+  const { status, body } = toApiError(error, reply.log);
+  return sendPlainJson(reply.code(status), body);
 }
 
 function toApiError(error: FastifyError, log: FastifyBaseLogger): ApiError {

@@ -44,7 +44,8 @@ export function apiRoutes(context: ApiContext, live: LiveFeed) {
       const machine = registry.get(request.params.id);
       const params = readUtf8(request.body);
       const { method } = request.params;
-      const module = request.query.module ?? "RemoteAccess";
+      const { module = "RemoteAccess" } = request.query;
+      if (typeof module !== "string") throw badRequest("module is named more than once.");
       const who = whoOf(request);
       audit.record({ who, action: "call", machine: machine.id, details: { module, method } });
       metrics.count("remote_access_calls_total");

@@ -1,10 +1,12 @@
 import type { FastifyReply } from "fastify";
 
 const HEARTBEAT_MS = 15_000;
+/** Without anything taken by the reader. */
+const STALLED_MS = 60_000;
 
 /**
  * A response of server-sent events. It holds no queue of its own: who sends stops while it isn't `ready`, and goes on, or skips
- * ahead, when `onReady` is called.
+ * ahead, when `onReady` is called. A reader that takes nothing for a minute is given up.
  */
 export class EventStream {
   readonly #reply: FastifyReply;
@@ -21,6 +23,7 @@ export class EventStream {
     });
     reply.raw.write(":\n\n");
     reply.raw.on("drain", onReady);
+    reply.raw.setTimeout(STALLED_MS, () => reply.raw.destroy());
     const heartbeat = setInterval(() => this.ready && reply.raw.write(":\n\n"), HEARTBEAT_MS);
     reply.raw.on("close", () => {
       clearInterval(heartbeat);

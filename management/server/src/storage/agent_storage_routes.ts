@@ -1,6 +1,7 @@
 import type { FastifyInstance, FastifyRequest } from "fastify";
 import type { Admission } from "../agent/admission.ts";
 import type { Metrics } from "../http/metrics.ts";
+import { sendPlainJson } from "../http/plain_json.ts";
 import type { Limits } from "../limits.ts";
 import type { Registry } from "../machines/registry.ts";
 import { checkName } from "./names.ts";
@@ -32,9 +33,9 @@ export function agentStorageRoutes(context: AgentStorageContext) {
 
   return async (routes: FastifyInstance): Promise<void> => {
     leaveBodies(routes);
-    routes.addHook("onRequest", async (request) => {
+    routes.addHook("onRequest", async (request, reply) => {
       admission.identify(request.headers);
-      limitIdleness(request, limits.transferIdleMs);
+      limitIdleness(request, reply, limits.transferIdleMs);
     });
 
     routes.route<{ Params: { profile: string; "*": string } }>({
@@ -75,11 +76,7 @@ export function agentStorageRoutes(context: AgentStorageContext) {
           });
         });
         progress(stored.size, stored.size);
-        // Without a charset: so the machine hands it on as a value, not as a text.
-        return reply
-          .code(201)
-          .type("application/json")
-          .send(Buffer.from(JSON.stringify(stored)));
+        return sendPlainJson(reply.code(201), stored);
       },
     );
   };

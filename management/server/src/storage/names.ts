@@ -1,6 +1,7 @@
 import { ApiError } from "../errors.ts";
 
 const MAX_BYTES = 200;
+const MAX_EXTENSION = 32;
 /** Control characters, separators, and what means a drive, a stream or a pattern to Windows. */
 const FORBIDDEN = /[\p{Cc}\\/<>:"|?*]/u;
 const DEVICE = /^(con|prn|aux|nul|conin\$|conout\$|(com|lpt)[0-9¹²³])\s*(\.|$)/i;
@@ -24,9 +25,10 @@ export function checkName(given: string): string {
 /** `name` with a number before its extension, still no longer than a name may be. */
 export function numbered(name: string, number: number): string {
   const dot = name.lastIndexOf(".");
-  const extension = dot > 0 ? name.slice(dot) : "";
+  // What is longer is no extension, and might leave no room for the number.
+  const extension = dot > 0 && name.length - dot <= MAX_EXTENSION ? name.slice(dot) : "";
   const suffix = ` (${number})`;
-  let stem = [...(dot > 0 ? name.slice(0, dot) : name)];
+  let stem = [...name.slice(0, name.length - extension.length)];
   while (stem.length > 1 && Buffer.byteLength(stem.join("") + suffix + extension) > MAX_BYTES) {
     stem = stem.slice(0, -1);
   }

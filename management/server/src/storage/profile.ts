@@ -45,15 +45,15 @@ export class Profile {
     this.maxSize = maxSize;
     this.#dir = dir;
     mkdirSync(dir, { recursive: true, mode: 0o700 });
-    for (const entry of readdirSync(dir)) {
-      if (entry.startsWith(PARTIAL)) rmSync(join(dir, entry), { force: true });
+    for (const entry of readdirSync(dir, { withFileTypes: true })) {
+      if (entry.isFile() && entry.name.startsWith(PARTIAL)) rmSync(join(dir, entry.name));
     }
   }
 
-  /** By name. */
+  /** By name. What somebody put into the folder under a name that this storage would refuse is left out. */
   async list(): Promise<Array<StoredFile & { modified: string }>> {
     const entries = await readdir(this.#dir, { withFileTypes: true });
-    const names = entries.filter((entry) => entry.isFile() && !entry.name.startsWith("."));
+    const names = entries.filter((entry) => entry.isFile() && isStorable(entry.name));
     const files = await Promise.all(
       names.map(async ({ name }) => {
         const found = await stat(join(this.#dir, name)).catch(() => undefined);
@@ -71,15 +71,20 @@ export class Profile {
     throw notFound("file");
   }
 
-  /** Takes a file in. Throws ApiError bad_name, too_large, no_space, and what `chunks` throws; then nothing is left of it. */
+  /**
+   * Takes a file in; it survives a loss of power from then on. Throws ApiError bad_name, too_large, no_space, name_taken, and what
+   * `chunks` throws; then nothing is left of it.
+   */
   async store(name: string, incoming: Incoming): Promise<StoredFile> {
     const checked = checkName(name);
     const partial = join(this.#dir, `${PARTIAL}${randomUUID()}`);
     try {
       const size = await this.#write(partial, incoming);
-      if (!incoming.replace) return { name: await this.#settle(partial, checked), size };
-      await rename(partial, this.#pathOf(checked));
-      return { name: checked, size };
+      const settled = incoming.replace
+        ? await this.#replace(partial, checked)
+        : await this.#settle(partial, checked);
+      await syncFolder(this.#dir);
+      return { name: settled, size };
     } catch (error) {
       await rm(partial, { force: true });
       throw toRefusal(error);
@@ -102,9 +107,23 @@ export class Profile {
         yield chunk;
       }
     };
-    const file = createWriteStream(path, { flags: "wx", mode: 0o600, highWaterMark: BUFFER_BYTES });
+    const file = createWriteStream(path, {
+      flags: "wx",
+      mode: 0o600,
+      highWaterMark: BUFFER_BYTES,
+      flush: true,
+    });
     await pipeline(counted, file);
     return size;
+  }
+
+  /** Gives a whole file its name, in place of the file that has it. */
+  async #replace(partial: string, name: string): Promise<string> {
+    await rename(partial, this.#pathOf(name)).catch((error: NodeJS.ErrnoException) => {
+      if (error.code === "EISDIR") throw nameTaken("There is a folder of that name.");
+      throw error;
+    });
+    return name;
   }
 
   /** Gives a whole file its name, or the next one that is free: whoever links first has it. */
@@ -120,12 +139,31 @@ export class Profile {
       await unlink(partial);
       return candidate;
     }
-    throw new ApiError(409, "name_taken", "There are too many files of that name.");
+    throw nameTaken("There are too many files of that name.");
   }
 
   #pathOf(name: string): string {
     return join(this.#dir, checkName(name));
   }
+}
+
+function isStorable(name: string): boolean {
+  try {
+    return checkName(name) === name;
+  } catch {
+    return false;
+  }
+}
+
+/** Makes what was renamed in a folder certain, where the system can: some know no such thing for folders. */
+async function syncFolder(path: string): Promise<void> {
+  const folder = await open(path, constants.O_RDONLY).catch(() => undefined);
+  await folder?.sync().catch(() => {});
+  await folder?.close();
+}
+
+function nameTaken(message: string): ApiError {
+  return new ApiError(409, "name_taken", message);
 }
 
 function refuseMissing(error: NodeJS.ErrnoException): never {

@@ -48,6 +48,8 @@ export async function sendFile(
       onBytes(chunk.length, sent, size);
       done(null, chunk);
     },
+    // What was promised cannot be kept: only the end of the connection says so.
+    flush: (done) => done(sent > end ? null : new Error("The file became shorter.")),
   });
   const stream = file.createReadStream({ start, end, highWaterMark: PIECE_BYTES });
   stream.on("error", (error) => counter.destroy(error));

@@ -1,4 +1,5 @@
 import type { FastifyInstance, FastifyRequest } from "fastify";
+import { badRequest } from "../errors.ts";
 import { administratorsOnly } from "../http/administrators.ts";
 import type { ApiContext } from "../http/api_routes.ts";
 import type { Limits } from "../limits.ts";
@@ -20,7 +21,9 @@ export function storageRoutes(context: ApiContext, storage: Storage, limits: Lim
   return async (api: FastifyInstance): Promise<void> => {
     const whoOf = administratorsOnly(api, context.access);
     leaveBodies(api);
-    api.addHook("onRequest", async (request) => limitIdleness(request, limits.transferIdleMs));
+    api.addHook("onRequest", async (request, reply) =>
+      limitIdleness(request, reply, limits.transferIdleMs),
+    );
 
     api.get("/storage", async () => storage.profiles);
 
@@ -55,17 +58,24 @@ export function storageRoutes(context: ApiContext, storage: Storage, limits: Lim
       handler: async (request, reply) => {
         const profile = storage.get(request.params.profile);
         const name = checkName(request.params["*"]);
-        const file = await profile.open(name);
         const { entry } = request.query;
+        if (entry !== undefined && typeof entry !== "string") {
+          throw badRequest("entry is named more than once.");
+        }
+        const file = await profile.open(name);
         const details = { profile: profile.name, name, ...(entry !== undefined && { entry }) };
         audit.record({ who: whoOf(request), action: "storageGet", details });
         if (entry === undefined) {
           const onBytes = (n: number) => metrics.count("remote_access_storage_sent_bytes_total", n);
           return sendFile(request, reply, file, { name, onBytes });
         }
-        const { size, stream } = await openEntry(file, entry);
+        const gone = new AbortController();
+        reply.raw.once("close", () => gone.abort());
+        const { size, stream } = await openEntry(file, entry, gone.signal);
         reply.headers({ ...attachment(lastPart(entry)), "content-length": size });
-        return reply.send(stream);
+        if (request.method !== "HEAD") return reply.send(stream);
+        stream.destroy();
+        return reply.send();
       },
     });
 

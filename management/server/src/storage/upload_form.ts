@@ -32,13 +32,19 @@ export async function receiveForm<T>(
   form.on("field", (name, value) => {
     if (name === "key") key = value;
   });
+  // Dropping what is too much could mean another file, or another name, than the sender has in mind.
+  const refuse = () => form.destroy(badRequest("The form has too many fields or files."));
+  form.once("filesLimit", refuse);
+  form.once("fieldsLimit", refuse);
   try {
     return await new Promise<T>((resolve, reject) => {
       form.on("file", (field, stream, filename) => {
         if (field !== "file" || !filename || part) return void stream.resume();
         part = stream;
         stream.on("error", () => {}); // It comes after the last piece was asked for, too.
-        const name = key?.replace(/\$\{filename\}/g, () => filename) ?? filename;
+        // Longer than any name may be, and no longer, since the key may hold it thousands of times.
+        const given = filename.slice(0, 256);
+        const name = key?.replace(/\$\{filename\}/g, () => given) ?? given;
         store(name, upTo(stream, ended)).then(resolve, reject);
       });
       // With a part, its storing ends first, one way or the other.

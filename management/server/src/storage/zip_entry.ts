@@ -5,16 +5,17 @@ import { ApiError, notFound } from "../errors.ts";
 
 /**
  * Opens one entry of a ZIP archive, by the name that it has there. The archive is closed with the stream, or when this throws
- * ApiError: not_found, not_an_archive, encrypted.
+ * ApiError: not_found, not_an_archive, encrypted. `gone` ends the search, which is long where there are millions of entries.
  */
 export async function openEntry(
   file: FileHandle,
   wanted: string,
+  gone: AbortSignal,
 ): Promise<{ size: number; stream: Readable }> {
   try {
     // Names are compared, never used as paths, so that none of them makes the archive unreadable.
     const archive = await fromFdPromise(file.fd, { decodeStrings: false });
-    const entry = await findEntry(archive, wanted);
+    const entry = await findEntry(archive, wanted, gone);
     if (!entry) throw notFound("entry");
     if (entry.isEncrypted()) {
       throw new ApiError(400, "encrypted", "The entry is protected by a password.");
@@ -29,9 +30,14 @@ export async function openEntry(
   }
 }
 
-async function findEntry(archive: ZipFile, wanted: string): Promise<Entry | undefined> {
+async function findEntry(
+  archive: ZipFile,
+  wanted: string,
+  gone: AbortSignal,
+): Promise<Entry | undefined> {
   const name = wanted.replaceAll("\\", "/").normalize("NFC");
   for await (const entry of archive.eachEntry()) {
+    gone.throwIfAborted();
     const { generalPurposeBitFlag, fileNameRaw, extraFields } = entry;
     const found = getFileNameLowLevel(generalPurposeBitFlag, fileNameRaw, extraFields, false);
     if (found.normalize("NFC") === name) return entry;
