@@ -446,10 +446,8 @@ TEST_F(CentralizedStorageTest, ProfilesDecideWhoComesAndHowMuchMayPass) {
   orn::tsrsdk::Product::UploadData data;
   EXPECT_EQ(plugin_->PrevalidateUploadData(data), error::kBadParameter);
   data.items.resize(1);
-  for (const char* const name : {"", "a:b", "com\xC2\xB9 .x", "a.", "a\xC2\xA0",
-                                 "a\xC2\x85"
-                                 "b",
-                                 ".a"}) {
+  for (const char* const name :
+       {"", "a:b", "com\xC2\xB9 .x", "a.", "a\xC2\xA0", "a\xC2\x85x", ".a"}) {
     data.items[0].name = name;
     EXPECT_EQ(plugin_->PrevalidateUploadData(data), error::kInvalidName) << name;
   }

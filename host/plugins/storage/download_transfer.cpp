@@ -40,7 +40,12 @@ void DownloadTransfer::Run(TransferControl& control) {
     }
   }
   result.error = static_cast<int32_t>(first_failure);
-  if (first_failure == 0) result.reason = std::wstring_view(WordOf(0));
+  if (first_failure == 0) {
+    result.reason = std::wstring_view(WordOf(0));
+  } else {
+    ORN_LOG(logging::kNotice, L"Product.CentralizedStorage::Download",
+            L"A download from profile \"%s\" failed: %u", profile_.name.c_str(), first_failure);
+  }
 }
 
 void DownloadTransfer::OnCancelled() {

@@ -50,6 +50,10 @@ void UploadTransfer::Run(TransferControl& control) {
   auto& result = metadata_.centralizedStorage;
   result.error = static_cast<int32_t>(code);
   result.reason = std::wstring_view(WordOf(code, result.httpResponse.responseCode));
+  if (code != 0) {
+    ORN_LOG(logging::kNotice, L"Product.CentralizedStorage::Upload",
+            L"An upload to profile \"%s\" failed: %u", profile_.name.c_str(), code);
+  }
 }
 
 uint32_t UploadTransfer::Send(TransferControl& control) {
