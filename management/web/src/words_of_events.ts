@@ -1,6 +1,6 @@
-import { integer, type Json, list, member, text } from "./api/json";
+import { list, member, text } from "./api/json";
 import type { MachineEvent } from "./live/events_feed";
-import { describeRunEnd, type Tone } from "./words_of_jobs";
+import { describeRunEnd, describeSent, fetchedState, sentState, type Tone } from "./words_of_jobs";
 import { count } from "./words_of_sizes";
 
 export type EventKind = "download" | "upload" | "process" | "other";
@@ -17,47 +17,40 @@ const kinds: Record<string, EventKind> = {
   "RemoteAccess.ProcessFinished": "process",
 };
 
-const tones: Record<string, Tone> = {
-  success: "good",
-  aborted: "calm",
-  failed: "bad",
-  "gather items failed": "bad",
-  "upload failed": "bad",
-};
-
 export function kindOf(event: MachineEvent): EventKind {
   return Object.hasOwn(kinds, event.name) ? (kinds[event.name] ?? "other") : "other";
 }
 
-/** An event in one line. */
+/** An event in one line, in the words that the other views have for it. */
 export function describeEvent(event: MachineEvent): EventWords {
   const kind = kindOf(event);
   const data = member(event.payload, "data");
-  if (kind === "download") {
-    return { kind, ...describeFiles("Download finished", data, "file") };
+  const items = list(data, "items");
+  switch (kind) {
+    case "download": {
+      const { text: state, tone } = sentState(data);
+      const { title, place } = describeSent(items);
+      return { kind, text: `${state}: ${title} ${place}`.trim(), tone };
+    }
+    case "upload": {
+      const { text: state, tone } = fetchedState(data);
+      const name = text(data, "name") || "an archive";
+      return { kind, text: `${state}: ${name}, ${count(items.length, "path")}`, tone };
+    }
+    case "process": {
+      const { text: state, tone } = describeRunEnd(data);
+      return { kind, text: `Command: ${state}`, tone };
+    }
+    case "other":
+      return { kind, text: describeOther(event), tone: "calm" };
   }
-  if (kind === "upload") {
-    const words = describeFiles("Upload finished", data, "path");
-    const name = text(data, "name");
-    return { kind, ...words, text: name ? `${words.text}, ${name}` : words.text };
-  }
-  if (kind === "process") {
-    const { text: words, tone } = describeRunEnd(data);
-    return { kind, text: `Command: ${words}`, tone };
-  }
-  return { kind, text: event.name || "An event without a name", tone: "calm" };
 }
 
-function describeFiles(what: string, data: Json, one: string): { text: string; tone: Tone } {
-  const items = list(data, "items");
-  const failed = items.filter((item) => integer(item, "errorCode") !== 0).length;
-  const status = text(data, "status") || "without a status";
-  const tone = Object.hasOwn(tones, status) ? (tones[status] ?? "calm") : "calm";
-  const missing = failed > 0 ? `, ${failed} with a problem` : "";
-  return {
-    text: `${what}: ${status}, ${count(items.length, one)}${missing}`,
-    tone: failed > 0 && tone === "good" ? "warn" : tone,
-  };
+/** What the machine counts of its tools' use is told by the tool. */
+function describeOther({ name, payload }: MachineEvent): string {
+  const tool = text(payload, "tool");
+  if (!tool) return name || "An event without a name";
+  return `Usage: ${[tool, text(payload, "exit_reason")].filter(Boolean).join(", ")}`;
 }
 
 const searchTexts = new WeakMap<MachineEvent, string>();

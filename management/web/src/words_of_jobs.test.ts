@@ -102,9 +102,12 @@ test("a run says its exit code and why it ended", () => {
 test("an event is told in a line, also one of a strange form", () => {
   const told = (name: string, data: unknown) =>
     describeEvent({ id: 1, at: "", name, payload: { data } });
-  const items = [{ errorCode: 0 }, { errorCode: 0 }, { errorCode: 0 }];
+  const items = [
+    { errorCode: 0, to: "C:\\a\\b" },
+    { errorCode: 2, to: "C:\\a\\c" },
+  ];
   const finished = told("RemoteAccess.DownloadFinished", { status: "success", items });
-  expect(finished.text).toBe("Download finished: success, 3 files");
+  expect(finished.text).toBe("Sent 1 of 2: 2 files to C:\\a");
   expect(told("constructor", null)).toEqual({ kind: "other", text: "constructor", tone: "calm" });
   for (const data of [null, "x", { status: 5, items: [null] }]) {
     for (const what of ["Download", "Upload", "Process"]) {

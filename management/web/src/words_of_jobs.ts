@@ -25,12 +25,13 @@ export interface TransferWords {
 
 export function describeTransfer(job: Job): TransferWords {
   return job.kind === "download"
-    ? { ...describeSent(job), state: transferState(job) }
+    ? { ...describeSent(list(job.input, "items")), state: transferState(job) }
     : { ...describeFetched(job), state: transferState(job) };
 }
 
-function describeSent(job: Job): { title: string; place: string } {
-  const targets = list(job.input, "items").map((item) => text(item, "to"));
+/** Items by where they go to. */
+export function describeSent(items: readonly Json[]): { title: string; place: string } {
+  const targets = items.map((item) => text(item, "to"));
   const folders = new Set(targets.map(folderOf));
   const place = folders.size === 1 ? [...folders][0] : commonFolder(targets);
   return {
@@ -41,12 +42,11 @@ function describeSent(job: Job): { title: string; place: string } {
 }
 
 function describeFetched(job: Job): { title: string; place: string } {
-  const asked = job.parent === null ? list(job.input, "items") : list(job.end, "items");
-  const paths = asked.map((item) => text(item, "pattern"));
+  const paths = list(job.input, "items").map((item) => text(item, "pattern"));
   const place = paths.length === 1 ? paths[0] : paths.length ? count(paths.length, "path") : "";
   return {
     title: text(job.end, "name") || text(job.input, "name") || "Archive",
-    place: job.parent === null ? (place ? `from ${place}` : "") : "from a command",
+    place: place ? `from ${place}` : "",
   };
 }
 
@@ -94,7 +94,7 @@ function transferState(job: Job): StateWords {
   }
 }
 
-function sentState(end: Json): StateWords {
+export function sentState(end: Json): StateWords {
   const items = itemResults(end, "to");
   const failed = items.filter(({ code }) => code !== 0).length;
   const status = text(end, "status");
@@ -107,7 +107,7 @@ function sentState(end: Json): StateWords {
   return { text: "Nothing arrived", tone: "bad", ...(problem && { problem }) };
 }
 
-function fetchedState(end: Json): StateWords {
+export function fetchedState(end: Json): StateWords {
   const failed = itemResults(end, "pattern").filter(({ code }) => code !== 0).length;
   const status = text(end, "status");
   if (status === "success" && failed === 0) return { text: "Fetched", tone: "good" };

@@ -1,8 +1,11 @@
 import { useEffect, useState } from "preact/hooks";
 import { text } from "../api/json";
+import type { Problem } from "../api/problem";
 import { Icon } from "../components/icons";
 import { ProblemWords } from "../components/problem_note";
 import { ProgressBar } from "../components/progress_bar";
+import { ArchiveActions } from "../files/archive_actions";
+import { CancelButton } from "../files/cancel_button";
 import { isGone } from "../files/gone_archives";
 import { storedArchive } from "../files/stored_archive";
 import { isOver, type Job } from "../live/jobs_feed";
@@ -27,6 +30,7 @@ export function RunRow({
   newest: boolean;
 }) {
   const [chosen, setChosen] = useState<boolean>();
+  const [problem, setProblem] = useState<Problem>();
   const open = chosen ?? newest;
   const command = text(run.input, "execute", "commandLine");
   const state = describeRun(run);
@@ -70,12 +74,29 @@ export function RunRow({
               <Icon name="again" size={13} /> Use again
             </button>
             {upload && archive && !isGone(upload) && (
-              <a class="button small" href={archive.path} download>
-                <Icon name="save" size={14} /> Whole archive
-              </a>
+              <ArchiveActions
+                upload={upload}
+                archive={archive}
+                title={`of ${command}`}
+                label="Whole archive"
+                onProblem={setProblem}
+              />
+            )}
+            {upload && !isOver(upload) && upload.phase !== "asked" && (
+              <CancelButton
+                machineId={machineId}
+                job={upload}
+                title={`the output of ${command}`}
+                onProblem={setProblem}
+              />
             )}
             <Facts run={run} />
           </div>
+          {problem && (
+            <p class="run-problem">
+              <ProblemWords problem={problem} />
+            </p>
+          )}
         </div>
       )}
     </li>

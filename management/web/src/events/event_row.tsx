@@ -1,8 +1,6 @@
 import { useState } from "preact/hooks";
-import { text } from "../api/json";
 import { Icon } from "../components/icons";
 import type { MachineEvent } from "../live/events_feed";
-import type { Job } from "../live/jobs_feed";
 import { moment } from "../words";
 import { describeEvent, type EventKind } from "../words_of_events";
 
@@ -14,10 +12,9 @@ const icons: Record<EventKind, "send" | "fetch" | "prompt" | "help"> = {
 };
 
 /** An event in a line; as it came, on demand. */
-export function EventRow({ event, job }: { event: MachineEvent; job: Job | undefined }) {
+export function EventRow({ event, command }: { event: MachineEvent; command: string }) {
   const [open, setOpen] = useState(false);
   const words = describeEvent(event);
-  const command = text(job?.input, "execute", "commandLine");
   return (
     <li class="event">
       <button type="button" class="event-line" aria-expanded={open} onClick={() => setOpen(!open)}>

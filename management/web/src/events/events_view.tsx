@@ -14,8 +14,8 @@ const PORTION = 150;
 
 const kinds: Array<{ kind: EventKind | "all"; title: string }> = [
   { kind: "all", title: "All" },
-  { kind: "download", title: "Downloads" },
-  { kind: "upload", title: "Uploads" },
+  { kind: "download", title: "Sent" },
+  { kind: "upload", title: "Fetched" },
   { kind: "process", title: "Commands" },
   { kind: "other", title: "Others" },
 ];
@@ -77,7 +77,7 @@ export function EventsView({ machine }: { machine: MachineInfo }) {
         <FeedNote feed={feed} />
         <ol class="events">
           {found.slice(0, shown).map((event) => (
-            <EventRow key={event.id} event={event} job={ended.of(event)} />
+            <EventRow key={event.id} event={event} command={ended.commandOf(event)} />
           ))}
         </ol>
         {found.length > shown && <More key={shown} onReached={() => setShown(shown + PORTION)} />}

@@ -10,11 +10,13 @@ export function ArchiveActions({
   upload,
   archive,
   title,
+  label = "Download",
   onProblem,
 }: {
   upload: Job;
   archive: StoredArchive;
   title: string;
+  label?: string;
   onProblem(problem: Problem | undefined): void;
 }) {
   const [asking, setAsking] = useState(false);
@@ -34,8 +36,8 @@ export function ArchiveActions({
   }
   return (
     <>
-      <a class="button small" href={archive.path} download aria-label={`Download ${title}`}>
-        <Icon name="save" size={14} /> Download
+      <a class="button small" href={archive.path} download aria-label={`${label} ${title}`}>
+        <Icon name="save" size={14} /> {label}
       </a>
       <button
         type="button"

@@ -54,13 +54,13 @@ export function SendPanel({ machine }: { machine: MachineInfo }) {
       </label>
       <CheckLine check={check} id="target-check" />
       <div class="panel-actions">
-        <button type="submit" class="button primary" disabled={!ready}>
+        <button type="submit" class={doubtful ? "button" : "button primary"} disabled={!ready}>
           {files.length > 0 ? `Send ${count(files.length, "file")}` : "Send"}
         </button>
         {doubtful && files.length > 0 && (
           <button
             type="button"
-            class="button"
+            class="button primary"
             disabled={!ready}
             onClick={() => sending.start({ anyway: true })}
           >

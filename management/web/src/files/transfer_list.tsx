@@ -10,7 +10,10 @@ import { TransferRow } from "./transfer_row";
 /** What is on its way and what came and went, newest first, whoever started it. */
 export function TransferList({ machineId }: { machineId: string }) {
   const feed = jobsOf(machineId);
-  const transfers = feed.jobs.value.filter(({ kind }) => kind !== "process");
+  // The outputs of commands are shown with those.
+  const transfers = feed.jobs.value.filter(
+    ({ kind, parent }) => kind !== "process" && parent === null,
+  );
   const sending = sendingOf(machineId);
   const uploads = sending.uploads.value;
   return (

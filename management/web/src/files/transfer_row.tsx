@@ -1,17 +1,17 @@
 import { useState } from "preact/hooks";
 import { list, text } from "../api/json";
-import { type Problem, problemOf } from "../api/problem";
-import { policy } from "../api/server";
+import type { Problem } from "../api/problem";
 import { Icon } from "../components/icons";
 import { ProblemWords } from "../components/problem_note";
 import { ProgressBar } from "../components/progress_bar";
 import { isOver, type Job } from "../live/jobs_feed";
 import { useEndAnnounced } from "../live/use_end_announced";
 import { moment } from "../words";
-import { describePackedItem, describeSentItem, problemOfAnswer } from "../words_of_codes";
+import { describePackedItem, describeSentItem } from "../words_of_codes";
 import { describeTransfer } from "../words_of_jobs";
 import { count, size } from "../words_of_sizes";
 import { ArchiveActions } from "./archive_actions";
+import { CancelButton } from "./cancel_button";
 import { jobIdOf, sizesOf } from "./leftovers";
 import { type ItemResult, itemResults, storedArchive } from "./stored_archive";
 
@@ -20,23 +20,8 @@ export function TransferRow({ machineId, job }: { machineId: string; job: Job })
   const { title, place, state } = describeTransfer(job);
   useEndAnnounced(job, `${title}: ${state.text}`);
   const [problem, setProblem] = useState<Problem>();
-  const [cancelling, setCancelling] = useState(false);
   const archive = job.kind === "upload" ? storedArchive(job.end) : undefined;
   const progress = progressOf(job);
-
-  const cancel = async () => {
-    setCancelling(true);
-    setProblem(undefined);
-    try {
-      const method = job.kind === "download" ? "CancelDownload" : "CancelUpload";
-      const answer = await policy(machineId, method, { jobId: jobIdOf(job) });
-      setProblem(problemOfAnswer(answer, "cancel"));
-    } catch (error) {
-      setProblem(problemOf(error));
-    } finally {
-      setCancelling(false);
-    }
-  };
 
   return (
     <li class="transfer">
@@ -61,15 +46,7 @@ export function TransferRow({ machineId, job }: { machineId: string; job: Job })
             <ArchiveActions upload={job} archive={archive} title={title} onProblem={setProblem} />
           )}
           {!isOver(job) && job.phase !== "asked" && (
-            <button
-              type="button"
-              class="button small"
-              aria-label={`Cancel ${title}`}
-              disabled={cancelling}
-              onClick={cancel}
-            >
-              Cancel
-            </button>
+            <CancelButton machineId={machineId} job={job} title={title} onProblem={setProblem} />
           )}
         </div>
       </div>
