@@ -46,7 +46,6 @@ test("events arrive once and in order although the server dies in between", asyn
   await feed.find(({ payload }) => payload.data?.runContext === contexts.at(-1));
   const runs = feed.events.filter(({ name }) => name === "RemoteAccess.ProcessFinished");
   expect(runs.map(({ payload }) => payload.data.runContext)).toEqual(contexts);
-  // What the server knows of the runs has outlived it as well.
   feed.close();
 });
 
