@@ -40,3 +40,16 @@ export function serverProcess(data: string): number {
   });
   return Number(pid ?? 0);
 }
+
+// What runs on the machines and beside them, of the run whose data folder is `data`.
+export function processesOf(data: string): string[] {
+  return readdirSync("/proc").flatMap((pid) => {
+    if (!/^\d+$/.test(pid)) return [];
+    try {
+      const ours = readFileSync(`/proc/${pid}/environ`, "utf8").includes(`WINEPREFIX=${data}/`);
+      return ours ? [readFileSync(`/proc/${pid}/comm`, "utf8").trim()] : [];
+    } catch {
+      return [];
+    }
+  });
+}

@@ -1,5 +1,5 @@
 import { randomUUID } from "node:crypto";
-import { mkdirSync, writeFileSync } from "node:fs";
+import { existsSync, mkdirSync, readdirSync, writeFileSync } from "node:fs";
 import { dirname, join } from "node:path";
 import type { Api } from "./api.ts";
 import { EventFeed } from "./event_feed.ts";
@@ -163,6 +163,16 @@ export class Remote {
   // A file on drive C: of the machine; `path` with slashes.
   file(path: string): string {
     return join(this.data, "machine-1/prefix/drive_c", path);
+  }
+
+  // What the agent has left in the temporary folders of the machine's users, at any depth.
+  temporary(): string[] {
+    return readdirSync(this.file("users"))
+      .flatMap((user) => [`users/${user}/Temp`, `users/${user}/AppData/Local/Temp`])
+      .map((folder) => this.file(folder))
+      .filter((folder) => existsSync(folder))
+      .flatMap((folder) => readdirSync(folder, { recursive: true }).map(String))
+      .filter((path) => path.startsWith("Tessaro."));
   }
 
   write(path: string, content: string | Uint8Array = path): void {

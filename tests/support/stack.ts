@@ -44,10 +44,14 @@ export class Stack {
   }
 
   // Ends it as Ctrl-C does and gives its exit code. The data folder goes unless `keep` is set.
+  // Stopping twice gives the same code.
   async stop({ keep = false } = {}): Promise<number | null> {
-    const ended = new Promise<number | null>((done) => this.child.once("exit", done));
-    this.child.kill("SIGINT");
-    const code = await ended;
+    if (this.child.exitCode === null) {
+      const ended = new Promise((done) => this.child.once("exit", done));
+      this.child.kill("SIGINT");
+      await ended;
+    }
+    const code = this.child.exitCode;
     if (!keep) rmSync(this.data, { recursive: true, force: true });
     return code;
   }

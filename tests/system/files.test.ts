@@ -22,15 +22,8 @@ beforeAll(async () => {
 afterAll(() => remote.close());
 
 // What the machine keeps of uploads under way.
-function archives(): string[] {
-  const root = "Temp/Tessaro.{899B55B7-2737-4C6E-AE15-51B2D361C85E}";
-  return readdirSync(remote.file("users"))
-    .flatMap((user) => [`users/${user}/${root}`, `users/${user}/AppData/Local/${root}`])
-    .map((folder) => remote.file(folder))
-    .filter((folder) => existsSync(folder))
-    .flatMap((folder) => readdirSync(folder, { recursive: true }).map(String));
-}
-
+const archives = () =>
+  remote.temporary().filter((path) => /^Tessaro\.\{899B55B7[^/]*\/./.test(path));
 const stored = (finished: Finished) => finished.centralizedStorage.httpResponse.body?.name ?? "";
 const upload = (paths: string[], more: object = {}) =>
   remote.policy("StartUploadArchive", remote.upload(paths, more));

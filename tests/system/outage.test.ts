@@ -1,8 +1,8 @@
 import { randomFillSync } from "node:crypto";
-import { readFileSync } from "node:fs";
+import { readdirSync, readFileSync } from "node:fs";
 import { afterAll, beforeAll, expect, test } from "vitest";
 import { EventFeed } from "../support/event_feed.ts";
-import { serverProcess } from "../support/processes.ts";
+import { processesOf, serverProcess } from "../support/processes.ts";
 import { Remote, testProgram } from "../support/remote.ts";
 import { Stack } from "../support/stack.ts";
 
@@ -11,9 +11,7 @@ let stack: Stack;
 beforeAll(async () => {
   stack = await Stack.start();
 });
-afterAll(async () => {
-  expect(await stack.stop()).toBe(0);
-});
+afterAll(() => stack.stop());
 
 async function killServer(): Promise<void> {
   const before = serverProcess(stack.data);
@@ -66,4 +64,26 @@ test("a download goes on where it was when the server has died on the way", asyn
   for (const copy of [0, 1]) {
     expect(Buffer.compare(readFileSync(remote.file(`resumed/${copy}`)), content)).toBe(0);
   }
+});
+
+test("a machine that is stopped in the middle of everything leaves nothing behind", async () => {
+  const remote = await Remote.open(stack.api, stack.data);
+  remote.write("large.bin", randomFillSync(Buffer.alloc(256 * 1024 * 1024)));
+  remote.write("small.txt");
+  remote.write("cut/mine.txt");
+  const { output: packing } = await remote.policy(
+    "StartUploadArchive",
+    remote.upload(["C:\\large.bin"]),
+  );
+  await remote.policy("StartUploadArchive", remote.upload(["C:\\small.txt"]));
+  const run = await remote.run(`"${testProgram}" tree`);
+  const items = [0, 1, 2, 3].map((copy) => ({ sourceUri: "resumed.bin", to: `C:\\cut\\${copy}` }));
+  const { output: download } = await remote.download(items);
+  expect([packing.jobId, download.jobId, run.status]).not.toContain(undefined);
+  const machine = stack.stop({ keep: true });
+  expect(await machine).toBe(0);
+
+  expect(processesOf(stack.data)).toEqual([]);
+  expect(readdirSync(remote.file("cut"))).toEqual(["mine.txt"]);
+  expect(remote.temporary()).toEqual([]);
 });
