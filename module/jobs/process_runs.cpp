@@ -212,7 +212,7 @@ void ProcessRuns::WaitForProcess(const std::shared_ptr<WaitForProcessData>& data
     }
   }
   if (metadata.reason == Reason::kCompleted) {
-    DWORD exit_code = kExitCodeUnknown;
+    DWORD exit_code = 0;
     if (!GetExitCodeProcess(process.get(), &exit_code)) {
       ORN_LOG(logging::kWarning, trace.function(), L"Failed to get process exit code, error = %d",
               GetLastError());
