@@ -134,6 +134,7 @@ class Reader {
       const std::string_view name = child.name();
       const bool good = name == "plugin"                           ? ReadPlugin(child)
                         : name == "declares"                       ? ReadDeclaration(child)
+                        : name == "stop"                           ? ReadStop(child)
                         : name == "log" && !configuration_.has_log ? ReadLog(child)
                                                                    : FailOnChild(child);
       if (!good) return false;
@@ -163,9 +164,7 @@ class Reader {
                        .object = WideText(node.attribute("object").value()),
                        .options = {},
                        .line = LineAt(node.offset_debug())};
-    const auto has_its_name = [&](const PluginEntry& other) { return other.name == plugin.name; };
-    if (plugin.name == kConfigurationName ||
-        std::ranges::any_of(configuration_.plugins, has_its_name)) {
+    if (plugin.name == kConfigurationName || HasPlugin(plugin.name)) {
       return Fail(node, L"plug-in \"" + plugin.name + L"\" is there already");
     }
     for (const pugi::xml_node& child : node.children()) {
@@ -181,6 +180,23 @@ class Reader {
     }
     configuration_.plugins.push_back(std::move(plugin));
     return true;
+  }
+
+  bool ReadStop(const pugi::xml_node& node) {
+    if (!CheckAttributes(node, 1, {"plugin"})) return false;
+    if (node.first_child()) return FailOnChild(node.first_child());
+    const std::wstring name = WideText(node.attribute("plugin").value());
+    if (!HasPlugin(name)) return Fail(node, L"no plug-in \"" + name + L"\" stands above");
+    if (std::ranges::count(configuration_.first_to_stop, name) != 0) {
+      return Fail(node, L"plug-in \"" + name + L"\" is stopped twice");
+    }
+    configuration_.first_to_stop.push_back(name);
+    return true;
+  }
+
+  bool HasPlugin(const std::wstring& name) const {
+    return std::ranges::find(configuration_.plugins, name, &PluginEntry::name) !=
+           configuration_.plugins.end();
   }
 
   Configuration& configuration_;

@@ -23,13 +23,15 @@ struct PluginEntry {
 //     <plugin name="VeldConnector" library="AgentPlugins.dll" object="VeldConnector">
 //       <option name="server" value="https://…"/>
 //     </plugin>
+//     <stop plugin="VeldConnector"/>
 //   </host>
 //
 // `name` is the host's, which it declares with all those under <declares>; `data` is the folder for
 // its data; `instance` sets this agent apart from others on the machine; `stopLimit` says how many
-// seconds an orderly stop may take. Plug-ins start in their order here. Paths are relative to the
-// file's folder. It holds no secret: where a plug-in needs one, an option names the file that has
-// it.
+// seconds an orderly stop may take. Plug-ins start in their order here; the first to stop are those
+// under <stop>, in its order, then come the others in the reverse order of their starts. Paths are
+// relative to the file's folder. It holds no secret: where a plug-in needs one, an option names the
+// file that has it.
 struct Configuration {
   std::wstring file;
   std::wstring folder;
@@ -40,6 +42,7 @@ struct Configuration {
   bool has_log = false;
   std::vector<std::wstring> declared;  // `name` first.
   std::vector<PluginEntry> plugins;
+  std::vector<std::wstring> first_to_stop;  // Names of `plugins`.
 };
 
 // Why a configuration is of no use.

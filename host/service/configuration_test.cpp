@@ -38,6 +38,8 @@ TEST(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
       {head + "<plugin name='P' library='l' object='O' secret='s'/></host>", 2,
        L"unknown attribute \"secret\""},
       {head + plugin + "\n<option name='a'/></plugin></host>", 3, L"lacks the attribute \"value\""},
+      {head + "<stop plugin='P'/>" + good_plugin + "</host>", 2, L"no plug-in \"P\" stands above"},
+      {head + good_plugin + "<stop plugin='P'/><stop plugin='P'/></host>", 3, L"stopped twice"},
       {head + "<log path='l' level='loud'/></host>", 2, L"unusable value"},
       {std::string(2 * 1024 * 1024, ' '), 0, L"over 1 MiB"},
   };

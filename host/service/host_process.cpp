@@ -1,5 +1,6 @@
 #include "host/service/host_process.h"
 
+#include <algorithm>
 #include <ranges>
 #include <string>
 #include <thread>
@@ -154,7 +155,7 @@ void HostProcess::StopPlugins() {
       if (plugin->intake != nullptr) plugin->intake->CloseIntake();
     }
   }
-  for (const auto& plugin : plugins_ | std::views::reverse) {
+  for (Plugin* const plugin : StopOrder()) {
     ORN_LOG(logging::kInformation, kFunction, L"Plug-in \"%s\" stops", plugin->entry->name.c_str());
     plugin->object.get()->Stop();
   }
@@ -165,6 +166,19 @@ void HostProcess::StopPlugins() {
     }
     plugin->object.get()->UnInit();
   }
+}
+
+std::vector<HostProcess::Plugin*> HostProcess::StopOrder() const {
+  std::vector<Plugin*> order;
+  for (const auto& plugin : plugins_ | std::views::reverse)
+    order.push_back(plugin.get());
+  const auto place = [&](const Plugin* plugin) {
+    return std::ranges::find(configuration_.first_to_stop, plugin->entry->name) -
+           configuration_.first_to_stop.begin();
+  };
+  // Those that are not named there share the last place, and keep their order.
+  std::ranges::stable_sort(order, {}, place);
+  return order;
 }
 
 void HostProcess::StartStopLimit() {

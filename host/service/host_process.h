@@ -51,6 +51,7 @@ class HostProcess : public IServMain {
   bool StartPlugin(Plugin& plugin);
   void WaitForStop() const;
   void StopPlugins();
+  std::vector<Plugin*> StopOrder() const;
   void StartStopLimit();
   [[noreturn]] void End(uint32_t exit_code);
 

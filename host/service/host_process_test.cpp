@@ -14,11 +14,11 @@ using testing::Option;
 using testing::TestPlugin;
 using testing::Utf8;
 
-TEST(HostProcess, PluginsStartOneByOneAndStopBackwardsAfterTheLastCallFromOutside) {
+TEST(HostProcess, PluginsStartOneByOneAndStopBackwardsOrAsToldAfterTheLastCallFromOutside) {
   HostRunner runner;
   // Nobody gets a plug-in that has not started.
   runner.Configure(TestPlugin("A", Option("call", "") + Option("get", "B")) +
-                   TestPlugin("B", Option("get", "A")) + TestPlugin("C"));
+                   TestPlugin("B", Option("get", "A")) + TestPlugin("C") + "<stop plugin='B'/>");
   runner.Start();
   runner.ReadUntil("is running");
   runner.AskToStop();
@@ -29,7 +29,7 @@ TEST(HostProcess, PluginsStartOneByOneAndStopBackwardsAfterTheLastCallFromOutsid
       "Host " +
           name + " is running\nHost " + name +
           " stops\n"
-          "A.call ends\nA.CloseIntake\nC.Stop\nB.Stop\nA.Stop\nC.UnInit\nB.UnInit\nA.UnInit\n");
+          "A.call ends\nA.CloseIntake\nB.Stop\nC.Stop\nA.Stop\nC.UnInit\nB.UnInit\nA.UnInit\n");
   EXPECT_EQ(runner.Wait(), 0u);
 }
 

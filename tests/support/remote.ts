@@ -50,9 +50,10 @@ export class Remote {
     readonly events: EventFeed,
   ) {}
 
-  static async open(api: Api, data: string): Promise<Remote> {
+  // With the events from now on, or from after `since`.
+  static async open(api: Api, data: string, since?: number): Promise<Remote> {
     const { id } = await api.machine();
-    return new Remote(api, id, data, await EventFeed.open(api, id));
+    return new Remote(api, id, data, await EventFeed.open(api, id, since));
   }
 
   close(): void {

@@ -16,9 +16,12 @@ export class Stack {
     readonly data: string,
   ) {}
 
-  // Resolves when the machines are connected; rejects with what `./run` printed if it ends before.
-  static async start(options: string[] = []): Promise<Stack> {
-    const data = mkdtempSync(join(tmpdir(), "remote-access-"));
+  // Resolves when the machines are connected; rejects with what `./run` printed if it ends before. `data` is the folder of
+  // one that has stopped.
+  static async start(
+    options: string[] = [],
+    data = mkdtempSync(join(tmpdir(), "remote-access-")),
+  ): Promise<Stack> {
     const token = `test-${process.pid}`;
     const args = ["--port", "0", "--data", data, "--token", token, "--no-browser", ...options];
     const child = spawn(join(repository, "run"), args, {

@@ -66,7 +66,7 @@ test("a download goes on where it was when the server has died on the way", asyn
   }
 });
 
-test("a machine that is stopped in the middle of everything leaves nothing behind", async () => {
+test("a machine that is stopped in the middle of everything leaves nothing behind and tells of it", async () => {
   const remote = await Remote.open(stack.api, stack.data);
   remote.write("large.bin", randomFillSync(Buffer.alloc(256 * 1024 * 1024)));
   remote.write("small.txt");
@@ -75,15 +75,31 @@ test("a machine that is stopped in the middle of everything leaves nothing behin
     "StartUploadArchive",
     remote.upload(["C:\\large.bin"]),
   );
-  await remote.policy("StartUploadArchive", remote.upload(["C:\\small.txt"]));
+  const { output: queued } = await remote.policy(
+    "StartUploadArchive",
+    remote.upload(["C:\\small.txt"]),
+  );
   const run = await remote.run(`"${testProgram}" tree`);
   const items = [0, 1, 2, 3].map((copy) => ({ sourceUri: "resumed.bin", to: `C:\\cut\\${copy}` }));
   const { output: download } = await remote.download(items);
   expect([packing.jobId, download.jobId, run.status]).not.toContain(undefined);
-  const machine = stack.stop({ keep: true });
-  expect(await machine).toBe(0);
+  expect(await stack.stop({ keep: true })).toBe(0);
 
   expect(processesOf(stack.data)).toEqual([]);
   expect(readdirSync(remote.file("cut"))).toEqual(["mine.txt"]);
   expect(remote.temporary()).toEqual([]);
+
+  stack = await Stack.start([], stack.data);
+  const told = await Remote.open(stack.api, stack.data, 0);
+  const context = JSON.stringify(run.output.runContext);
+  const ended = await told.events.finished(
+    "ProcessFinished",
+    ({ runContext }) => JSON.stringify(runContext) === context,
+  );
+  expect(ended.reason).toBe("canceled");
+  for (const { jobId } of [packing, queued]) {
+    expect((await told.uploadFinished(jobId)).status).not.toBe("success");
+  }
+  expect((await told.downloadFinished(download.jobId)).status).toBe("aborted");
+  told.close();
 });
