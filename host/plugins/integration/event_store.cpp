@@ -16,6 +16,8 @@ namespace {
 constexpr uint64_t kApplicationId = 0x52414556;
 constexpr uint64_t kVersion = 1;
 
+constexpr char kRaiseNumber[] = "UPDATE sqlite_sequence SET seq = ? WHERE name = 'events'";
+
 // An own result beside SQLite's: a database, but not one of these.
 constexpr int kForeign = -1;
 
@@ -47,7 +49,14 @@ EventStore::EventStore(std::wstring path, const Limits& limits)
 
 bool EventStore::Open() {
   const Lock lock(mutex_);
-  if (database_ != nullptr && !damaged_) return true;
+  return IsOpenLocked() || OpenAnewLocked();
+}
+
+bool EventStore::IsOpenLocked() const {
+  return database_ != nullptr && !damaged_;
+}
+
+bool EventStore::OpenAnewLocked() {
   database_.reset();
   damaged_ = false;
   int result = OpenLocked();
@@ -93,7 +102,7 @@ int EventStore::OpenLocked() {
 }
 
 int EventStore::BeginLocked() {
-  const std::string id = orn::ToUtf8(orn::GenerateGuid().view()).c_str();
+  const std::string id = id_.empty() ? orn::ToUtf8(orn::GenerateGuid().view()).c_str() : id_;
   if (id.empty()) return SQLITE_ERROR;
   SqliteTransaction transaction(database_.get());
   transaction.Do("CREATE TABLE store(id TEXT NOT NULL)");
@@ -126,21 +135,33 @@ int EventStore::ReadLocked() {
   SqliteStatement store(database, "SELECT id FROM store");
   result = store.Step();
   if (result != SQLITE_ROW) return result == SQLITE_DONE ? kForeign : result;
-  id_ = store.Text(0);
-  result =
-      ReadNumber(database, "SELECT seq FROM sqlite_sequence WHERE name = 'events'", last_number_);
+  const std::string id = store.Text(0);
+  uint64_t number = 0;
+  result = ReadNumber(database, "SELECT seq FROM sqlite_sequence WHERE name = 'events'", number);
   if (result != SQLITE_OK) return result;
+  if (id == id_ && number < last_number_) {
+    // What was lost had numbers that the server knows.
+    number = last_number_;
+    SqliteStatement raise(database, kRaiseNumber);
+    raise.Bind(1, number);
+    if (result = raise.Step(); result != SQLITE_DONE) return result;
+  }
 
-  kept_.clear();
-  kept_bytes_ = 0;
+  std::deque<Kept> kept;
+  size_t kept_bytes = 0;
   SqliteStatement events(database,
                          "SELECT number, length(CAST(name AS BLOB)) + length(CAST(payload AS BLOB))"
                          " FROM events ORDER BY number");
   while ((result = events.Step()) == SQLITE_ROW) {
-    kept_.push_back({events.Number(0), static_cast<size_t>(events.Number(1))});
-    kept_bytes_ += kept_.back().bytes;
+    kept.push_back({events.Number(0), static_cast<size_t>(events.Number(1))});
+    kept_bytes += kept.back().bytes;
   }
-  return result == SQLITE_DONE ? SQLITE_OK : result;
+  if (result != SQLITE_DONE) return result;
+  id_ = id;
+  last_number_ = number;
+  kept_ = std::move(kept);
+  kept_bytes_ = kept_bytes;
+  return SQLITE_OK;
 }
 
 bool EventStore::SetAsideLocked() {
@@ -161,16 +182,22 @@ bool EventStore::SetAsideLocked() {
 void EventStore::Close() {
   const Lock lock(mutex_);
   database_.reset();
+  damaged_ = false;
 }
 
 std::string EventStore::id() {
   const Lock lock(mutex_);
-  return database_ == nullptr || damaged_ ? std::string() : id_;
+  return IsOpenLocked() ? id_ : std::string();
 }
 
 bool EventStore::Append(std::string_view name, std::string_view payload) {
   const Lock lock(mutex_);
-  if (database_ == nullptr || damaged_) return false;
+  return AppendLocked(name, payload) ||
+         (damaged_ && OpenAnewLocked() && AppendLocked(name, payload));
+}
+
+bool EventStore::AppendLocked(std::string_view name, std::string_view payload) {
+  if (!IsOpenLocked()) return false;
   const size_t bytes = name.size() + payload.size();
   size_t drop = 0;
   for (size_t left = kept_bytes_ + bytes;
@@ -210,8 +237,7 @@ bool EventStore::Append(std::string_view name, std::string_view payload) {
 std::vector<StoredEvent> EventStore::After(uint64_t after, size_t count, size_t bytes) {
   std::vector<StoredEvent> events;
   const Lock lock(mutex_);
-  if (database_ == nullptr || damaged_ || kept_.empty() || kept_.back().number <= after)
-    return events;
+  if (!IsOpenLocked() || kept_.empty() || kept_.back().number <= after) return events;
   SqliteStatement select(
       database_.get(),
       "SELECT number, name, payload FROM events WHERE number > ? ORDER BY number LIMIT ?");
@@ -231,15 +257,14 @@ std::vector<StoredEvent> EventStore::After(uint64_t after, size_t count, size_t 
 
 void EventStore::Forget(uint64_t number) {
   const Lock lock(mutex_);
-  if (database_ == nullptr || damaged_) return;
+  if (!IsOpenLocked()) return;
   const bool raise = number > last_number_;
   if (!raise && (kept_.empty() || kept_.front().number > number)) return;
   SqliteTransaction transaction(database_.get());
   SqliteStatement remove(database_.get(), "DELETE FROM events WHERE number <= ?");
   remove.Bind(1, number);
   transaction.Do(remove);
-  SqliteStatement update(database_.get(),
-                         "UPDATE sqlite_sequence SET seq = ? WHERE name = 'events'");
+  SqliteStatement update(database_.get(), kRaiseNumber);
   if (raise) {
     update.Bind(1, number);
     transaction.Do(update);

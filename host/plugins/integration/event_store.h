@@ -20,7 +20,9 @@ struct StoredEvent {
 // machine lost its power: an event that Append has taken is on the disk.
 //
 // A file that is damaged or not of this kind is set aside under its name with ".damaged" behind it,
-// and a new one is begun. Only one process at a time can have a file open.
+// and a new one is begun; where that happens to a file that was open, at the next Append or Open,
+// its id and its numbers go on, so that the server sees no more than a gap. Only one process at a
+// time can have a file open.
 //
 // Any thread. Each operation waits for the disk and for the others, and for nothing else.
 class EventStore {
@@ -61,10 +63,13 @@ class EventStore {
     size_t bytes;
   };
 
+  bool IsOpenLocked() const;
+  bool OpenAnewLocked();
   int OpenLocked();
   int BeginLocked();
   int ReadLocked();
   bool SetAsideLocked();
+  bool AppendLocked(std::string_view name, std::string_view payload);
   void FailedLocked(const wchar_t* what, int result);
 
   const std::wstring path_;
@@ -72,8 +77,8 @@ class EventStore {
 
   Mutex mutex_;
   UniqueSqlite database_;
-  bool damaged_ = false;  // Of no more use until the next Open.
-  std::string id_;
+  bool damaged_ = false;   // Found so while it is open: it has to be opened anew.
+  std::string id_;         // Of the last file that was open; so is last_number_.
   std::deque<Kept> kept_;  // What is in the file.
   size_t kept_bytes_ = 0;
   uint64_t last_number_ = 0;

@@ -122,6 +122,27 @@ TEST_F(EventStoreTest, AFileOfNoUseIsSetAsideAndANewOneBegun) {
   EXPECT_FALSE(Exists(path_ + L".damaged"));
 }
 
+TEST_F(EventStoreTest, DamageThatIsFoundWhileTheFileIsOpenCostsNoMoreThanWhatWasInIt) {
+  EventStore* store = &Reopen();
+  const std::string id = store->id();
+  // More than is kept in memory, and less than goes from the journal into the file.
+  for (int i = 1; i <= 3; ++i)
+    EXPECT_TRUE(store->Append("e", std::string(1024 * 1024, '1')));
+  {
+    std::fstream journal(std::filesystem::path(path_ + L"-wal"),
+                         std::ios::binary | std::ios::in | std::ios::out);
+    journal.seekp(32);
+    journal << std::string(4 * 1024 * 1024, '\xff');
+  }
+  EXPECT_EQ(Read(*store, 0, 100, 1), Names{});
+  EXPECT_TRUE(store->Append("a", "1"));
+  EXPECT_EQ(Read(*store), Names{"4 a"});
+  store = &Reopen();
+  EXPECT_EQ(store->id(), id);
+  EXPECT_TRUE(store->Append("b", "1"));
+  EXPECT_EQ(Read(*store), (Names{"4 a", "5 b"}));
+}
+
 TEST_F(EventStoreTest, AProcessThatEndsInMidWriteLosesNoEventThatWasTaken) {
   EventStore* store = &Reopen();
   for (int i = 1; i <= 5; ++i)

@@ -1,5 +1,6 @@
 #include "host/plugins/integration/hub.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -21,6 +22,14 @@ constexpr size_t kLongestPayload = kLongestMessage - 2048;
 // What the server takes, in UTF-16 units.
 constexpr size_t kLongestEventName = 256;
 constexpr size_t kLongestAgentName = 128;
+
+bool NestsDeeperThan(int levels, const Json::Value& value) {
+  if (!value.isArray() && !value.isObject()) return false;
+  return levels == 0 ||
+         std::any_of(value.begin(), value.end(), [levels](const Json::Value& member) {
+           return NestsDeeperThan(levels - 1, member);
+         });
+}
 
 std::string NewId() {
   return orn::ToUtf8(orn::GenerateGuid().view()).c_str();
@@ -104,10 +113,20 @@ bool Hub::RegisterAgent(EnterpriseIntegration::IAgent* agent) {
   return true;
 }
 
+void Hub::UnregisterAgent(EnterpriseIntegration::IAgent* agent) {
+  agents_.Remove(agent);
+  SendStatus();
+}
+
 bool Hub::SendEvent(const wchar_t* name, const Json::Value& payload) {
   const std::wstring_view wide_name = name == nullptr ? std::wstring_view() : name;
   // An event that the server refuses would come first again in each new connection.
   if (wide_name.empty() || wide_name.size() > kLongestEventName) return false;
+  if (NestsDeeperThan(kDeepestMessage - 1, payload)) {
+    ORN_LOG(logging::kWarning, L"EndpointIntegration.Manager::SendEvent",
+            L"Event %s nests too deeply.", name);
+    return false;
+  }
   orn::JsonWriter writer;
   writer.OmitEndingLineFeed();
   const std::string text = writer.Write(payload);

@@ -34,7 +34,7 @@ class Hub final : public link::IConnectionUser {
 
   // The agents' side, as EnterpriseIntegration::IManager.
   bool RegisterAgent(EnterpriseIntegration::IAgent* agent);
-  void UnregisterAgent(EnterpriseIntegration::IAgent* agent) { agents_.Remove(agent); }
+  void UnregisterAgent(EnterpriseIntegration::IAgent* agent);
   bool SendEvent(const wchar_t* name, const Json::Value& payload);
   void SendStatus();
 

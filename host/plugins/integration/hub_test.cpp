@@ -10,6 +10,7 @@
 #include "host/plugins/link/connection_loop.h"
 #include "host/plugins/link/memory_transport.h"
 #include "module/agent/agent_base.h"
+#include "module/frame/json.h"
 #include "module/frame/testing/semaphore.h"
 #include "module/frame/testing/test_folder.h"
 
@@ -230,6 +231,11 @@ TEST_F(IntegrationHubTest, AnEventThatTheServerWouldRefuseIsNotTaken) {
   EXPECT_FALSE(taken(L"E", kLongestMessage - 1000));
   EXPECT_TRUE(taken(std::wstring(256, L'\u00e4').c_str(), kLongestMessage - 3000));
   EXPECT_TRUE(taken(L"\u2028", 1));
+  for (const size_t levels : {999, 1000}) {
+    Json::Value deep;
+    orn::JsonReader().Parse(std::string(levels, '[') + std::string(levels, ']'), deep);
+    EXPECT_EQ(hub_->SendEvent(L"E", deep), levels == 999);
+  }
   Connect();
   EXPECT_LT(Take().size(), kLongestMessage);
   EXPECT_EQ(Take(), R"({"type":"event","seq":2,"name":"\u2028","payload":"x"})");

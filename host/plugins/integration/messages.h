@@ -17,6 +17,8 @@ namespace host::integration {
 
 // The longest message either way, in bytes.
 inline constexpr size_t kLongestMessage = 8 * 1024 * 1024;
+// How deep arrays and objects may nest in a message, itself included.
+inline constexpr int kDeepestMessage = 1000;
 
 struct WelcomeMessage {
   uint64_t acknowledged = 0;

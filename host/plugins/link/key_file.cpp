@@ -1,6 +1,10 @@
 #include "host/plugins/link/key_file.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "module/frame/handle.h"
+#include "module/frame/scope_guard.h"
 #include "module/frame/windows.h"
 
 namespace host::link {
@@ -15,17 +19,16 @@ std::optional<std::wstring> ReadKeyFile(const std::wstring& path) {
   if (!file || !ReadFile(file.get(), bytes, sizeof(bytes), &count, /*lpOverlapped=*/nullptr)) {
     return std::nullopt;
   }
-  std::wstring key;
-  for (DWORD i = 0; i < count; ++i) {
-    const char byte = bytes[i];
-    if (byte == ' ' || byte == '\r' || byte == '\n') continue;
-    // Anything else would be a way to smuggle in a header.
-    if (byte < '!' || byte > '~') return std::nullopt;
-    key += static_cast<wchar_t>(byte);
-  }
-  SecureZeroMemory(bytes, sizeof(bytes));
-  if (key.empty()) return std::nullopt;
-  return key;
+  const orn::ScopeGuard forget([&bytes] { SecureZeroMemory(bytes, sizeof(bytes)); });
+  constexpr const char* kBlanks = " \t\r\n";
+  std::string_view word(bytes, count);
+  word.remove_prefix(std::min(word.find_first_not_of(kBlanks), word.size()));
+  word = word.substr(0, word.find_last_not_of(kBlanks) + 1);
+  // Anything else would be a way to smuggle in a header.
+  const bool is_word =
+      !word.empty() && std::ranges::all_of(word, [](char c) { return c >= '!' && c <= '~'; });
+  if (!is_word || count == sizeof(bytes)) return std::nullopt;
+  return std::wstring(word.begin(), word.end());
 }
 
 }  // namespace host::link

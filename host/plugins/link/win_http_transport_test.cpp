@@ -78,9 +78,11 @@ TEST_F(WinHttpTransportTest, TellsARefusedKeyFromAServerThatIsAway) {
   Make();
   WriteKey("wrong");
   EXPECT_EQ(Open(), Opened::kRefused);
-  Make();
-  WriteKey("two\r\nX-Lines: 1\x01");
-  EXPECT_EQ(Open(), Opened::kFailed);
+  for (const char* const no_word : {"two\r\nX-Lines:1", "right right", "right\x01", " \r\n"}) {
+    Make();
+    WriteKey(no_word);
+    EXPECT_EQ(Open(), Opened::kFailed) << no_word;
+  }
   Make();
   DeleteFileW(key_file_.c_str());
   EXPECT_EQ(Open(), Opened::kFailed);

@@ -12,6 +12,9 @@ namespace {
 
 constexpr size_t kLongestBody = 1024 * 1024;
 
+// What nests deeper is no text that could be a part of an event.
+constexpr int kDeepestBody = 500;
+
 bool IsTextType(std::string content_type) {
   std::ranges::transform(content_type, content_type.begin(), [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -40,6 +43,16 @@ bool IsText(std::string_view text) {
                              static_cast<int>(text.size()), nullptr, 0) != 0;
 }
 
+// Brackets within strings count too: at worst a text goes as Base64.
+bool NestsTooDeeply(std::string_view text) {
+  int levels = 0;
+  return std::ranges::any_of(text, [&levels](char c) {
+    if (c == '[' || c == '{') ++levels;
+    if (c == ']' || c == '}') --levels;
+    return levels > kDeepestBody;
+  });
+}
+
 }  // namespace
 
 orn::RemoteAccess::HttpResponse MakeResponseRecord(const ResponseHead& head,
@@ -52,7 +65,7 @@ orn::RemoteAccess::HttpResponse MakeResponseRecord(const ResponseHead& head,
   const std::string_view kept = std::string_view(body).substr(0, kLongestBody);
   if (kept.empty()) return record;
   const std::string_view text = WholeCharacters(kept);
-  if (IsTextType(head.content_type) && IsText(text)) {
+  if (IsTextType(head.content_type) && IsText(text) && !NestsTooDeeply(text)) {
     record.body = text;
   } else {
     std::string encoded;
