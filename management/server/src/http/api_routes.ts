@@ -107,12 +107,26 @@ function readJson(body: Buffer | undefined): string {
   const text = readUtf8(body) || "{}";
   // Some levels are left for what the machine wraps around a part of it, to be still understood when it comes back.
   if (depthOf(text) > MAX_DEPTH / 2) throw badRequest("The body nests too deeply.");
+  let unreadable = false;
+  const look = (key: string, value: unknown) => {
+    unreadable ||= isUnreadable(key) || isUnreadable(value);
+  };
   try {
-    JSON.parse(text);
+    JSON.parse(text, MAY_BE_UNREADABLE.test(text) ? look : undefined);
   } catch {
     throw badRequest("The body is not JSON.");
   }
+  if (unreadable) throw badRequest("The body has a number too large, or half a character.");
   return text;
+}
+
+/** Looking at every value takes long, and is hardly ever called for. */
+const MAY_BE_UNREADABLE = /\\u[dD]|[eE]\+?\d{3}|\d{300}/;
+
+/** JSON can say it, and the machine's reader takes it for no JSON. */
+function isUnreadable(value: unknown): boolean {
+  if (typeof value === "number") return !Number.isFinite(value);
+  return typeof value === "string" && /\p{Surrogate}/u.test(value);
 }
 
 function readLastEventId(header: string | string[] | undefined): number | undefined {
