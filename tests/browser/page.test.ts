@@ -52,6 +52,11 @@ test("a person opens a shell with the keyboard, types and reads", async () => {
     (before) => (window.remoteAccess.terminals[1]?.terminal.cols ?? 0) < before,
     wide,
   );
+  const endOf = async (part: string) => {
+    const box = await page.locator(part).last().boundingBox();
+    return box ? box.y + box.height : Number.NaN;
+  };
+  expect(await endOf(".xterm-screen"), "the last row").toBeLessThanOrEqual(await endOf(".stage"));
   await type("echo second^-shell");
   await seeOnScreen(1, "second-shell");
   await page.setViewportSize({ width: 1280, height: 800 });
