@@ -2,7 +2,7 @@ import { expect, test } from "vitest";
 import { EventReader } from "../testing/event_reader.ts";
 import { FakeAgent } from "../testing/fake_agent.ts";
 import { openSocket, type Peer } from "../testing/peer.ts";
-import { bearer, KEY, TestServer } from "../testing/running_server.ts";
+import { KEY, TestServer } from "../testing/running_server.ts";
 
 const first = "machine-0001";
 const state = (id: string, connected: boolean, more = {}) =>
@@ -36,36 +36,33 @@ test("a wrong key is refused before the upgrade and shown as refused, until the 
   agent.socket.close();
   await live.find(({ machines }) => !machines[0].connected);
   expect(server.log).not.toContain(KEY);
-});
 
-test("the list of refused agents is bounded and keeps the newest", async () => {
-  const server = await TestServer.start();
-  for (let i = 0; i < 105; i++) {
+  for (let i = 0; i < 101; i++) {
     await FakeAgent.connect(server.url, { key: "wrong", id: `stranger-${i}` }).catch(() => {});
   }
-  const { data } = await new EventReader(await server.fetch("/api/live")).next();
-  expect(data.refused).toHaveLength(100);
-  expect(data.refused[99].id).toBe("stranger-104");
+  const all = (await live.find((now) => now.refused.at(-1)?.id === "stranger-100")).data.refused;
+  expect([all.length, all[0].id]).toEqual([100, "stranger-1"]);
+
+  // What is known outlives a restart.
+  await server.agent({ id: "machine-0002" });
+  await server.stop();
+  await server.start();
+  expect(await server.machines()).toEqual([state(first, false), state("machine-0002", false)]);
+  await expect(server.terminal()).rejects.toMatchObject({ status: 409 });
 });
 
 test("malformed headers are refused with 400", async () => {
   const server = await TestServer.start();
-  const attempt = (id: string, name: string) =>
-    openSocket(`${server.url}/api/agent`, {
-      authorization: `Bearer ${KEY}`,
-      "x-machine-id": id,
-      "x-machine-name": name,
-    });
   for (const [id, name] of [
-    ["short", "name"],
     ["../../../etc", "name"],
     ["a".repeat(65), "name"],
     [first, ""],
-    [first, "%"],
     [first, "%FF%FE"],
     [first, "%C3%A9".repeat(128)],
   ] as const) {
-    await expect(attempt(id, name)).rejects.toMatchObject({ status: 400 });
+    const headers = { authorization: `Bearer ${KEY}`, "x-machine-id": id, "x-machine-name": name };
+    const attempt = openSocket(`${server.url}/api/agent`, headers);
+    await expect(attempt).rejects.toMatchObject({ status: 400 });
   }
   expect(await server.machines()).toEqual([]);
 });
@@ -74,12 +71,11 @@ test("a machine counts as connected with its hello, which comes first, once and 
   const server = await TestServer.start({ helloMs: 100 });
   const silent = await FakeAgent.connect(server.url, { key: KEY, hello: false });
   expect(await silent.closed).toEqual({ code: 1008, reason: "no hello in time" });
-  const hasty = await FakeAgent.connect(server.url, { key: KEY, hello: false });
-  hasty.send({ type: "state", enabled: true });
-  expect((await hasty.closed).code).toBe(1008);
-  const future = await FakeAgent.connect(server.url, { key: KEY, hello: false });
-  future.send({ type: "hello", version: 2, enabled: true });
-  expect((await future.closed).code).toBe(1008);
+  for (const message of [{ type: "state" }, { type: "hello", version: 2 }]) {
+    const hasty = await FakeAgent.connect(server.url, { key: KEY, hello: false });
+    hasty.send({ ...message, enabled: true });
+    expect((await hasty.closed).code).toBe(1008);
+  }
   expect(await server.machines()).toEqual([]);
   const polite = await server.agent();
   expect(await server.machines()).toEqual([state(first, true)]);
@@ -94,10 +90,8 @@ test("what an agent may not send closes its connection with a reason and touches
   const { client, stream } = await server.openTerminal("", "bystander-1");
   const stream1 = { type: "stream", stream: "s", message: "data" };
   for (const [code, message] of [
-    [1007, "{"],
     [1007, ""],
     [1008, "null"],
-    [1008, '{"type":"nope"}'],
     [1008, '{"type":"__proto__"}'],
     [1008, { type: "state", enabled: "yes" }],
     [1008, { type: "rpcReply", id: 0, result: 0, code: 0, text: "" }],
@@ -139,20 +133,4 @@ test("a silent agent is pinged, then given up; one that answers stays", async ()
   expect(await mute.closed).toEqual({ code: 1008, reason: "silent for too long" });
   await agent.next("ping");
   expect(await server.machines()).toEqual([state(first, true), state("mute-machine", false)]);
-});
-
-test("known machines are still there after a restart", async () => {
-  const server = await TestServer.start();
-  await server.agent();
-  await server.agent({ id: "machine-0002", name: "Two", enabled: false });
-  await server.stop();
-  await server.start();
-  expect(await server.machines()).toEqual([
-    { id: first, name: "Désk 1", connected: false, enabled: true, sessions: 0 },
-    { id: "machine-0002", name: "Two", connected: false, enabled: false, sessions: 0 },
-  ]);
-  expect((await server.call("Any")).status).toBe(409);
-  await expect(
-    openSocket(`${server.url}/api/machines/${first}/terminal`, bearer),
-  ).rejects.toMatchObject({ status: 409, body: { error: "not_connected" } });
 });

@@ -28,7 +28,6 @@ test("a job is known from its call to its end, whatever comes first, and without
   const phases = async (...expected: string[]) => {
     for (const phase of expected) expect((await feed.next()).data.job.phase).toBe(phase);
   };
-
   machine.onPolicy = ({ input }) => ({
     output: { message: "started", jobId: input.jobId ?? "chosen", runContext: input.runContext },
   });
@@ -65,11 +64,8 @@ test("a job is known from its call to its end, whatever comes first, and without
   await tell(machine, 5, "Download", { jobId: "early", runContext: [1, { a: null }] });
   machine.send({ type: "policyReply", id, status: 0, output: { message: "late" } });
   await slow;
-  expect((await jobsOf(server)).at(-1)).toMatchObject({
-    phase: "ended",
-    jobId: "early",
-    message: "late",
-  });
+  const last = (await jobsOf(server)).at(-1);
+  expect(last).toMatchObject({ phase: "ended", jobId: "early", message: "late" });
   await server.stop();
   const file = readFileSync(join(server.dir, "data/jobs/machine-0001.json"), "utf8");
   expect(file).toContain('"early"');

