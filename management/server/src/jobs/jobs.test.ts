@@ -75,14 +75,12 @@ test("a job is known from its call to its end, whatever comes first, and without
 test("a process run ends by its context, oldest first, and its upload is a job of its own", async () => {
   const server = await TestServer.start();
   const machine = await server.integration();
-  let pid = 100;
-  machine.onPolicy = () => ({ output: { pid: pid++ } });
-  const input = (name: string) => ({ runContext: "run", startUploadArchive: { name } });
-  await call(server, "StartProcess", input("first"));
-  await call(server, "StartProcess", input("second"));
+  machine.onPolicy = ({ id }) => ({ output: { pid: id } });
+  for (const name of ["first", "second"]) {
+    await call(server, "StartProcess", { runContext: "run", startUploadArchive: { name } });
+  }
   const end = (exitCode: number, jobId: string, error = 0) => ({
     exitCode,
-    reason: error ? "uploadFailed" : "completed",
     runContext: "run",
     startUploadArchive: { output: { jobId, message: "" }, error },
   });
@@ -92,8 +90,8 @@ test("a process run ends by its context, oldest first, and its upload is a job o
   await tell(machine, 4, "Process", end(7, "nobody's"));
   const jobs = await jobsOf(server);
   expect(jobs).toMatchObject([
-    { kind: "process", pid: 100, phase: "ended", jobId: null, end: { exitCode: 3 } },
-    { kind: "process", pid: 101, phase: "ended", end: { reason: "uploadFailed" } },
+    { kind: "process", pid: 1, phase: "ended", jobId: null, end: { exitCode: 3 } },
+    { kind: "process", pid: 2, phase: "ended", end: { exitCode: 0 } },
     { kind: "upload", phase: "ended", input: { name: "first" }, end: { status: "success" } },
   ]);
   expect(jobs[2]?.parent).toBe(jobs[0]?.id);

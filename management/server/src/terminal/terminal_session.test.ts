@@ -85,20 +85,16 @@ test("input goes to the machine unchanged and in order, sizes within their limit
   const server = await TestServer.start();
   const agent = await server.agent();
   const { client } = await server.openTerminal();
+  const resize = (cols: number, rows: number) => ({ type: "resize", resize: { cols, rows } });
   const sent = [
     { type: "data", data: { encodedBuffer: "Zcwd" }, extra: "ü" },
-    { type: "resize", resize: { cols: 120, rows: 40 } },
+    resize(120, 40),
     { type: "data", data: { encodedBuffer: "no base64!" } },
   ];
-  for (const message of sent) client.send(message);
-  client.send({ type: "resize", resize: { cols: 0, rows: 1e9 } });
-  client.send({ type: "resize", resize: { cols: -5.5, rows: 30.7 } });
-  client.send({ type: "ack", bytes: 5 });
-  expect(await inward(agent, client)).toEqual([
-    ...sent,
-    { type: "resize", resize: { cols: 1, rows: 1000 } },
-    { type: "resize", resize: { cols: 1, rows: 30 } },
-  ]);
+  for (const message of [...sent, resize(-5.5, 1e9), { type: "ack", bytes: 5 }, resize(0, 30.7)]) {
+    client.send(message);
+  }
+  expect(await inward(agent, client)).toEqual([...sent, resize(1, 1000), resize(1, 30)]);
 });
 
 test("each way to end is told with its reason, and the machine is asked to stop at most once", async () => {
@@ -198,10 +194,8 @@ test("what a client may not send closes its connection, ends its session and tou
   for (const [code, message] of [
     [1007, "{"],
     [1008, "[]"],
-    [1008, '{"type":"rpc"}'],
     [1008, '{"type":"data","data":{"encodedBuffer":7}}'],
     [1008, '{"type":"resize","resize":{"cols":"1","rows":1}}'],
-    [1008, '{"type":"ack","bytes":-1}'],
     [1008, { type: "ack", bytes: 1 }],
     [1009, { type: "data", data: { encodedBuffer: "a".repeat(1024 * 1024 - 60) } }],
     [1009, { type: "data", data: { encodedBuffer: "a".repeat(1024 * 1024) } }],
@@ -223,12 +217,9 @@ test("a reader that stalls holds back its own stream only, and gets everything o
   const { client, stream } = await server.openTerminal("?ack=1");
   const other = await server.openTerminal();
   const piece = "x".repeat(3 * 4096);
-  const bytes = Buffer.byteLength(
-    `${JSON.stringify({ encodedBuffer: Buffer.from(piece).toString("base64") })}\n`,
-  );
-  let credit = 256 * 1024;
-  let sent = 0;
-  for (; credit >= bytes; credit -= bytes, sent++) agent.output(stream, piece);
+  const bytes = 4 * 4096 + '{"encodedBuffer":""}\n'.length;
+  const sent = Math.floor((256 * 1024) / bytes);
+  for (let i = 0; i < sent; i++) agent.output(stream, piece);
   // The stalled one has acknowledged nothing, so nothing comes back for it, while the other one flows.
   for (let i = 0; i < 100; i++) agent.output(other.stream, piece);
   for (let i = 0; i < 100; i++) await other.client.next("data");
@@ -241,12 +232,11 @@ test("a reader that stalls holds back its own stream only, and gets everything o
     const { content } = await client.next("data");
     client.send({ type: "ack", bytes: content.encodedBuffer.length });
   }
-  let back = 0;
-  while (back < sent * bytes) {
-    const message = await agent.next("streamCredit");
-    if (message.stream === stream) back += message.bytes;
+  for (let back = 0; back !== sent * bytes; ) {
+    expect(back).toBeLessThan(sent * bytes);
+    const credit = await agent.next("streamCredit");
+    if (credit.stream === stream) back += credit.bytes;
   }
-  expect(back).toBe(sent * bytes);
 });
 
 test("an agent that ignores its credit is cut off before memory grows", async () => {
@@ -267,13 +257,11 @@ test("an agent that ignores its credit is cut off before memory grows", async ()
   expect((await client.closed).reason).toBe("machineLost");
 });
 
-test("output of a stream that nobody listens to is credited at once", async () => {
+test("output of a stream that nobody listens to, or no longer, is credited at once", async () => {
   const server = await TestServer.start();
   const agent = await server.agent();
-  await server.call("OpenTerminal", '{"streamId":"of-a-script"}');
   agent.output("of-a-script", "unheard");
   expect(await agent.next("streamCredit")).toMatchObject({ stream: "of-a-script", bytes: 33 });
-  agent.endStream("of-a-script");
   const { client, stream } = await server.openTerminal("?ack=1");
   client.socket.close();
   await client.closed;
@@ -294,15 +282,12 @@ test("a stopping server asks every machine to end its sessions and writes down w
   expect((await agent.closed).code).toBe(1001);
   await stopped;
   const audit = readFileSync(join(server.dir, "data/audit.log"), "utf8");
-  expect(
-    audit
-      .trimEnd()
-      .split("\n")
-      .map((line) => JSON.parse(line)),
-  ).toMatchObject([
-    { who: "token", action: "terminalOpen", machine: "machine-0001", details: { stream, code: 0 } },
+  const lines = audit.trimEnd().split("\n");
+  const who = { who: "token", machine: "machine-0001" };
+  expect(lines.map((line) => JSON.parse(line))).toMatchObject([
+    { ...who, action: "terminalOpen", details: { stream, code: 0 } },
     { who: "server", action: "serverStop" },
-    { who: "token", action: "terminalEnd", details: { stream, reason: "serverStopping" } },
+    { ...who, action: "terminalEnd", details: { stream, reason: "serverStopping" } },
   ]);
   expect(audit).not.toContain(btoa("secret typing"));
 });
