@@ -1,11 +1,29 @@
 #include "host/compressor/entry_names.h"
 
-#include <algorithm>
+#include <string_view>
 
+#include "module/frame/path.h"
 #include "module/frame/windows.h"
 
 namespace host {
 namespace {
+
+std::wstring Cleaned(std::wstring_view name) {
+  orn::StringT<wchar_t> path(L"\\");  // Nothing leads above a root.
+  orn::AppendPath(path, name);
+  orn::NormalizePath(path);
+  std::wstring cleaned(path.view().substr(1));
+  if (cleaned.ends_with(L'\\')) cleaned.pop_back();
+  constexpr std::wstring_view kNotInNames = L"<>:\"|?*";
+  for (wchar_t& c : cleaned) {
+    if (c == L'\\') {
+      c = L'/';
+    } else if (c < L' ' || kNotInNames.find(c) != std::wstring_view::npos) {
+      c = L'_';
+    }
+  }
+  return cleaned;
+}
 
 std::wstring Folded(std::wstring name) {
   CharUpperBuffW(name.data(), static_cast<DWORD>(name.size()));
@@ -23,9 +41,7 @@ size_t StartOfExtension(const std::wstring& name) {
 }  // namespace
 
 std::wstring EntryNames::Add(std::wstring_view name) {
-  std::wstring wanted(name);
-  std::replace(wanted.begin(), wanted.end(), L'\\', L'/');
-  wanted.erase(0, wanted.find_first_not_of(L'/'));
+  const std::wstring wanted = Cleaned(name);
   if (wanted.empty()) return wanted;
 
   const std::wstring folded = Folded(wanted);

@@ -11,8 +11,10 @@ namespace host {
 // the others.
 class EntryNames {
  public:
-  // The name as it stands in the archive: with forward slashes and none in front. A later one of
-  // equal names gets " (2)" before its extension, then " (3)". Empty where nothing is left.
+  // The name as it stands in the archive: with forward slashes and none in front, without "." and
+  // "..", which would lead out of the folder that it is unpacked in, and with "_" for what no name
+  // on Windows holds. A later one of equal names gets " (2)" before its extension, then " (3)".
+  // Empty where nothing is left.
   std::wstring Add(std::wstring_view name);
 
  private:

@@ -96,13 +96,16 @@ TEST_F(ZipCompressor, KeepsNamesContentsTimesAndAttributesOfFilesThatOthersHaveO
   EXPECT_TRUE(Add(L"empty", L"Users\\x\\A.TXT")) << "two drives may have the same names";
   EXPECT_TRUE(Add(L"empty", L"Users\\x\\a.txt"));
   EXPECT_TRUE(Add(L"\u0416\U0001F600.bin", L"\\\\\u0416\U0001F600.bin"));
+  EXPECT_TRUE(Add(L"empty", L"x\\..\\..\\.\\up"));
+  EXPECT_TRUE(Add(L"empty", L"C:/a\x1?\\"));
   EXPECT_FALSE(Add(L"missing", L"missing"));
   EXPECT_FALSE(Add(L"", L"folder"));
-  EXPECT_FALSE(Add(L"empty", L"\\"));
+  EXPECT_FALSE(Add(L"empty", L"\\.."));
   EXPECT_TRUE(Compress());
 
   const auto entries = Read();
-  EXPECT_EQ(entries.size(), 4u);
+  EXPECT_EQ(entries.size(), 6u);
+  EXPECT_TRUE(entries.contains("up") && entries.contains("C_/a__"));
   const Entry& file = entries.at("Users/x/a.txt");
   EXPECT_EQ(file.contents, std::string(100'000, 'a'));
   EXPECT_EQ(file.attributes & FILE_ATTRIBUTE_READONLY, DWORD{FILE_ATTRIBUTE_READONLY});
