@@ -132,16 +132,18 @@ orn::UniqueFile OpenShared(const std::wstring& path, FileFacts& facts) {
                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                    /*security=*/nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN,
                                    /*template=*/nullptr));
-  BY_HANDLE_FILE_INFORMATION information;
-  if (!file || GetFileType(file.get()) != FILE_TYPE_DISK ||
-      !GetFileInformationByHandle(file.get(), &information)) {
+  // Not GetFileInformationByHandle, which asks for the volume too.
+  FILE_BASIC_INFO information;
+  LARGE_INTEGER size;
+  if (!file || GetFileType(file.get()) != FILE_TYPE_DISK || !GetFileSizeEx(file.get(), &size) ||
+      !GetFileInformationByHandleEx(file.get(), FileBasicInfo, &information, sizeof(information))) {
     return {};
   }
-  facts = {.size = uint64_t{information.nFileSizeHigh} << 32 | information.nFileSizeLow,
-           .attributes = information.dwFileAttributes,
-           .created = information.ftCreationTime,
-           .read = information.ftLastAccessTime,
-           .written = information.ftLastWriteTime};
+  facts = {.size = static_cast<uint64_t>(size.QuadPart),
+           .attributes = information.FileAttributes,
+           .created = information.CreationTime.QuadPart,
+           .read = information.LastAccessTime.QuadPart,
+           .written = information.LastWriteTime.QuadPart};
   return file;
 }
 

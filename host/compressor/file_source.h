@@ -11,12 +11,13 @@
 
 namespace host {
 
+// Times as Windows counts them, in steps of 100 ns since 1601.
 struct FileFacts {
   uint64_t size = 0;
   DWORD attributes = 0;
-  FILETIME created = {};
-  FILETIME read = {};
-  FILETIME written = {};
+  int64_t created = 0;
+  int64_t read = 0;
+  int64_t written = 0;
 };
 
 // Opens a file for reading in such a way that others may go on reading, writing, renaming and

@@ -22,13 +22,9 @@ constexpr zip_uint32_t kNormalLevel = 6;
 constexpr int64_t kFirstZipTime = 315532800;
 constexpr int64_t kLastZipTime = 4354819198;
 
-uint64_t Ticks(const FILETIME& time) {
-  return uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
-}
-
-time_t ZipTime(const FILETIME& time) {
+time_t ZipTime(int64_t time) {
   constexpr int64_t kSecondsTo1970 = 11644473600;
-  const auto seconds = static_cast<int64_t>(Ticks(time) / 10'000'000) - kSecondsTo1970;
+  const int64_t seconds = time / 10'000'000 - kSecondsTo1970;
   // A day from either end, as the time zone is not known here.
   return std::clamp(seconds, kFirstZipTime + 86400, kLastZipTime - 86400);
 }
@@ -37,7 +33,7 @@ time_t ZipTime(const FILETIME& time) {
 bool SetTimes(zip_t* archive, zip_uint64_t index, const FileFacts& facts) {
   constexpr zip_uint16_t kNtfsTimes = 0x000A;
   constexpr uint16_t kTag = 1;
-  const uint64_t times[3] = {Ticks(facts.written), Ticks(facts.read), Ticks(facts.created)};
+  const int64_t times[3] = {facts.written, facts.read, facts.created};
   constexpr uint16_t kSize = sizeof(times);
   zip_uint8_t field[4 + sizeof(kTag) + sizeof(kSize) + sizeof(times)] = {};
   std::memcpy(field + 4, &kTag, sizeof(kTag));
