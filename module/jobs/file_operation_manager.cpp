@@ -93,7 +93,8 @@ void FileOperationManager::DeleteTmpUploadArchive(const PathStringT<260>& archiv
   PathRemoveFileSpecW(folder.data());
   folder.UpdateLength();
   const PathStringT<260> root = TempRootFolder(kArchiveTempRoot);
-  if (folder.empty() || folder.view().find(root.view()) == std::wstring_view::npos) {
+  if (folder.empty() || root.empty() ||
+      folder.view().find(root.view()) == std::wstring_view::npos) {
     ORN_LOG(logging::kWarning, trace.function(), L"Unsafe delete of archive temp folder: [%s]",
             folder.c_str());
     return;

@@ -20,8 +20,7 @@ class PackingControl {
 
   // Whether the manager ends as a whole.
   bool IsStopped() const { return stopped_ != 0; }
-  // Gives what was set before.
-  bool SetStopped(bool stopped) { return stopped_.exchange(stopped ? 1 : 0) != 0; }
+  void SetStopped(bool stopped) { stopped_.exchange(stopped ? 1 : 0); }
 
   // While a compressor is at work it can be reached by Abort, and must live. Null: none is.
   void SetCompressor(ArchiveCompressor* compressor);
