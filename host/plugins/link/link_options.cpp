@@ -25,9 +25,10 @@ std::wstring ComputerName() {
   return name;
 }
 
-bool Bad(const wchar_t* plugin, const wchar_t* option, const wchar_t* value) {
-  ORN_LOG(logging::kError, (std::wstring(plugin) + L"::Init").c_str(), L"Bad option \"%s\": \"%s\"",
-          option, value == nullptr ? L"" : value);
+// Without the value: an address may hold a password that does not belong there.
+bool Bad(const wchar_t* plugin, const wchar_t* option) {
+  ORN_LOG(logging::kError, (std::wstring(plugin) + L"::Init").c_str(), L"Bad option \"%s\"",
+          option);
   return false;
 }
 
@@ -37,11 +38,11 @@ bool ReadLinkOptions(IHostConfiguration& configuration, const wchar_t* plugin, c
                      LinkOptions& options) {
   const wchar_t* const server = configuration.GetOption(plugin, L"server");
   const auto address = ParseServerAddress(server == nullptr ? L"" : server, door);
-  if (!address) return Bad(plugin, L"server", server);
+  if (!address) return Bad(plugin, L"server");
   options.server = *address;
 
   const wchar_t* const key_file = configuration.GetOption(plugin, L"keyFile");
-  if (key_file == nullptr || *key_file == L'\0') return Bad(plugin, L"keyFile", key_file);
+  if (key_file == nullptr || *key_file == L'\0') return Bad(plugin, L"keyFile");
   options.key_file = configuration.ResolvePath(key_file);
 
   return ReadMachineIdentity(configuration, plugin, options.machine);
@@ -51,7 +52,7 @@ bool ReadMachineIdentity(IHostConfiguration& configuration, const wchar_t* plugi
                          MachineIdentity& machine) {
   const wchar_t* const id = configuration.GetOption(plugin, L"machineId");
   machine.id = id == nullptr ? InstalledMachineId() : id;
-  if (!IsMachineId(machine.id)) return Bad(plugin, L"machineId", machine.id.c_str());
+  if (!IsMachineId(machine.id)) return Bad(plugin, L"machineId");
 
   const wchar_t* const name = configuration.GetOption(plugin, L"machineName");
   machine.name = name == nullptr ? ComputerName() : name;

@@ -29,9 +29,10 @@ class Options {
     const std::wstring path = Get(option);
     return path.empty() ? path : configuration_.ResolvePath(path.c_str());
   }
+  // Without the value: an address may hold a password that does not belong there.
   bool Bad(const std::wstring& option) const {
-    ORN_LOG(logging::kError, (std::wstring(plugin_) + L"::Init").c_str(),
-            L"Bad option \"%s\": \"%s\"", option.c_str(), Get(option).c_str());
+    ORN_LOG(logging::kError, (std::wstring(plugin_) + L"::Init").c_str(), L"Bad option \"%s\"",
+            option.c_str());
     return false;
   }
 
