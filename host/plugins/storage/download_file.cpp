@@ -3,6 +3,7 @@
 #include "host/plugins/storage/transfer_errors.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/guid.h"
+#include "module/frame/long_path.h"
 #include "module/frame/path.h"
 #include "module/frame/utf.h"
 #include "module/frame/windows.h"
@@ -14,7 +15,7 @@ namespace host::storage {
 namespace {
 
 bool IsFolder(const std::wstring& path) {
-  const DWORD attributes = GetFileAttributesW(path.c_str());
+  const DWORD attributes = GetFileAttributesW(orn::LongPath(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
@@ -28,9 +29,11 @@ uint32_t ResolveTarget(const orn::PathStringT<260>& to, std::string_view name,
     return kRelativePath;
   }
   const bool ends_in_separator = target.back() == L'\\' || target.back() == L'/';
-  if (!ends_in_separator && !IsFolder(target)) return 0;
-  if (!ends_in_separator) target += L'\\';
-  target += orn::ToWide(name).view();
+  if (ends_in_separator || IsFolder(target)) {
+    if (!ends_in_separator) target += L'\\';
+    target += orn::ToWide(name).view();
+  }
+  target = orn::LongPath(target);
   return 0;
 }
 
@@ -43,7 +46,8 @@ uint32_t DownloadFile::Create(const std::wstring& target, uint64_t size) {
   if (GetDiskFreeSpaceExW(folder.c_str(), &left, nullptr, nullptr) && left.QuadPart < size) {
     return kDiskFull;
   }
-  path_ = folder + L"RemoteAccess-" + std::wstring(orn::GenerateGuid().view()) + L".part";
+  path_ = orn::LongPath(folder + L"RemoteAccess-" + std::wstring(orn::GenerateGuid().view()) +
+                        L".part");
   file_.reset(CreateFileW(path_.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_READ,
                           /*lpSecurityAttributes=*/nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL,
                           /*hTemplateFile=*/nullptr));
@@ -69,7 +73,7 @@ uint32_t DownloadFile::Clear() {
 }
 
 uint32_t DownloadFile::MoveIntoPlace() {
-  if (!SetDeletedWithHandle(false)) return GetLastError();
+  SetDeletedWithHandle(false);  // Where it fails, there is nothing left to move.
   file_.reset();
   if (MoveFileExW(path_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) return 0;
   const DWORD failure = GetLastError();
@@ -83,11 +87,10 @@ void DownloadFile::Drop() {
   DeleteFileW(path_.c_str());  // For a file system that knows no deletion by handle.
 }
 
-bool DownloadFile::SetDeletedWithHandle(bool deleted) {
+void DownloadFile::SetDeletedWithHandle(bool deleted) {
   FILE_DISPOSITION_INFO disposition = {};
   disposition.DeleteFile = deleted;
-  return SetFileInformationByHandle(file_.get(), FileDispositionInfo, &disposition,
-                                    sizeof(disposition));
+  SetFileInformationByHandle(file_.get(), FileDispositionInfo, &disposition, sizeof(disposition));
 }
 
 }  // namespace host::storage

@@ -10,7 +10,7 @@
 namespace host::storage {
 
 // Where a download of `name` to `to` lands: in the folder `to`, where there is such a folder or the
-// text ends in a separator, else at `to` itself. 0, 123 or 267.
+// text ends in a separator, else at `to` itself; of any length. 0, 123 or 267.
 uint32_t ResolveTarget(const orn::PathStringT<260>& to, std::string_view name,
                        std::wstring& target);
 
@@ -36,7 +36,7 @@ class DownloadFile {
   void Drop();
 
  private:
-  bool SetDeletedWithHandle(bool deleted);
+  void SetDeletedWithHandle(bool deleted);
 
   orn::UniqueFile file_;
   std::wstring path_;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int32_t kOk = 200;
 constexpr int32_t kPartialContent = 206;
-// A connection that has brought so much was no failure.
+// What brings the file so much farther was no failure.
 constexpr uint64_t kProgress = 64 * 1024;
 
 }  // namespace
@@ -28,12 +28,17 @@ ItemDownload::ItemDownload(const Profile& profile, const std::wstring& headers,
 uint32_t ItemDownload::Run(std::string_view name, const orn::PathStringT<260>& to, int attempts) {
   if (const uint32_t code = ResolveTarget(to, name, target_); code != 0) return code;
   address_.path += L'/' + link::EncodePercent(name);
+  // A file that begins anew each time makes progress only beyond what an earlier one brought, or
+  // connections that break here and there would be tried for ever.
+  uint64_t farthest = 0;
   for (int failures = 0;;) {
-    const uint64_t before = received_;
     const uint32_t code = Attempt();
     if (code == 0) return file_.MoveIntoPlace();
     if (!IsConnectionFailure(code) && !cut_short_) return code;
-    if (received_ > before + kProgress) failures = 0;
+    if (received_ > farthest + kProgress) {
+      farthest = received_;
+      failures = 0;
+    }
     if (++failures >= attempts) return code;
     if (!control_.Pause(limits_.pause * (1 << (failures - 1)))) return control_.Ended();
   }

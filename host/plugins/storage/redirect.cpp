@@ -26,8 +26,8 @@ std::optional<link::ServerAddress> FollowRedirect(const link::ServerAddress& fro
   if (location.empty()) return std::nullopt;
   wchar_t url[kLongestUrl];
   DWORD length = kLongestUrl;
-  if (UrlCombineW(HttpAddressText(from).c_str(), location.c_str(), url, &length, /*dwFlags=*/0) !=
-      S_OK) {
+  if (UrlCombineW(HttpAddressText(from).c_str(), location.substr(0, location.find(L'#')).c_str(),
+                  url, &length, /*dwFlags=*/0) != S_OK) {
     return std::nullopt;
   }
   auto to = ParseHttpAddress(url);

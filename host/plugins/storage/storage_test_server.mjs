@@ -32,6 +32,11 @@ const places = {
     if (count > 0) return response.end(body);
     response.write(body.subarray(0, 100_000), () => response.socket.destroy());
   },
+  // Cannot be continued, and breaks now early, now late.
+  restless: (_request, response, count) => {
+    response.writeHead(200, { "Content-Length": content.length });
+    response.write(content.subarray(0, count % 2 === 0 ? 1000 : 200_000), () => response.socket.end());
+  },
   // Promises more than it has, each time.
   lying: (_request, response) => {
     response.writeHead(200, { "Content-Length": 100, ETag: '"tag"' });
@@ -70,7 +75,6 @@ function answerPost(request, response) {
   let size = 0;
   let text = "";
   if (place === "silent") return; // It does not even read.
-  if (place === "refusing") return response.writeHead(413, { Connection: "close" }).end("too much");
   if (place === "moved" && !request.url.endsWith("?there")) {
     request.on("end", () => response.writeHead(307, { Location: "/moved?there" }).end()).resume();
     return;

@@ -55,7 +55,8 @@ uint32_t TransferJobs::Add(Direction direction, uint32_t timeout,
   const Lock lock(mutex_);
   if (!taking_) return error::kNotReady;
   Lane& lane = this->lane(direction);
-  if (lane.waiting.size() >= limits_.waiting) return error::kBusy;
+  // Reports wait as long as an observer takes its time.
+  if (lane.waiting.size() + ended_.size() >= limits_.waiting) return error::kBusy;
   lane.waiting.push_back(job);
   if (lane.waiting.size() > lane.idle_workers && lane.workers.size() < limits_.running) {
     lane.workers.emplace_back([this, direction] {

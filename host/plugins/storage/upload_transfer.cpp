@@ -7,6 +7,7 @@
 #include "host/plugins/storage/transfer_errors.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
+#include "module/frame/long_path.h"
 #include "module/frame/utf.h"
 #include "module/frame/windows.h"
 
@@ -35,7 +36,8 @@ UploadTransfer::UploadTransfer(const Profile& profile,
 
 uint32_t UploadTransfer::Open() {
   if (path_.empty()) return error::kPathNotFound;
-  file_.reset(CreateFileW(path_.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE,
+  file_.reset(CreateFileW(orn::LongPath(path_).c_str(), GENERIC_READ,
+                          FILE_SHARE_READ | FILE_SHARE_DELETE,
                           /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING,
                           FILE_FLAG_SEQUENTIAL_SCAN, /*hTemplateFile=*/nullptr));
   LARGE_INTEGER size = {};
