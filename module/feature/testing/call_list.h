@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orn::RemoteAccess {
@@ -28,7 +29,7 @@ class CallList {
   // Gives them and forgets them.
   Calls Take() {
     const std::lock_guard lock(mutex_);
-    return std::move(calls_);
+    return std::exchange(calls_, {});
   }
 
  private:
