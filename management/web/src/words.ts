@@ -55,7 +55,7 @@ const ends: Record<Exclude<SessionEnd["reason"], "openFailed">, EndWords> = {
   closed: { title: "Session closed", text: "You closed this session.", tone: "calm" },
   shellExited: {
     title: "The shell has exited",
-    text: "The shell on the machine ended by itself.",
+    text: "It ended on the machine.",
     tone: "calm",
   },
   inactivity: {
@@ -112,7 +112,12 @@ const openingCodes: Record<number, string> = {
   2250: "The machine is not connected.",
 };
 
-export function describeEnd(end: SessionEnd): EndWords {
+/** Why a session has ended; `off` where remote access is switched off on its machine now, which ends every shell. */
+export function describeEnd(end: SessionEnd, { off = false } = {}): EndWords {
+  if (end.reason === "shellExited" && off) {
+    const text = "Remote access is switched off on this machine, which ends every shell there.";
+    return { ...ends.shellExited, text };
+  }
   if (end.reason !== "openFailed") {
     const words = ends[end.reason];
     return end.detail ? { ...words, text: `${words.text} (${end.detail})` } : words;

@@ -1,3 +1,4 @@
+import { machines } from "../live/live_feed";
 import type { Session } from "../sessions/session";
 import { closeSession, isReachable } from "../sessions/sessions";
 import type { SessionEnd } from "../sessions/terminal_link";
@@ -6,7 +7,8 @@ import { Icon } from "./icons";
 
 /** The line under a terminal whose session has ended: what happened, and the way on. */
 export function EndNotice({ session, end }: { session: Session; end: SessionEnd }) {
-  const words = describeEnd(end);
+  const machine = machines.value.find(({ id }) => id === session.machineId);
+  const words = describeEnd(end, { off: machine?.enabled === false });
   return (
     <div class={`end-notice ${words.tone}`}>
       <span class="end-icon">
