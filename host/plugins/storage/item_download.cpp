@@ -56,7 +56,11 @@ uint32_t ItemDownload::Attempt() {
     HttpRequest request(control_, limits_.stall);
     ResponseHead head;
     if (const uint32_t code = request.Send(L"GET", address, headers); code != 0) return code;
-    if (const uint32_t code = request.Receive(head); code != 0) return code;
+    if (const uint32_t code = request.Receive(head); code != 0) {
+      // A connection that ends before its answer looks like one with a damaged answer.
+      cut_short_ = code == kInvalidData;
+      return code;
+    }
     if (IsRedirect(head.status) && redirects < kMostRedirects) {
       if (const auto next = FollowRedirect(address, head.location)) {
         address = *next;

@@ -45,7 +45,7 @@ class ItemDownload {
   std::wstring validator_;  // by which the storage knows that its file is still the same
   uint64_t total_ = 0;
   uint64_t received_ = 0;
-  bool cut_short_ = false;  // The last response ended in order, too early.
+  bool cut_short_ = false;  // The last response ended in order, too early or before it began.
 };
 
 }  // namespace host::storage

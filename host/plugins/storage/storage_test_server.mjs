@@ -25,8 +25,9 @@ const places = {
       else response.end();
     });
   },
-  // Breaks once, and has another file then.
+  // Breaks once, ends once without an answer, and has another file then.
   changing: (request, response, count) => {
+    if (count === 1) return response.socket.end();
     const body = count === 0 ? content : Buffer.from("changed");
     response.writeHead(200, { "Content-Length": body.length, ETag: `"${count}"` });
     if (count > 0) return response.end(body);
