@@ -68,7 +68,7 @@ test("malformed headers are refused with 400", async () => {
 });
 
 test("a machine counts as connected with its hello, which comes first, once and in time", async () => {
-  const server = await TestServer.start({ helloMs: 100 });
+  const server = await TestServer.start({ helloMs: 1000 });
   const silent = await FakeAgent.connect(server.url, { key: KEY, hello: false });
   expect(await silent.closed).toEqual({ code: 1008, reason: "no hello in time" });
   for (const message of [{ type: "state" }, { type: "hello", version: 2 }]) {
@@ -123,7 +123,7 @@ test("a second connection of a machine takes the place of the first", async () =
 });
 
 test("a silent agent is pinged, then given up; one that answers stays", async () => {
-  const server = await TestServer.start({ pingMs: 30, silenceMs: 90 });
+  const server = await TestServer.start({ pingMs: 30, silenceMs: 3000 });
   const agent = await server.agent();
   const mute = await server.agent({ id: "mute-machine", answersPings: false });
   for (let i = 0; i < 5; i++) await agent.next("ping");

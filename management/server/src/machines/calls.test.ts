@@ -24,7 +24,7 @@ test("a call carries its text as it is, and the answer comes back as it is", asy
 });
 
 test("a call without an answer ends after its time or with the connection, and a late answer goes to nobody", async () => {
-  const server = await TestServer.start({ callMs: 1000 });
+  const server = await TestServer.start({ callMs: 3000 });
   const agent = await server.agent();
   agent.onCall = () => null;
   const response = await server.call("Stuck");

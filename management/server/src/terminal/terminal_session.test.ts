@@ -144,7 +144,7 @@ test("each way to end is told with its reason, and the machine is asked to stop 
 });
 
 test("an opening that fails is told with its code, and the stream is given up", async () => {
-  const server = await TestServer.start({ callMs: 50 });
+  const server = await TestServer.start({ callMs: 1500 });
   const agent = await server.agent();
   for (const [answer, code] of [
     [{ code: 21 }, 21],

@@ -34,7 +34,10 @@ export class Peer {
 
   /** Resolves once the upgrade has succeeded; rejects with `{status, body}` when it was refused. */
   static async open(url: string, headers: Record<string, string>): Promise<Peer> {
-    return new Peer(await openSocket(url, headers));
+    const socket = startSocket(url, headers);
+    const peer = new Peer(socket); // Before the first message can come, together with the upgrade's answer.
+    await opening(socket);
+    return peer;
   }
 
   /** The next unread message of this type; fails when the connection ends before it. Others stay unread. */
@@ -64,10 +67,19 @@ export class Peer {
   }
 }
 
-export function openSocket(url: string, headers: Record<string, string>): Promise<WebSocket> {
+export async function openSocket(url: string, headers: Record<string, string>): Promise<WebSocket> {
+  const socket = startSocket(url, headers);
+  await opening(socket);
+  return socket;
+}
+
+function startSocket(url: string, headers: Record<string, string>): WebSocket {
+  return new WebSocket(url.replace(/^http/, "ws"), { headers });
+}
+
+function opening(socket: WebSocket): Promise<void> {
   return new Promise((resolve, reject) => {
-    const socket = new WebSocket(url.replace(/^http/, "ws"), { headers });
-    socket.on("open", () => resolve(socket));
+    socket.on("open", () => resolve());
     socket.on("error", reject);
     socket.on("unexpected-response", (_request, response) => {
       let text = "";
