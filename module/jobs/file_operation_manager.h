@@ -24,7 +24,7 @@ class FileOperationManager {
   FileOperationManager& operator=(const FileOperationManager&) = delete;
   ~FileOperationManager() = default;
 
-  // Not owned. To be changed while nothing runs; null: nobody is told.
+  // Not owned, and must live until Stop and the cancels have returned; null: nobody is told.
   void SetEvents(FileOperationManagerEvents* events);
 
   // Jobs. An id that is there already keeps its job.

@@ -78,7 +78,8 @@ void UploadArchiveWorker::SetCurrent(const StringT<wchar_t>& jobId) {
 
 void UploadArchiveWorker::Tell(const UploadArchiveTask& task,
                                const UploadArchiveMetadata& metadata) {
-  if (events_ != nullptr) events_->OnUploadArchivePrepared(task, metadata);
+  FileOperationManagerEvents* const events = events_;
+  if (events != nullptr) events->OnUploadArchivePrepared(task, metadata);
 }
 
 uint32_t UploadArchiveWorker::Cancel(const StringT<wchar_t>& jobId) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -30,7 +31,7 @@ class UploadArchiveWorker {
   // Ends a thread that a task after Stop has started.
   ~UploadArchiveWorker();
 
-  // Not owned. To be changed while nothing runs; null: nobody is told.
+  // Not owned, and must live until Stop and Cancel have returned; null: nobody is told.
   void SetEvents(FileOperationManagerEvents* events) { events_ = events; }
 
   // 170 where 30 tasks wait, and the one that is being packed does not count. Callers at the same
@@ -58,7 +59,7 @@ class UploadArchiveWorker {
   void Tell(const UploadArchiveTask& task, const UploadArchiveMetadata& metadata);
 
   const Pack pack_;
-  FileOperationManagerEvents* events_ = nullptr;
+  std::atomic<FileOperationManagerEvents*> events_{nullptr};
   ThreadsafeList<Task> tasks_;  // the oldest first
   PackingControl control_;
   std::mutex worker_mutex_;  // held while the worker is started or joined
