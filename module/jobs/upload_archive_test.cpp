@@ -8,8 +8,6 @@
 #include <thread>
 
 #include "module/frame/folder_search.h"
-#include "module/frame/testing/semaphore.h"
-#include "module/jobs/file_operation_manager.h"
 #include "module/jobs/temp_folder.h"
 #include "module/jobs/testing/own_temp_folder.h"
 
@@ -89,49 +87,28 @@ TEST_F(UploadArchive, WishToEndIsMetBeforeTheNextItemAndForgotten) {
   EXPECT_EQ(task_.result, 0u);
 }
 
-TEST_F(UploadArchive, CancelWhileTheArchiveIsWrittenLeavesNothingAndTheNextTaskIsPacked) {
-  struct Events : FileOperationManagerEvents {
-    void OnUploadArchivePrepared(const UploadArchiveTask& task,
-                                 const UploadArchiveMetadata&) override {
-      result = task.result;
-      manager.DeleteTmpUploadArchive(task.archivePath);
-      told.Release();
-    }
-    FileOperationManager manager;
-    uint32_t result = 0;
-    Semaphore told;
-  } events;
-  events.manager.SetEvents(&events);
-  folder_.File(L"big");
-  const orn::UniqueFile big(CreateFileW((folder_ / L"big").c_str(), GENERIC_WRITE,
-                                        FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                        0, nullptr));
-  SetFilePointer(big.get(), 2'000'000'000, nullptr, FILE_BEGIN);
-  SetEndOfFile(big.get());
-  UploadArchiveInput input;
-  input.name = L"big";
-  input.items = {{.pattern = (folder_ / L"big").c_str()}};
-  EXPECT_EQ(events.manager.PrepareUploadArchive(L"1", input), 0u);
-  const std::wstring root = std::wstring(orn::TempRootFolder(kArchiveTempRoot).view()) + L"\\";
-  const auto is_being_written = [&] {
-    orn::FolderSearch folders((root + L"*").c_str());
-    const WIN32_FIND_DATAW* const folder = folders.Next();
-    return folder != nullptr &&
-           orn::FolderSearch((root + folder->cFileName + L"\\*").c_str()).Next() != nullptr;
+TEST_F(UploadArchive, CancelWhileTheArchiveIsWrittenEndsItAndLeavesNoFile) {
+  {
+    const orn::UniqueFile big(
+        CreateFileW((folder_ / L"big").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    SetFilePointer(big.get(), 2'000'000'000, nullptr, FILE_BEGIN);
+    SetEndOfFile(big.get());
+  }
+  task_.input.name = L"big";
+  std::jthread worker([&] { EXPECT_THAT(Create({folder_ / L"big"}), ElementsAre(L"0 success")); });
+  const auto first_in = [](const std::wstring& folder) -> std::wstring {
+    orn::FolderSearch search((folder + L"\\*").c_str());
+    const WIN32_FIND_DATAW* const found = search.Next();
+    return found == nullptr ? L"" : folder + L"\\" + found->cFileName;
   };
-  while (!is_being_written())
+  const std::wstring root = orn::TempRootFolder(kArchiveTempRoot).c_str();
+  while (first_in(root).empty() || first_in(first_in(root)).empty())
     std::this_thread::yield();
-  EXPECT_EQ(events.manager.CancelUploadArchivePreparation(L"1"), 0u);
-  events.told.Acquire();
-  EXPECT_EQ(events.result, 1223u);
-  EXPECT_EQ(orn::FolderSearch((root + L"*").c_str()).Next(), nullptr);
-
-  SetFilePointer(big.get(), 1, nullptr, FILE_BEGIN);
-  SetEndOfFile(big.get());
-  EXPECT_EQ(events.manager.PrepareUploadArchive(L"2", input), 0u);
-  events.told.Acquire();
-  EXPECT_EQ(events.result, 0u);
-  events.manager.Stop();
+  control_.SetCancelled();
+  EXPECT_TRUE(control_.AbortCompressor());
+  worker.join();
+  EXPECT_EQ(task_.result, 1223u);
+  EXPECT_EQ(first_in(first_in(root)), L"");
 }
 
 }  // namespace
