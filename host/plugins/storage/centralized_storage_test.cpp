@@ -16,6 +16,7 @@
 #include "module/frame/folder_search.h"
 #include "module/frame/json.h"
 #include "module/frame/path.h"
+#include "module/frame/testing/semaphore.h"
 #include "module/frame/testing/test_folder.h"
 
 namespace host {
@@ -337,22 +338,19 @@ TEST_F(CentralizedStorageTest, AnObserverMayUseTheStorageAndIsLeftAloneOnceItIsG
   const std::wstring path = folder_ + L"a.zip";
   WriteFileAt(path, "x");
   Text second;
-  bool entered = false;
-  bool leave = false;
+  Semaphore entered;
   on_upload_ = [&] {
     EXPECT_EQ(StartUpload(path, second), 0u);
     plugin_->CancelUpload(second);
-    Lock lock(mutex_);
-    entered = true;
-    changed_.NotifyAll();
-    changed_.WaitUntil(lock, Clock::now() + 50ms, [&] { return leave; });
+    entered.Release();
+    // It can be registered again once Unregister has taken it out, and waits.
+    while (plugin_->RegisterFileManagerEvent(this) != 0)
+      Sleep(0);
+    plugin_->UnregisterFileManagerEvent(this);
   };
   Text first;
   ASSERT_EQ(StartUpload(path, first), 0u);
-  {
-    Lock lock(mutex_);
-    changed_.Wait(lock, [&] { return entered; });
-  }
+  entered.Acquire();
   EXPECT_EQ(plugin_->UnregisterFileManagerEvent(this), 0u);
   EXPECT_EQ(uploads_.size(), 1u);  // The first one's, which had begun.
   EXPECT_NE(first, second);
