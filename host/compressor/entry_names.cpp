@@ -41,7 +41,7 @@ size_t StartOfExtension(const std::wstring& name) {
 }  // namespace
 
 std::wstring EntryNames::Add(std::wstring_view name) {
-  const std::wstring wanted = Cleaned(name);
+  std::wstring wanted = Cleaned(name);
   if (wanted.empty()) return wanted;
 
   const std::wstring folded = Folded(wanted);
