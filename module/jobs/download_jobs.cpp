@@ -62,7 +62,7 @@ uint32_t DownloadJobs::StartDownload(const DownloadInput& input, OperationRespon
   response.jobId = ChooseJobId(input.jobId);
   job->streamId = input.streamId;
   job->type = kDownloadJob;
-  jobs_.AddJob(response.jobId, std::move(job));
+  jobs_.AddJob(response.jobId, job);
   return error::kSuccess;
 }
 

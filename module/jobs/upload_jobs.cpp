@@ -102,7 +102,7 @@ uint32_t UploadJobs::Start(const UploadArchiveInput& input, OperationResponse& r
   auto job = std::make_shared<FileOperationJob>();
   job->streamId = request.streamId;
   job->type = kUploadJob;
-  jobs_.AddJob(job_id, std::move(job));
+  jobs_.AddJob(job_id, job);
   ScopeGuard remove_job([&] { jobs_.RemoveJob(job_id); });
   if (const uint32_t code = jobs_.PrepareUploadArchive(job_id, request); code != error::kSuccess) {
     ORN_LOG(logging::kWarning, kFunction, L"Failed to prepare upload archive: [%d]", code);
