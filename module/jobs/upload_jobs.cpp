@@ -1,7 +1,6 @@
 #include "module/jobs/upload_jobs.h"
 
 #include <memory>
-#include <utility>
 
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
