@@ -89,4 +89,24 @@ struct IManager {
   ~IManager() = default;
 };
 
+// On whose behalf a call is made.
+struct CallerInfo {
+  int32_t pid = 0;
+  std::wstring path;  // The image's.
+  bool admin = false;
+};
+
+struct ICallerInfoQuery {
+  static constexpr InterfaceId kInterfaceId =
+      ParseInterfaceId("{875E0000-2D58-4312-98F3-C98E07A10D8C}");
+  static constexpr const wchar_t* kTypeName = L"EnterpriseIntegration::ICallerInfoQuery";
+
+  // The caller on whose behalf the calling thread acts, null where that is nobody's. Valid until
+  // that call of the agent has returned.
+  virtual const CallerInfo* GetCaller() = 0;
+
+ protected:
+  ~ICallerInfoQuery() = default;
+};
+
 }  // namespace EnterpriseIntegration

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "module/frame/interface_id.h"
+
+namespace orn::Signal::detail {
+
+// Carries the names of a signal's listeners across a restart, plug-in "Product.PersistentHandlers".
+// Called with the signal's lock held. Texts are UTF-8.
+struct IPesistentHandlers {
+  static constexpr InterfaceId kInterfaceId =
+      ParseInterfaceId("{2D8B77F0-5A5C-4C6B-9B1E-8F6A4C3D2E17}");
+  static constexpr const wchar_t* kTypeName = L"orn::Signal::detail::IPesistentHandlers";
+
+  virtual void Add(const char* channel, const char* id) = 0;
+  virtual void Remove(const char* channel, const char* id) = 0;
+
+ protected:
+  ~IPesistentHandlers() = default;
+};
+
+}  // namespace orn::Signal::detail
