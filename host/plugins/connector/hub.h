@@ -45,6 +45,9 @@ class Hub final : public link::IConnectionUser {
   // As ISessionEnds::MayTellEnd.
   bool MayTellEnd(const std::string& id) { return streams_.YieldEnd(id); }
 
+  // The process behind all streams has ended. Waits for nothing.
+  void OnTerminalHostLost() { streams_.LoseHosts(); }
+
   // The switch was stored: tells the server its state. Where it was turned off, the feature goes on
   // to end all sessions, one after the other under one lock. From before that on the streams bring
   // no end of their own and hold nobody in Send; sessions that ask for their end meanwhile would

@@ -75,19 +75,21 @@ std::optional<uint32_t> Stream::WaitForCreditLocked(Lock& lock, size_t bytes) {
     const auto changed = [&] {
       return credits_ != seen || destroyed_ || !connected_ || ending_ || discarding_ || lost_;
     };
-    if (!changed_.WaitUntil(lock, Clock::now() + limits_.stall, changed)) LoseLocked();
+    if (!changed_.WaitUntil(lock, Clock::now() + limits_.stall, changed)) {
+      ORN_LOG(logging::kNotice, L"VeldConnector::Stream::Send",
+              L"Stream %S is lost: its output was not taken.", id_.c_str());
+      LoseLocked("lost");
+    }
     if (const auto result = ResultWithoutSendingLocked(/*is_stop=*/false)) return result;
   }
   return std::nullopt;
 }
 
-// Nobody else has brought an end by now, or the wait would have been over.
-void Stream::LoseLocked() {
+// Of a connected stream to which nobody else has brought an end yet.
+void Stream::LoseLocked(const char* reason) {
   lost_ = true;
   SilenceLocked();
-  ORN_LOG(logging::kNotice, L"VeldConnector::Stream::Send",
-          L"Stream %S is lost: its output was not taken.", id_.c_str());
-  outbox_->Push(StreamClosedMessage(id_, "lost"), link::Outbox::Kind::kAnswer);
+  outbox_->Push(StreamClosedMessage(id_, reason), link::Outbox::Kind::kAnswer);
   if (!stop_sent_ && !end_yielded_) QueueEndLocked(kStreamErrorText);
   changed_.NotifyAll();
 }
@@ -123,6 +125,13 @@ void Stream::Accept(const std::string& text) {
 void Stream::EndInward() {
   const Lock lock(mutex_);
   if (!silenced_ && !ending_) QueueEndLocked(kStreamErrorText);
+}
+
+void Stream::LoseHost() {
+  const Lock lock(mutex_);
+  if (connected_ && !lost_ && !ending_ && !stop_sent_ && !end_yielded_ && !destroyed_) {
+    LoseLocked("hostLost");
+  }
 }
 
 void Stream::QueueEndLocked(std::string text) {

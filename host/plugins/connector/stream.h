@@ -50,6 +50,8 @@ class Stream final : public VeldConnector::Stream::IConnection,
   void AddCredit(uint64_t bytes);
   // The server has forgotten the stream.
   void EndInward();
+  // What is behind the stream on this machine is gone: tells the server and ends the session.
+  void LoseHost();
 
   // The user has it: its thread starts. Once.
   void StartDelivery();
@@ -84,7 +86,7 @@ class Stream final : public VeldConnector::Stream::IConnection,
   void SilenceLocked();
   std::optional<uint32_t> ResultWithoutSendingLocked(bool is_stop);
   std::optional<uint32_t> WaitForCreditLocked(Lock& lock, size_t bytes);
-  void LoseLocked();
+  void LoseLocked(const char* reason);
 
   const std::string id_;
   const std::shared_ptr<link::Outbox> outbox_;

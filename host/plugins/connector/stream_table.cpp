@@ -181,6 +181,11 @@ void StreamTable::LeaveEndsToUsers() {
     stream->LeaveEndToUser();
 }
 
+void StreamTable::LoseHosts() {
+  for (const auto& stream : AllClaimed())
+    stream->LoseHost();
+}
+
 void StreamTable::DestroyAllOf(const void* owner) {
   std::vector<std::shared_ptr<Stream>> streams;
   {

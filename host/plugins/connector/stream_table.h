@@ -54,6 +54,8 @@ class StreamTable {
   bool YieldEnd(const std::string& id);
   // Stream::LeaveEndToUser of every stream that has a user. Waits for nothing.
   void LeaveEndsToUsers();
+  // Stream::LoseHost of every stream that has a user. Waits for nothing.
+  void LoseHosts();
   void DestroyAllOf(const void* owner);
 
  private:

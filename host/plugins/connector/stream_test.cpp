@@ -108,6 +108,26 @@ TEST_F(StreamTest, WithoutProgressItIsLostAndEndsOnceAfterItHasBegun) {
   EXPECT_EQ(NextSent(), "") << "the stream was closed twice";
 }
 
+TEST_F(StreamTest, ALostHostEndsTheSessionOnceUnlessAnotherEndWasFirst) {
+  Open();
+  stream_->LoseHost();
+  stream_->LoseHost();
+  stream_->Accept(kStopText);
+  EXPECT_EQ(NextSent(), StreamClosedMessage("s", "hostLost"));
+  stream_->Begin();
+  EXPECT_EQ(recorder_.WaitFor(1), std::vector<std::string>{kStreamErrorText});
+  Destroy();
+
+  Open();
+  stream_->Begin();
+  EXPECT_EQ(Send("streamStop", "{}"), 0u);
+  EXPECT_EQ(NextSent(), StreamMessage("s", "streamStop", "{}"));
+  stream_->LoseHost();
+  Destroy();
+  EXPECT_EQ(NextSent(), StreamClosedMessage("s", "destroyed"));
+  EXPECT_EQ(recorder_.texts().size(), 1u);
+}
+
 TEST_F(StreamTest, WaitingSendsEndAtOnceWithTheConnectionOrTheStream) {
   const auto result_when = [this](const std::function<void()>& end) {
     Open();

@@ -44,6 +44,8 @@ int32_t VeldConnectorPlugin::Init(IServMain* main) {
       settings_watch_.GetPlugin(manager) == nullptr) {
     return static_cast<int32_t>(error::kMissingDependency);
   }
+  const wchar_t* const terminal_host = configuration->GetOption(kName, L"terminalHost");
+  if (terminal_host != nullptr) terminal_host_ = terminal_host;
   return link::ReadLinkOptions(*configuration.get(), kName, kDoor, options_)
              ? 0
              : static_cast<int32_t>(error::kBadParameter);
@@ -56,12 +58,16 @@ void VeldConnectorPlugin::UnInit() {
 
 int32_t VeldConnectorPlugin::Start() {
   settings_watch_->Watch(this);
-  return 0;
+  if (terminal_host_.empty()) return 0;
+  const uint32_t status = terminal_host_watch_.Start(terminal_host_);
+  if (status != 0) settings_watch_->Unwatch(this);
+  return static_cast<int32_t>(status);
 }
 
 void VeldConnectorPlugin::Stop() {
   const LogFunctionTrace trace(L"VeldConnector::Stop");
   settings_watch_->Unwatch(this);
+  terminal_host_watch_.Stop();
   if (loop_ != nullptr) loop_->Stop();
 }
 

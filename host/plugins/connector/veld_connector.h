@@ -7,6 +7,7 @@
 #include "host/plugins/connector/event_channel.h"
 #include "host/plugins/connector/hub.h"
 #include "host/plugins/connector/session_ends.h"
+#include "host/plugins/connector/terminal_host_watch.h"
 #include "host/plugins/link/connection_loop.h"
 #include "host/plugins/link/link_options.h"
 #include "host/plugins/settings/settings_watch.h"
@@ -21,7 +22,8 @@ namespace host {
 // "VeldConnector": one connection to the management server, from OpenIntake to Stop, over which
 // calls and streams come in. It also tells the server how the feature's switch stands.
 //
-// Options: those of link::LinkOptions.
+// Options: those of link::LinkOptions; and "terminalHost", the name of the host process that the
+// shells live in where that is not this one. When it ends, all streams are lost.
 class VeldConnectorPlugin final : public VeldConnector::IConnector,
                                   public IEventChannel,
                                   public ISessionEnds,
@@ -60,7 +62,9 @@ class VeldConnectorPlugin final : public VeldConnector::IConnector,
   ServPlugin<ITsrSettings> settings_{L"TsrSettings"};
   ServPlugin<ISettingsWatch> settings_watch_{L"TsrSettings"};
   link::LinkOptions options_;
+  std::wstring terminal_host_;
   connector::Hub hub_;
+  connector::TerminalHostWatch terminal_host_watch_{[this] { hub_.OnTerminalHostLost(); }};
   std::unique_ptr<link::ConnectionLoop> loop_;
 };
 

@@ -68,6 +68,11 @@ const ends: Record<Exclude<SessionEnd["reason"], "openFailed">, EndWords> = {
     text: "The session ended with it. Open it again once the machine is back.",
     tone: "problem",
   },
+  hostLost: {
+    title: "The machine's shell process has ended",
+    text: "All its shells ended with it. It is started again by itself: open a new shell.",
+    tone: "problem",
+  },
   streamLost: {
     title: "Output could not be delivered",
     text: "This page took the shell's output too slowly for too long.",

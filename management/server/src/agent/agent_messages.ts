@@ -37,7 +37,7 @@ export const agentMessage = z.discriminatedUnion("type", [
   z.object({
     type: z.literal("streamClosed"),
     stream: streamId,
-    reason: z.enum(["destroyed", "lost", "unused"]),
+    reason: z.enum(["destroyed", "lost", "hostLost", "unused"]),
   }),
   eventMessage,
   ...heartbeats,

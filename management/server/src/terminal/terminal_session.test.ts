@@ -133,10 +133,15 @@ test("each way to end is told with its reason, and the machine is asked to stop 
     expect((await client.closed).reason, `${typedAt}, ${endedAt}`).toBe(reason);
     now.mockRestore();
   }
-  {
+  for (const [reason, told] of [
+    ["lost", "streamLost"],
+    ["hostLost", "hostLost"],
+  ]) {
     const { client, stream } = await server.openTerminal();
-    agent.send({ type: "streamClosed", stream, reason: "lost" });
-    expect((await client.closed).reason).toBe("streamLost");
+    agent.send({ type: "streamClosed", stream, reason });
+    expect((await client.closed).reason).toBe(told);
+  }
+  {
     const lost = await server.openTerminal();
     agent.socket.terminate();
     expect(await lost.client.closed).toEqual({ code: 1000, reason: "machineLost" });

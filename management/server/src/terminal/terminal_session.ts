@@ -14,6 +14,7 @@ export type EndReason =
   | "shellExited"
   | "inactivity"
   | "machineLost"
+  | "hostLost"
   | "streamLost"
   | "openFailed"
   | "serverStopping";
@@ -137,6 +138,7 @@ export class TerminalSession {
   onStreamClosed(reason: StreamClosed["reason"]): void {
     this.#whenOpened(() => {
       if (reason === "lost") this.end("streamLost");
+      else if (reason === "hostLost") this.end("hostLost");
       else if (reason === "unused") this.end("openFailed");
       else this.end(this.#reasonOfStop());
       this.#remove();

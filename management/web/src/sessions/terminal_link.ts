@@ -7,6 +7,7 @@ export interface SessionEnd {
     | "shellExited"
     | "inactivity"
     | "machineLost"
+    | "hostLost"
     | "streamLost"
     | "openFailed"
     | "serverStopping"
@@ -32,6 +33,7 @@ const serverReasons = new Set<string>([
   "shellExited",
   "inactivity",
   "machineLost",
+  "hostLost",
   "streamLost",
   "openFailed",
   "serverStopping",
