@@ -20,13 +20,14 @@ struct EqTask;
 
 // Tasks that are cancelled and waited for together. Any thread.
 struct IEventGroup {
-  // The task belongs to the group from now on. It may have ended already.
+  // The task belongs to the group from now on, and to no other. It may have ended already. After
+  // Cancel it is dropped as those before it were.
   virtual void Track(EqTask* task) = 0;
   // Drops the tasks that have not begun: the cancel item of each runs instead of its main item.
   // Does not wait.
   virtual void Cancel() = 0;
-  // Returns 0 when no task of the group is left, cancel items included, or 1460 after `timeout`
-  // milliseconds; 0xFFFFFFFF is no limit.
+  // Returns 0 when no task of the group is left and their items are destroyed, or 1460 after
+  // `timeout` milliseconds; 0xFFFFFFFF is no limit. Not from a task of the group.
   virtual uint32_t Wait(uint32_t timeout) = 0;
 
  protected:
@@ -43,7 +44,7 @@ struct IEventQueue : IOrnBaseInterface {
 
   // For who loads the service itself. Returns 0 or why it cannot work.
   virtual uint32_t Start(uint32_t options) = 0;
-  // Cancels what has not begun and waits for what runs.
+  // Cancels what has not begun and waits for what runs, cancel items included. Not from a task.
   virtual void Stop() = 0;
   // Queues a task under the name of a queue, which only tells tasks apart in a log. Exactly one of
   // the two items runs: `main`, or `cancel` if the task is dropped. `cancel` may be null. Returns
@@ -51,8 +52,8 @@ struct IEventQueue : IOrnBaseInterface {
   // failure, and the items stay the caller's.
   virtual uint32_t Queue(const wchar_t* name, EqTask** task, EqWorkItem* main, EqWorkItem* cancel,
                          uint32_t, uint32_t) = 0;
-  // As Queue with the item running `repeat` times, first after `delay` milliseconds, then as long
-  // after each end. A task that is dropped only ends.
+  // As Queue with the item running `repeat` times, at least once, first after `delay` milliseconds,
+  // then as long after each end. A task that is dropped only ends.
   virtual uint32_t QueueDelayed(const wchar_t* name, EqTask** task, EqWorkItem* main,
                                 uint32_t delay, uint32_t repeat, uint32_t options) = 0;
   // Gives the caller's reference to a task back. The task goes on.
