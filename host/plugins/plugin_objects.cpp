@@ -1,6 +1,7 @@
 // The objects that AgentPlugins.dll exports: the one place that knows all of its classes.
 
 #include "host/plugins/connector/veld_connector.h"
+#include "host/plugins/feature_relay/remote_access_relay.h"
 #include "host/plugins/integration/endpoint_integration_manager.h"
 #include "host/plugins/settings/tsr_settings.h"
 #include "host/plugins/storage/centralized_storage_plugin.h"
@@ -16,6 +17,7 @@ ExportedObjectDeclaration<host::ProductMatrix> telemetry{L"Product.Matrix"};
 ExportedObjectDeclaration<host::EndpointIntegrationManager> integration{
     L"EndpointIntegration.Manager"};
 ExportedObjectDeclaration<host::CentralizedStoragePlugin> storage{L"Product.CentralizedStorage"};
+ExportedObjectDeclaration<host::RemoteAccessRelay> feature_relay{L"RemoteAccess.Relay"};
 ExportedObjectDeclaration<host::TerminalManagerRelay> relay{L"RemoteTerminalManager.Relay"};
 
 }  // namespace
