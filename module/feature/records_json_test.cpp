@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "module/frame/json.h"
+#include "module/frame/json_path.h"
 
 namespace orn::RemoteAccess {
 namespace {
@@ -125,6 +130,125 @@ TEST(RecordsJsonTest, ResponseIsAValueATextOrBase64) {
   EXPECT_EQ(saved(), "\"{no JSON\"\nnull\n");
   response.body64 = "aGk=";
   EXPECT_EQ(saved(), "null\n\"aGk=\"\n");
+}
+
+// The paths of all members, of an array's elements the first.
+std::vector<std::string> Paths(const Json::Value& node, const std::string& path) {
+  std::vector<std::string> paths{path};
+  const auto below = [&](const std::string& deeper, const Json::Value& value) {
+    for (std::string& found : Paths(value, deeper))
+      paths.push_back(std::move(found));
+  };
+  if (node.isObject()) {
+    for (const std::string& name : node.getMemberNames())
+      below(path + (path.ends_with(']') ? "" : "/") + name, node[name]);
+  } else if (node.isArray() && !node.empty()) {
+    below(path + "[0]", node[0]);
+  }
+  return paths;
+}
+
+// Saves, loads and saves again, as text under "data"; then takes each member away in turn.
+template <class Record>
+void ComesBackWholeOrNotAtAll(const Record& record, const std::set<std::string>& optional = {}) {
+  const std::string text = "{\"data\":" + Save(record) + "}";
+  Json::Value node = Parse(text);
+  Record loaded;
+  ASSERT_TRUE(LoadRecord(loaded, &node, "/data")) << text;
+  EXPECT_EQ("{\"data\":" + Save(loaded) + "}", text);
+  for (const std::string& path : Paths(Parse(text)["data"], "/data")) {
+    node = Parse(text);
+    *FindNode(&node, path.c_str(), /*create=*/false) = Json::Value();
+    EXPECT_EQ(LoadRecord(loaded, &node, "/data"), optional.contains(path)) << path;
+  }
+  node = Parse("[]");
+  EXPECT_FALSE(LoadRecord(loaded, &node, "/data"));
+  EXPECT_FALSE(LoadRecord(loaded, nullptr, "/data"));
+}
+
+TEST(RecordsJsonTest, ReportsComeBackWholeOrNotAtAll) {
+  const StringT<wchar_t> text(std::wstring_view(L"\u00E4\U0001F600\0\"\\\n", 8));
+  DownloadMetadata download;
+  download.items = {{"u\0", L"C:\\\u00FC", -5, text}, {}};
+  download.runContext = L"[1]";
+  download.jobId = text;
+  download.status = DownloadMetadata::Status::kAborted;
+  download.centralizedStorage.reason = text;
+  HttpResponse& response = download.centralizedStorage.httpResponse;
+  response = {"{\"a\" : [ 1 ]}", "", "application/json", int64_t{1} << 40, -1};
+  const std::string http = "/data/centralizedStorage/httpResponse/body";
+  ComesBackWholeOrNotAtAll(download, {http, http + "/a", http + "/a[0]", "/data/runContext[0]"});
+  Json::Value node;
+  ASSERT_TRUE(SaveRecord(download, &node));
+  DownloadMetadata loaded;
+  ASSERT_TRUE(LoadRecord(loaded, &node));
+  EXPECT_EQ(loaded.centralizedStorage.httpResponse.body, "{\"a\":[1]}");
+  EXPECT_EQ(loaded.jobId, text);
+  node["status"] = "Aborted";
+  EXPECT_FALSE(LoadRecord(loaded, &node));
+  // A body that is in the record already does not stay beside the other.
+  response.body64 = "aGk=";
+  ASSERT_TRUE(SaveRecord(download, &node));
+  ASSERT_TRUE(LoadRecord(loaded, &node));
+  EXPECT_TRUE(loaded.centralizedStorage.httpResponse.body.empty());
+  ComesBackWholeOrNotAtAll(download, {http + "64", "/data/runContext[0]"});
+
+  UploadArchiveMetadata upload;
+  upload.status = UploadArchiveMetadata::Status::kUploadFailed;
+  upload.items = {{L"C:\\*", 2, text}};
+  upload.runContext = L"false";
+  ComesBackWholeOrNotAtAll(upload);
+
+  ProcessExecutionMetadata process;
+  process.exitCode = -1;
+  process.reason = ProcessExecutionMetadata::Reason::kError;
+  process.runContext = L"{\"a\":0}";
+  process.upload = {text, L"\"\"", L""};
+  process.uploadError = INT32_MIN;
+  ComesBackWholeOrNotAtAll(process, {"/data/runContext/a"});
+
+  ComesBackWholeOrNotAtAll(TerminalSessionState{"\xC3\xA4", true, INT64_MIN, INT64_MAX});
+}
+
+TEST(RecordsJsonTest, InputsAndAnswersComeBack) {
+  DownloadInput download;
+  download.timeout = UINT32_MAX;
+  download.items = {{"u", L"t"}};
+  download.runContext = L"5";
+  ComesBackWholeOrNotAtAll(download, {"/data/jobId"});
+
+  UploadArchiveInput upload;
+  upload.jobId = L"j";
+  upload.items = {{L"*"}, {L""}};
+  upload.postItems = {{"n", "v"}};
+  upload.runContext = L"{}";
+  ComesBackWholeOrNotAtAll(upload, {"/data/jobId"});
+
+  ProcessExecutionInput process;
+  process.commandLine = L"\"a\" b";
+  process.runContext = L"[]";
+  ComesBackWholeOrNotAtAll(process);
+  ComesBackWholeOrNotAtAll(OperationResponse{L"m", L"0", L""});
+
+  Json::Value node;
+  ASSERT_TRUE(SaveRecordWithStatus({.status = -1, .pid = UINT32_MAX, .runContext = L"1"}, &node));
+  ProcessExecutionResponse response;
+  ASSERT_TRUE(LoadRecordWithStatus(response, &node));
+  EXPECT_EQ(response.pid, UINT32_MAX);
+  node.removeMember("error");
+  EXPECT_FALSE(LoadRecordWithStatus(response, &node));
+
+  for (const size_t size : {0, 3}) {
+    const std::vector<TerminalSessionState> list(size);
+    ASSERT_TRUE(SaveRecords(list, &node, "/data"));
+    std::vector<TerminalSessionState> loaded(1);
+    EXPECT_TRUE(LoadRecords(loaded, &node, "/data"));
+    EXPECT_EQ(loaded.size(), list.size());
+  }
+  node["data"][2]["isConnected"] = "yes";
+  std::vector<TerminalSessionState> loaded(1);
+  EXPECT_FALSE(LoadRecords(loaded, &node, "/data"));
+  EXPECT_TRUE(loaded.empty());
 }
 
 }  // namespace

@@ -10,8 +10,8 @@ std::string JsonComposedSerializer::ElementPath(const char* key, Json::ArrayInde
   return std::string(key) + '[' + std::to_string(index) + ']';
 }
 
-bool JsonComposedSerializer::Has(const char* key) const {
-  return cursor_ != nullptr && !JsonMember(*cursor_, key).isNull();
+bool JsonComposedSerializer::Has(const char* name) const {
+  return cursor_ != nullptr && !JsonMember(*cursor_, name).isNull();
 }
 
 bool JsonComposedSerializer::Failed(const char* key) {

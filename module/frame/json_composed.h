@@ -3,6 +3,7 @@
 #include <json/value.h>
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -42,6 +43,20 @@ class JsonComposedSerializer {
     return cursor_ != nullptr && (GetJsonText(target, cursor_, key) || Failed(key));
   }
 
+  // One of the words, which stand for the enumeration's values from 0 on.
+  template <class Enumeration>
+  bool WordField(Enumeration& target, const char* key, std::span<const char* const> words) const {
+    if (cursor_ == nullptr) return false;
+    StringT<char> word;
+    if (!GetJson(word, cursor_, key)) return Failed(key);
+    for (size_t i = 0; i < words.size(); ++i) {
+      if (word != words[i]) continue;
+      target = static_cast<Enumeration>(i);
+      return true;
+    }
+    return Failed(key);
+  }
+
   // Leaves the target as it is where the member is absent or null; clears it where it is something
   // else that does not fit.
   template <class T>
@@ -79,11 +94,16 @@ class JsonComposedSerializer {
     return load(JsonComposedSerializer(node)) || Failed(path);
   }
 
+  // Whether the node is an object with a member of that name, other than null.
+  bool Has(const char* name) const;
+
+  // The node to read from.
+  Json::Value* cursor() const { return cursor_; }
+
   // "key[index]".
   static std::string ElementPath(const char* key, Json::ArrayIndex index);
 
  private:
-  bool Has(const char* key) const;
   // Logs it; false.
   static bool Failed(const char* key);
 
