@@ -3,24 +3,16 @@
 #include <wchar.h>
 
 #include "host/common/file_path.h"
+#include "host/service/configuration.h"
 
 namespace host {
-namespace {
-
-std::wstring ConfigurationPath(const std::wstring& given) {
-  const std::wstring program = ProgramPath();
-  if (given.empty()) return program + L".xml";
-  if (given.find_first_of(L"\\/:") == std::wstring::npos) return FolderOf(program) + L'\\' + given;
-  return AbsolutePath(L".", given);
-}
-
-}  // namespace
 
 const wchar_t* const kUsage =
     L"usage: TsrSecurityService /process [/config FILE]   runs the host in the foreground\n"
     L"       TsrSecurityService /stop    [/config FILE]   stops the host that FILE describes\n"
-    L"FILE is looked up beside the program unless it is a path; at first it is the program's name "
-    L"with \".xml\".";
+    L"FILE is looked up in the folder that ORN_TSR_CONFIG names, then beside the program, unless "
+    L"it "
+    L"is a path; at first it is the program's name with \".xml\".";
 
 std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arguments) {
   std::optional<CommandLine::Verb> verb;
@@ -38,7 +30,9 @@ std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arg
     }
   }
   if (!verb) return std::nullopt;
-  return CommandLine{.verb = *verb, .configuration = ConfigurationPath(configuration)};
+  return CommandLine{.verb = *verb,
+                     .configuration = configuration.empty() ? ProgramPath() + L".xml"
+                                                            : FindConfiguration(configuration)};
 }
 
 }  // namespace host

@@ -14,9 +14,9 @@ struct CommandLine {
   std::wstring configuration;  // The full path.
 };
 
-// Reads `/process [/config FILE]` and `/stop [/config FILE]`, in any order, letters in any case. A
-// bare file name lies beside the program, a path is taken from the current folder; without /config
-// it is the program's own name followed by ".xml". Nothing for anything else.
+// Reads `/process [/config FILE]` and `/stop [/config FILE]`, in any order, letters in any case.
+// FILE is one of FindConfiguration; without /config it is the program's own path followed by
+// ".xml". Nothing for anything else.
 std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arguments);
 
 // How the program is used, for the person who got it wrong.

@@ -19,6 +19,10 @@ namespace {
 constexpr DWORD kLargestFile = 1024 * 1024;
 constexpr size_t kMostHosts = 32;  // Each is waited for, and a wait takes 64 objects.
 
+bool IsBareName(const std::wstring& path) {
+  return path.find_first_of(L"\\/:") == std::wstring::npos;
+}
+
 class Reader {
  public:
   Reader(Configuration& configuration, ConfigurationProblem& problem)
@@ -98,7 +102,8 @@ class Reader {
   }
 
   bool ReadHost(const pugi::xml_node& root) {
-    if (!CheckAttributes(root, 2, {"name", "data", "instance", "stopLimit"})) return false;
+    if (!CheckAttributes(root, 2, {"name", "data", "instance", "stopLimit", "rights"}))
+      return false;
     configuration_.folder = FolderOf(configuration_.file);
     configuration_.name = WideText(root.attribute("name").value());
     configuration_.data =
@@ -114,6 +119,12 @@ class Reader {
       configuration_.stop_limit = limit.as_uint();
       if (configuration_.stop_limit < 1 || configuration_.stop_limit > 3600) {
         return Fail(root, L"stopLimit must be 1 to 3600 seconds");
+      }
+    }
+    if (const pugi::xml_attribute rights = root.attribute("rights")) {
+      configuration_.low_rights = rights.value() == std::string_view("low");
+      if (!configuration_.low_rights && rights.value() != std::string_view("full")) {
+        return Fail(root, L"rights must be \"full\" or \"low\"");
       }
     }
     return AddHost(root, configuration_.name);
@@ -135,6 +146,7 @@ class Reader {
       const bool good = name == "plugin"                           ? ReadPlugin(child)
                         : name == "declares"                       ? ReadDeclaration(child)
                         : name == "stop"                           ? ReadStop(child)
+                        : name == "process"                        ? ReadProcess(child)
                         : name == "log" && !configuration_.has_log ? ReadLog(child)
                                                                    : FailOnChild(child);
       if (!good) return false;
@@ -194,6 +206,23 @@ class Reader {
     return true;
   }
 
+  bool ReadProcess(const pugi::xml_node& node) {
+    if (!CheckAttributes(node, 2, {"program", "config"})) return false;
+    if (node.first_child()) return FailOnChild(node.first_child());
+    ProcessEntry process{.program = AbsolutePath(FolderOf(ProgramPath()),
+                                                 WideText(node.attribute("program").value())),
+                         .config = WideText(node.attribute("config").value()),
+                         .line = LineAt(node.offset_debug())};
+    if (!IsBareName(process.config)) {
+      process.config = AbsolutePath(configuration_.folder, process.config);
+    }
+    if (std::ranges::count(configuration_.processes, process.config, &ProcessEntry::config) != 0) {
+      return Fail(node, L"configuration \"" + process.config + L"\" is started twice");
+    }
+    configuration_.processes.push_back(std::move(process));
+    return true;
+  }
+
   bool HasPlugin(const std::wstring& name) const {
     return std::ranges::find(configuration_.plugins, name, &PluginEntry::name) !=
            configuration_.plugins.end();
@@ -206,6 +235,18 @@ class Reader {
 };
 
 }  // namespace
+
+std::wstring FindConfiguration(const std::wstring& given) {
+  if (!IsBareName(given)) return AbsolutePath(L".", given);
+  std::wstring folder(GetEnvironmentVariableW(kConfigurationFolderVariable, nullptr, 0), L'\0');
+  folder.resize(GetEnvironmentVariableW(kConfigurationFolderVariable, folder.data(),
+                                        static_cast<DWORD>(folder.size())));
+  if (!folder.empty()) {
+    std::wstring path = folder + L'\\' + given;
+    if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return path;
+  }
+  return FolderOf(ProgramPath()) + L'\\' + given;
+}
 
 bool ReadConfiguration(const std::wstring& file, Configuration& configuration,
                        ConfigurationProblem& problem) {

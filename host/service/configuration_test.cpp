@@ -40,6 +40,10 @@ TEST(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
       {head + plugin + "\n<option name='a'/></plugin></host>", 3, L"lacks the attribute \"value\""},
       {head + "<stop plugin='P'/>" + good_plugin + "</host>", 2, L"no plug-in \"P\" stands above"},
       {head + good_plugin + "<stop plugin='P'/><stop plugin='P'/></host>", 3, L"stopped twice"},
+      {head + "<process program='p.exe'/></host>", 2, L"lacks the attribute \"config\""},
+      {head + "<process program='p' config='c'/>\n<process program='q' config='c'/></host>", 3,
+       L"\"c\" is started twice"},
+      {"<host name='H' data='d' rights='lwo'/>", 1, L"rights must be"},
       {head + "<log path='l' level='loud'/></host>", 2, L"unusable value"},
       {std::string(2 * 1024 * 1024, ' '), 0, L"over 1 MiB"},
   };

@@ -55,6 +55,7 @@ bool HostProcess::Prepare() {
   if (!configuration_.instance.empty()) {
     SetEnvironmentVariableW(kInstanceVariable, configuration_.instance.c_str());
   }
+  SetEnvironmentVariableW(kConfigurationFolderVariable, configuration_.folder.c_str());
   // Before the log is opened, which a second one would share.
   if (!DeclareHosts()) return false;
   RestrictSearchPath();
