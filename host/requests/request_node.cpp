@@ -1,0 +1,73 @@
+#include "host/requests/request_node.h"
+
+#include <cstring>
+#include <utility>
+
+namespace {
+
+char* PutNumber(char* to, size_t number) {
+  for (int shift = 0; shift != 32; shift += 8)
+    *to++ = static_cast<char>(number >> shift & 0xFF);
+  return to;
+}
+
+// Takes a number from the front of `from`.
+std::optional<uint32_t> TakeNumber(std::string_view& from) {
+  if (from.size() < sizeof(uint32_t)) return std::nullopt;
+  uint32_t number = 0;
+  for (size_t i = 0; i != sizeof(number); ++i) {
+    number |= uint32_t{static_cast<unsigned char>(from[i])} << 8 * i;
+  }
+  from.remove_prefix(sizeof(number));
+  return number;
+}
+
+}  // namespace
+
+bool RequestNode::Add(uint32_t id, std::string_view bytes) {
+  const auto old = parameters_.find(id);
+  const bool is_new = old == parameters_.end();
+  if (is_new && parameters_.size() == kMaxParameters) return false;
+  const size_t rest = is_new ? size_ + kHeaderSize : size_ - old->second.size();
+  if (rest > kMaxSize || bytes.size() > kMaxSize - rest) return false;
+  if (is_new) {
+    parameters_.emplace(id, bytes);
+  } else {
+    old->second = std::string(bytes);
+  }
+  size_ = rest + bytes.size();
+  return true;
+}
+
+const std::string* RequestNode::Find(uint32_t id) const {
+  const auto found = parameters_.find(id);
+  return found == parameters_.end() ? nullptr : &found->second;
+}
+
+void RequestNode::Save(char* to) const {
+  if (parameters_.empty()) return;
+  to = PutNumber(PutNumber(to, kMark), parameters_.size());
+  for (const auto& [id, bytes] : parameters_) {
+    to = PutNumber(PutNumber(to, id), bytes.size());
+    std::memcpy(to, bytes.data(), bytes.size());
+    to += bytes.size();
+  }
+}
+
+std::optional<RequestNode> RequestNode::Load(std::string_view saved) {
+  RequestNode root;
+  if (saved.empty()) return root;
+  const auto mark = TakeNumber(saved);
+  const auto count = TakeNumber(saved);
+  if (mark != kMark || !count || *count == 0) return std::nullopt;
+  for (uint32_t i = 0; i != *count; ++i) {
+    const auto id = TakeNumber(saved);
+    const auto size = TakeNumber(saved);
+    if (!size || *size > saved.size()) return std::nullopt;
+    if (i != 0 && root.parameters_.rbegin()->first >= *id) return std::nullopt;
+    if (!root.Add(*id, saved.substr(0, *size))) return std::nullopt;
+    saved.remove_prefix(*size);
+  }
+  if (!saved.empty()) return std::nullopt;
+  return root;
+}
