@@ -2,7 +2,9 @@
 
 #include "host/plugins/connector/veld_connector.h"
 #include "host/plugins/feature_relay/remote_access_relay.h"
+#include "host/plugins/framework_manager/framework_manager.h"
 #include "host/plugins/integration/endpoint_integration_manager.h"
+#include "host/plugins/process_info/process_info_db.h"
 #include "host/plugins/settings/tsr_settings.h"
 #include "host/plugins/storage/centralized_storage_plugin.h"
 #include "host/plugins/telemetry/product_matrix.h"
@@ -18,6 +20,8 @@ ExportedObjectDeclaration<host::EndpointIntegrationManager> integration{
     L"EndpointIntegration.Manager"};
 ExportedObjectDeclaration<host::CentralizedStoragePlugin> storage{L"Product.CentralizedStorage"};
 ExportedObjectDeclaration<host::RemoteAccessRelay> feature_relay{L"RemoteAccess.Relay"};
+ExportedObjectDeclaration<host::FrameworkManager> framework{L"Framework.Manager"};
+ExportedObjectDeclaration<host::ProcessInfoDb> processes{L"messaging.process_info_db"};
 ExportedObjectDeclaration<host::TerminalManagerRelay> relay{L"RemoteTerminalManager.Relay"};
 
 }  // namespace

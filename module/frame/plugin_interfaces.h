@@ -11,6 +11,7 @@
 struct IOrnBaseInterface {
   static constexpr InterfaceId kInterfaceId =
       ParseInterfaceId("{514BE292-F7C5-425F-BC90-FCA366551AB3}");
+  static constexpr const wchar_t* kTypeName = L"IOrnBaseInterface";
 
   // The face of the object that answers to `id`, or null. Takes no reference.
   virtual void* GetInterface(const InterfaceId& id) = 0;

@@ -23,6 +23,7 @@ constexpr size_t kAnswerBytes = 16 * integration::kLongestMessage;
 
 void* EndpointIntegrationManager::GetInterface(const InterfaceId& id) {
   if (id == IManager::kInterfaceId) return static_cast<IManager*>(this);
+  if (id == ICallerInfoQuery::kInterfaceId) return static_cast<ICallerInfoQuery*>(this);
   if (id == IHostIntake::kInterfaceId) return static_cast<IHostIntake*>(this);
   if (id == IServPlugin::kInterfaceId || id == IOrnBaseInterface::kInterfaceId) {
     return static_cast<IServPlugin*>(this);

@@ -24,6 +24,7 @@ namespace host {
 // A call that never ends keeps CloseIntake and UnregisterAgent waiting; the host ends its process
 // when a stop takes too long.
 class EndpointIntegrationManager final : public EnterpriseIntegration::IManager,
+                                         public EnterpriseIntegration::ICallerInfoQuery,
                                          public IHostIntake,
                                          public IServPlugin {
  public:
@@ -42,6 +43,10 @@ class EndpointIntegrationManager final : public EnterpriseIntegration::IManager,
   void NotifyStatusChanged(uint32_t options) override;
   bool RegisterAgent(EnterpriseIntegration::IAgent* agent) override;
   void UnregisterAgent(EnterpriseIntegration::IAgent* agent) override;
+
+  // Always null: the calls that this plug-in makes come from the server, and on behalf of no
+  // process of this machine.
+  const EnterpriseIntegration::CallerInfo* GetCaller() override { return nullptr; }
 
   void OpenIntake() override;
   void CloseIntake() override;

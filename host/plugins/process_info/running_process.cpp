@@ -1,0 +1,52 @@
+#include "host/plugins/process_info/running_process.h"
+
+namespace host {
+
+namespace {
+
+bool Has(HANDLE token, WELL_KNOWN_SID_TYPE who) {
+  alignas(SID) BYTE sid[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof(sid);
+  BOOL has = FALSE;
+  return CreateWellKnownSid(who, /*DomainSid=*/nullptr, sid, &size) &&
+         CheckTokenMembership(token, sid, &has) && has;
+}
+
+}  // namespace
+
+RunningProcess::RunningProcess(uint32_t pid)
+    : process_(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, /*bInheritHandle=*/FALSE, pid)) {
+  FILETIME created{};
+  FILETIME unused{};
+  DWORD exit_code = 0;
+  // A process that has ended can be opened for as long as somebody has a handle on it.
+  if (!process_ || !GetExitCodeProcess(process_.get(), &exit_code) || exit_code != STILL_ACTIVE ||
+      !GetProcessTimes(process_.get(), &created, &unused, &unused, &unused)) {
+    return;
+  }
+  created_ = uint64_t{created.dwHighDateTime} << 32 | created.dwLowDateTime;
+}
+
+std::wstring RunningProcess::ImagePath() const {
+  std::wstring path(32768, L'\0');
+  DWORD length = static_cast<DWORD>(path.size());
+  if (!QueryFullProcessImageNameW(process_.get(), /*dwFlags=*/0, path.data(), &length)) return {};
+  path.resize(length);
+  return path;
+}
+
+bool RunningProcess::IsAdministrator() const {
+  orn::UniqueHandle token;
+  return OpenProcessToken(process_.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) &&
+         IsAdministratorToken(token.get());
+}
+
+bool IsAdministratorToken(HANDLE token) {
+  // Membership is asked of a token that a thread could bear.
+  orn::UniqueHandle bearable;
+  return DuplicateToken(token, SecurityIdentification, bearable.put()) &&
+         (Has(bearable.get(), WinBuiltinAdministratorsSid) ||
+          Has(bearable.get(), WinLocalSystemSid));
+}
+
+}  // namespace host

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "module/frame/handle.h"
+
+namespace host {
+
+// A process that cannot be taken for another: as long as this object is there, its id is not given
+// to a new one. Any thread.
+class RunningProcess {
+ public:
+  // Empty where nobody has that id or the process is closed to us.
+  explicit RunningProcess(uint32_t pid);
+
+  explicit operator bool() const noexcept { return created_ != 0; }
+  // Tells it from every other process that has had or will have its id.
+  uint64_t created() const noexcept { return created_; }
+  // The image's full path; empty where it cannot be read.
+  std::wstring ImagePath() const;
+  // False where its token cannot be read.
+  bool IsAdministrator() const;
+
+ private:
+  orn::UniqueHandle process_;
+  uint64_t created_ = 0;
+};
+
+// Whether the token of a process really has the Administrators group enabled, or is SYSTEM's. A
+// group that is only there to be denied, as in the token of an administrator who has not elevated,
+// does not count. `token` is open for TOKEN_QUERY and TOKEN_DUPLICATE.
+bool IsAdministratorToken(HANDLE token);
+
+}  // namespace host
