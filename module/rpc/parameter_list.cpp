@@ -5,13 +5,9 @@
 #include <utility>
 
 #include "module/rpc/request_library.h"
+#include "module/rpc/wire.h"
 
 namespace messaging::rpc {
-namespace {
-
-constexpr const char* kData = "data";
-
-}  // namespace
 
 ParameterList::ParameterList(ParameterList&& other) noexcept
     : root_(std::exchange(other.root_, nullptr)) {}
