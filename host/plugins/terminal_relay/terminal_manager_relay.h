@@ -13,10 +13,11 @@
 
 namespace host {
 
-// "RemoteTerminalManager.Relay": stands in front of a terminal manager of the same process
-// ("RemoteTerminalManager.AL") and passes its notifications on from a thread of its own. The
-// manager sends them with its mutex held, and their receiver may be waiting for a call into the
-// manager: across processes that is no harm, within one it would be the end of both.
+// "RemoteTerminalManager.Relay": stands in front of the terminal manager that has the display name
+// "RemoteTerminalManager.Target", be it the one of this process or a client of the worker's, and
+// passes its notifications on from a thread of its own. A manager sends them with its mutex held,
+// and their receiver may be waiting for a call into the manager: across processes that is no harm,
+// within one it would be the end of both.
 //
 // Where there is a connector it is asked first: an end that a session's stream has brought already
 // is not told again.
@@ -62,7 +63,7 @@ class TerminalManagerRelay final
   void Run();
 
   const logging::LogReference log_;
-  ServPlugin<IRemoteTerminalManager> manager_{L"RemoteTerminalManager.AL"};
+  ServPlugin<IRemoteTerminalManager> manager_{L"RemoteTerminalManager.Target"};
   ServPlugin<ISessionEnds> session_ends_{L"VeldConnector"};
   std::thread thread_;
 

@@ -83,7 +83,7 @@ class RelayTest : public testing::Test {
  protected:
   RelayTest() {
     host_.Add(L"VeldConnector", &connector_);
-    host_.Add(L"RemoteTerminalManager.AL", &manager_);
+    host_.Add(L"RemoteTerminalManager.Target", &manager_);
     EXPECT_EQ(relay_.Init(&host_), 0);
     EXPECT_EQ(relay_.Start(), 0);
   }
