@@ -1,26 +1,15 @@
-import { useEffect } from "preact/hooks";
 import { FeedNote } from "../components/feed_note";
 import { MachineNotice } from "../components/machine_notice";
 import { ProblemNote } from "../components/problem_note";
-import { findGoneArchives } from "../files/gone_archives";
-import { loadProfiles, profilesProblem } from "../files/profiles";
-import { jobsOf } from "../live/jobs_feed";
+import { profilesProblem } from "../files/profiles";
 import type { MachineInfo } from "../live/live_feed";
-import { useFeed } from "../live/use_feed";
+import { useJobs } from "../live/use_jobs";
 import { RunForm } from "./run_form";
 import { RunRow } from "./run_row";
 
 /** Command lines on a machine: the next one, and all that were run. */
 export function CommandsView({ machine }: { machine: MachineInfo }) {
-  const feed = jobsOf(machine.id);
-  useFeed(feed);
-  useEffect(() => {
-    loadProfiles();
-  }, []);
-  const known = feed.loaded.value;
-  useEffect(() => {
-    if (known) findGoneArchives(feed.jobs.peek());
-  }, [feed, known]);
+  const feed = useJobs(machine.id);
   const runs = feed.jobs.value.filter(({ kind }) => kind === "process");
   return (
     <section class="view" aria-label="Commands">

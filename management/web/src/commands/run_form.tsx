@@ -1,5 +1,6 @@
 import { useEffect, useRef } from "preact/hooks";
 import { ProblemNote } from "../components/problem_note";
+import { TextField } from "../components/text_field";
 import { currentProfile } from "../files/profiles";
 import type { MachineInfo } from "../live/live_feed";
 import { describeMachine } from "../words";
@@ -26,21 +27,14 @@ export function RunForm({ machine }: { machine: MachineInfo }) {
       }}
     >
       <div class="command-row">
-        <label class="field">
-          <span>Command line</span>
-          <input
-            ref={input}
-            id={COMMAND_INPUT_ID}
-            class="mono"
-            spellcheck={false}
-            autocomplete="off"
-            placeholder="ipconfig /all"
-            value={running.commandLine.value}
-            onInput={(event) => {
-              running.commandLine.value = event.currentTarget.value;
-            }}
-          />
-        </label>
+        <TextField
+          label="Command line"
+          text={running.commandLine}
+          inputRef={input}
+          id={COMMAND_INPUT_ID}
+          class="mono"
+          placeholder="ipconfig /all"
+        />
         <button
           type="submit"
           class="button primary"
@@ -50,30 +44,13 @@ export function RunForm({ machine }: { machine: MachineInfo }) {
         </button>
       </div>
       <div class="field-row">
-        <label class="field">
-          <span>Working folder</span>
-          <input
-            class="mono"
-            spellcheck={false}
-            autocomplete="off"
-            placeholder="A temporary folder"
-            value={running.workingDir.value}
-            onInput={(event) => {
-              running.workingDir.value = event.currentTarget.value;
-            }}
-          />
-        </label>
-        <label class="field narrow">
-          <span>Time limit, seconds</span>
-          <input
-            inputMode="numeric"
-            autocomplete="off"
-            value={running.timeout.value}
-            onInput={(event) => {
-              running.timeout.value = event.currentTarget.value;
-            }}
-          />
-        </label>
+        <TextField
+          label="Working folder"
+          text={running.workingDir}
+          class="mono"
+          placeholder="A temporary folder"
+        />
+        <TextField label="Time limit, seconds" text={running.timeout} narrow numeric />
       </div>
       <details class="extras" open={running.extras.value !== ""}>
         <summary>Bring further files along</summary>

@@ -1,6 +1,7 @@
 import { useState } from "preact/hooks";
 import { Icon } from "../components/icons";
 import { ProblemNote } from "../components/problem_note";
+import { TextField } from "../components/text_field";
 import type { MachineInfo } from "../live/live_feed";
 import { describeMachine } from "../words";
 import { count, size } from "../words_of_sizes";
@@ -36,18 +37,7 @@ export function FetchPanel({ machine }: { machine: MachineInfo }) {
         }}
       >
         <div class="field-row">
-          <label class="field">
-            <span>Archive name</span>
-            <input
-              spellcheck={false}
-              autocomplete="off"
-              placeholder="By machine and time"
-              value={fetching.name.value}
-              onInput={(event) => {
-                fetching.name.value = event.currentTarget.value;
-              }}
-            />
-          </label>
+          <TextField label="Archive name" text={fetching.name} placeholder="By machine and time" />
           <label class="field">
             <span>Password</span>
             <input

@@ -1,12 +1,10 @@
-import { useEffect, useState } from "preact/hooks";
+import { useState } from "preact/hooks";
 import { MachineNotice } from "../components/machine_notice";
 import { ProblemNote } from "../components/problem_note";
-import { jobsOf } from "../live/jobs_feed";
 import type { MachineInfo } from "../live/live_feed";
-import { useFeed } from "../live/use_feed";
+import { useJobs } from "../live/use_jobs";
 import { carriesFiles } from "./dropping";
 import { FetchPanel } from "./fetch_panel";
-import { findGoneArchives } from "./gone_archives";
 import { pickDropped } from "./picked_files";
 import { chooseProfile, currentProfile, loadProfiles, profiles, profilesProblem } from "./profiles";
 import { SendPanel } from "./send_panel";
@@ -17,15 +15,7 @@ import { TransferList } from "./transfer_list";
 export function FilesView({ machine }: { machine: MachineInfo }) {
   const [over, setOver] = useState(false);
   const sending = sendingOf(machine.id);
-  const feed = jobsOf(machine.id);
-  useFeed(feed);
-  useEffect(() => {
-    loadProfiles();
-  }, []);
-  const known = feed.loaded.value;
-  useEffect(() => {
-    if (known) findGoneArchives(feed.jobs.peek());
-  }, [feed, known]);
+  useJobs(machine.id);
   return (
     <section
       class={over ? "view dropping" : "view"}
