@@ -3,26 +3,18 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/plugins/link/json_message.h"
 #include "module/frame/json.h"
 
 namespace host::connector {
 
 namespace {
 
+using link::MessageText;
+using link::NewMessage;
+
 constexpr double kSmallestSize = 1;
 constexpr double kLargestSize = 1000;
-
-std::string Write(const Json::Value& value) {
-  orn::JsonWriter writer;
-  writer.OmitEndingLineFeed();
-  return writer.Write(value);
-}
-
-Json::Value Message(const char* type) {
-  Json::Value message(Json::objectValue);
-  message["type"] = type;
-  return message;
-}
 
 bool ReadText(const Json::Value& message, const char* name, std::string& text) {
   const Json::Value& member = orn::JsonMember(message, name);
@@ -102,49 +94,49 @@ std::optional<ServerMessage> ReadServerMessage(const std::string& text) {
 }
 
 std::string HelloMessage(bool enabled) {
-  Json::Value message = Message("hello");
+  Json::Value message = NewMessage("hello");
   message["version"] = 1;
   message["enabled"] = enabled;
-  return Write(message);
+  return MessageText(message);
 }
 
 std::string StateMessage(bool enabled) {
-  Json::Value message = Message("state");
+  Json::Value message = NewMessage("state");
   message["enabled"] = enabled;
-  return Write(message);
+  return MessageText(message);
 }
 
 std::string RpcReplyMessage(uint64_t id, uint32_t result, int32_t code, const std::string& text) {
-  Json::Value message = Message("rpcReply");
+  Json::Value message = NewMessage("rpcReply");
   message["id"] = Json::UInt64{id};
   message["result"] = result;
   message["code"] = code;
   message["text"] = text;
-  return Write(message);
+  return MessageText(message);
 }
 
 std::string StreamMessage(const std::string& stream, const std::string& type,
                           const std::string& content) {
-  Json::Value message = Message("stream");
+  Json::Value message = NewMessage("stream");
   message["stream"] = stream;
   message["message"] = type;
   message["content"] = content;
-  return Write(message);
+  return MessageText(message);
 }
 
 std::string StreamClosedMessage(const std::string& stream, const char* reason) {
-  Json::Value message = Message("streamClosed");
+  Json::Value message = NewMessage("streamClosed");
   message["stream"] = stream;
   message["reason"] = reason;
-  return Write(message);
+  return MessageText(message);
 }
 
 std::string EventMessage(uint64_t number, const std::string& name, const Json::Value& payload) {
-  Json::Value message = Message("event");
+  Json::Value message = NewMessage("event");
   message["seq"] = Json::UInt64{number};
   message["name"] = name;
   message["payload"] = payload;
-  return Write(message);
+  return MessageText(message);
 }
 
 std::optional<InwardText> ReadInwardText(std::string text) {
@@ -153,7 +145,7 @@ std::optional<InwardText> ReadInwardText(std::string text) {
   const std::string type = orn::JsonText(orn::JsonMember(message, "type"));
   if (type == kResize) {
     if (!Bound(message[kResize])) return std::nullopt;
-    text = Write(message);
+    text = MessageText(message);
   }
   return InwardText{.text = std::move(text),
                     .ends_stream = type == kStreamStop || type == "streamError"};
@@ -166,7 +158,7 @@ std::string WithBoundedSize(const std::string& parameters) {
   if (size.isNull()) return parameters;
   const Json::Value before = size;
   if (!Bound(value["size"])) value.removeMember("size");
-  return orn::JsonMember(value, "size") == before ? parameters : Write(value);
+  return orn::JsonMember(value, "size") == before ? parameters : MessageText(value);
 }
 
 }  // namespace host::connector

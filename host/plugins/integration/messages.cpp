@@ -2,26 +2,18 @@
 
 #include <utility>
 
+#include "host/plugins/link/json_message.h"
 #include "module/frame/json.h"
 
 namespace host::integration {
 
 namespace {
 
+using link::MessageText;
+using link::NewMessage;
+
 // Beyond it the server, whose numbers are floating-point ones, cannot count by one.
 constexpr uint64_t kLargestNumber = (uint64_t{1} << 53) - 1;
-
-std::string Write(const Json::Value& value) {
-  orn::JsonWriter writer;
-  writer.OmitEndingLineFeed();
-  return writer.Write(value);
-}
-
-Json::Value Message(const char* type) {
-  Json::Value message(Json::objectValue);
-  message["type"] = type;
-  return message;
-}
 
 bool ReadNumber(const Json::Value& message, const char* name, uint64_t& number) {
   const Json::Value& member = orn::JsonMember(message, name);
@@ -62,35 +54,35 @@ std::optional<ServerMessage> ReadServerMessage(const std::string& text) {
 }
 
 std::string HelloMessage(const std::string& instance, const std::string& store) {
-  Json::Value message = Message("hello");
+  Json::Value message = NewMessage("hello");
   message["version"] = 1;
   message["instance"] = instance;
   message["store"] = store;
-  return Write(message);
+  return MessageText(message);
 }
 
 std::string StatusMessage(const std::vector<AgentState>& agents) {
-  Json::Value message = Message("status");
+  Json::Value message = NewMessage("status");
   Json::Value& list = message["agents"] = Json::Value(Json::arrayValue);
   for (const AgentState& agent : agents) {
     Json::Value& entry = list.append(Json::Value(Json::objectValue));
     entry["name"] = agent.name;
     entry["enabled"] = agent.enabled;
   }
-  return Write(message);
+  return MessageText(message);
 }
 
 std::string PolicyReplyMessage(uint64_t id, int32_t status, const Json::Value& output) {
-  Json::Value message = Message("policyReply");
+  Json::Value message = NewMessage("policyReply");
   message["id"] = Json::UInt64{id};
   message["status"] = status;
   message["output"] = output;
-  return Write(message);
+  return MessageText(message);
 }
 
 std::string EventMessage(const StoredEvent& event) {
   return R"({"type":"event","seq":)" + std::to_string(event.number) + R"(,"name":)" +
-         Write(event.name) + R"(,"payload":)" + event.payload + "}";
+         MessageText(event.name) + R"(,"payload":)" + event.payload + "}";
 }
 
 }  // namespace host::integration
