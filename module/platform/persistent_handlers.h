@@ -18,4 +18,18 @@ struct IPesistentHandlers {
   ~IPesistentHandlers() = default;
 };
 
+// What was carried across, a second face of the plug-in.
+struct IPersistedNames {
+  static constexpr InterfaceId kInterfaceId =
+      ParseInterfaceId("{6C0D3E1A-52B7-4A1F-8D94-0B7E5F2C9A36}");
+  static constexpr const wchar_t* kTypeName = L"orn::Signal::detail::IPersistedNames";
+
+  // Calls `each` for every name that was added to the channel and not removed, oldest first.
+  virtual void ForEach(const char* channel, void (*each)(const char* id, void* user),
+                       void* user) = 0;
+
+ protected:
+  ~IPersistedNames() = default;
+};
+
 }  // namespace orn::Signal::detail
