@@ -28,7 +28,7 @@ class SynchronyzedObjectContainer<T*> : public __Event_LockAdaptor<CSyncRWLock> 
  public:
   // `subscriber` is not owned. Returns 0, or 1627 where it is there already.
   uint32_t Add(T* subscriber) {
-    const WriteLockGuard lock(*this);
+    const WriteLock lock(*this);
     if (std::find(subscribers_.begin(), subscribers_.end(), subscriber) != subscribers_.end()) {
       return error::kFailed;
     }
@@ -38,7 +38,7 @@ class SynchronyzedObjectContainer<T*> : public __Event_LockAdaptor<CSyncRWLock> 
 
   // Returns 0, or 1627 where it is not there.
   uint32_t Remove(T* subscriber) {
-    const WriteLockGuard lock(*this);
+    const WriteLock lock(*this);
     const auto found = std::find(subscribers_.begin(), subscribers_.end(), subscriber);
     if (found == subscribers_.end()) return error::kFailed;
     subscribers_.erase(found);
@@ -49,5 +49,16 @@ class SynchronyzedObjectContainer<T*> : public __Event_LockAdaptor<CSyncRWLock> 
   const std::vector<T*>& subscribers() const noexcept { return subscribers_; }
 
  private:
+  class WriteLock {
+   public:
+    explicit WriteLock(CSyncRWLock& lock) : lock_(lock) { lock_.LockWrite(0); }
+    ~WriteLock() { lock_.UnlockWrite(0); }
+    WriteLock(const WriteLock&) = delete;
+    WriteLock& operator=(const WriteLock&) = delete;
+
+   private:
+    CSyncRWLock& lock_;
+  };
+
   std::vector<T*> subscribers_;
 };

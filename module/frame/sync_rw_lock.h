@@ -54,26 +54,3 @@ class CSyncRWLock : public ISyncRWLock {
   uint32_t writer_write_count_ = 0;
   std::map<uint32_t, uint32_t> readers_;  // Thread to depth.
 };
-
-// Hold the lock in the name of the calling thread for as long as they live.
-class ReadLockGuard {
- public:
-  explicit ReadLockGuard(ISyncRWLock& lock) : lock_(lock) { lock_.LockRead(0); }
-  ReadLockGuard(const ReadLockGuard&) = delete;
-  ReadLockGuard& operator=(const ReadLockGuard&) = delete;
-  ~ReadLockGuard() { lock_.UnlockRead(0); }
-
- private:
-  ISyncRWLock& lock_;
-};
-
-class WriteLockGuard {
- public:
-  explicit WriteLockGuard(ISyncRWLock& lock) : lock_(lock) { lock_.LockWrite(0); }
-  WriteLockGuard(const WriteLockGuard&) = delete;
-  WriteLockGuard& operator=(const WriteLockGuard&) = delete;
-  ~WriteLockGuard() { lock_.UnlockWrite(0); }
-
- private:
-  ISyncRWLock& lock_;
-};
