@@ -5,6 +5,9 @@
 #include "module/feature/remote_access_al.h"
 #include "module/frame/base64.h"
 #include "module/frame/object_declaration.h"
+#include "module/rpc/comm/remote_access_server_plugin.h"
+#include "module/rpc/comm/remote_terminal_mgr_server_plugin.h"
+#include "module/rpc/server_factory.h"
 #include "module/terminal/host/remote_terminal_manager.h"
 
 namespace {
@@ -15,12 +18,19 @@ const std::wstring kRemoteAccess = L"RemoteAccess";
 const std::wstring kRemoteTerminalManager = L"RemoteTerminalManager";
 const std::wstring kAgent = L".Agent";
 const std::wstring kLogic = L".AL";
+const std::wstring kServer = L".Server";
 
 const ExportedObjectDeclaration<Base64ObjectImplementation> base64(L"Crypt.Base64");
 const ExportedSingletonDeclaration<orn::RemoteAccess::RemoteAccessAgent> agent(
     (kRemoteAccess + kAgent).c_str());
 const ExportedObjectDeclaration<orn::RemoteAccess::RemoteAccessAL> remote_access(
     (kRemoteAccess + kLogic).c_str());
+const ExportedObjectDeclaration<
+    messaging::rpc::server_factory<orn::RemoteAccess::RemoteAccessServerPlugin>>
+    remote_access_server((kRemoteAccess + kServer).c_str());
+const ExportedObjectDeclaration<
+    messaging::rpc::server_factory<orn::RemoteTerminal::RemoteTerminalMgrServerPlugin>>
+    terminal_manager_server((kRemoteTerminalManager + kServer).c_str());
 const ExportedObjectDeclaration<orn::RemoteTerminal::RemoteTerminalManager> terminal_manager(
     (kRemoteTerminalManager + kLogic).c_str());
 

@@ -59,7 +59,8 @@ TEST_F(ModuleTest, MakesTheObjectsOfItsTableAndNoOthers) {
   const auto destroy = Export<OrnDestroyObjectFunction>("OrnDestroyObject");
   const InterfaceId root = IOrnBaseInterface::kInterfaceId;
   void* object = nullptr;
-  for (const wchar_t* name : {L"RemoteAccess.AL", L"RemoteTerminalManager.AL"}) {
+  for (const wchar_t* name : {L"RemoteAccess.AL", L"RemoteAccess.Server",
+                              L"RemoteTerminalManager.Server", L"RemoteTerminalManager.AL"}) {
     void* second = nullptr;
     ASSERT_EQ(create(name, IServPlugin::kInterfaceId, &object), 0);
     ASSERT_EQ(create(name, root, &second), 0);
