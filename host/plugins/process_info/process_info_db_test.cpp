@@ -4,7 +4,6 @@
 
 #include "host/common/file_path.h"
 #include "host/plugins/common/fake_host.h"
-#include "host/plugins/framework_manager/framework_manager.h"
 #include "host/plugins/process_info/running_process.h"
 #include "module/frame/utf.h"
 
@@ -104,18 +103,6 @@ TEST(ProcessInfoDb, AGroupThatOnlyDeniesMakesNoAdministrator) {
                                     restricted.put()))
       << GetLastError();
   EXPECT_FALSE(IsAdministratorToken(restricted.get()));
-}
-
-TEST(FrameworkManager, GivesItsOwnOptionsByKey) {
-  FakeHost host;
-  host.SetOption(L"Framework.Manager", L"messaging::rpc.AllowImpersonation", L"1");
-  FrameworkManager manager;
-  EXPECT_EQ(manager.GetValue(L"messaging::rpc.AllowImpersonation"), nullptr);
-  EXPECT_EQ(manager.Init(nullptr), 5002);
-  ASSERT_EQ(manager.Init(&host), 0);
-  EXPECT_STREQ(manager.GetValue(L"messaging::rpc.AllowImpersonation"), L"1");
-  EXPECT_EQ(manager.GetValue(L"other"), nullptr);
-  EXPECT_EQ(manager.GetValue(nullptr), nullptr);
 }
 
 }  // namespace
