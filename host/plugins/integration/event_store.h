@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "host/plugins/common/sqlite.h"
 #include "host/plugins/common/sync.h"
-#include "host/plugins/integration/sqlite.h"
 
 namespace host::integration {
 

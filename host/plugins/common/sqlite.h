@@ -9,7 +9,7 @@
 
 // The little of SQLite that is used here, with its results as they are. Not synchronised.
 
-namespace host::integration {
+namespace host {
 
 struct SqliteClose {
   void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
@@ -95,4 +95,4 @@ class SqliteTransaction {
   int result_;
 };
 
-}  // namespace host::integration
+}  // namespace host
