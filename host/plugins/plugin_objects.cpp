@@ -4,6 +4,7 @@
 #include "host/plugins/feature_relay/remote_access_relay.h"
 #include "host/plugins/framework_manager/framework_manager.h"
 #include "host/plugins/integration/endpoint_integration_manager.h"
+#include "host/plugins/persistent_handlers/persistent_handlers.h"
 #include "host/plugins/process_info/process_info_db.h"
 #include "host/plugins/settings/tsr_settings.h"
 #include "host/plugins/storage/centralized_storage_plugin.h"
@@ -22,6 +23,7 @@ ExportedObjectDeclaration<host::CentralizedStoragePlugin> storage{L"Product.Cent
 ExportedObjectDeclaration<host::RemoteAccessRelay> feature_relay{L"RemoteAccess.Relay"};
 ExportedObjectDeclaration<host::FrameworkManager> framework{L"Framework.Manager"};
 ExportedObjectDeclaration<host::ProcessInfoDb> processes{L"messaging.process_info_db"};
+ExportedObjectDeclaration<host::PersistentHandlers> signals{L"Product.PersistentHandlers"};
 ExportedObjectDeclaration<host::TerminalManagerRelay> relay{L"RemoteTerminalManager.Relay"};
 
 }  // namespace

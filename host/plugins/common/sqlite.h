@@ -11,6 +11,23 @@
 
 namespace host {
 
+// An own result beside SQLite's: a database, but not one of the kind that was wanted.
+inline constexpr int kSqliteForeign = -1;
+
+// Whether a result tells that the file will never do. SQLITE_ERROR is the answer to a statement
+// that does not fit the tables.
+inline bool IsSqliteDamage(int result) {
+  return result == kSqliteForeign || result == SQLITE_CORRUPT || result == SQLITE_NOTADB ||
+         result == SQLITE_ERROR;
+}
+
+// Gives the file of a database, and what belongs to it, the name with ".damaged" behind it. False,
+// and a log line, where that is not possible. The database is closed.
+bool SetSqliteFileAside(const std::wstring& path);
+
+// The number in the only row of what `sql` gives. SQLITE_OK, or what went wrong; no row is foreign.
+int ReadSqliteNumber(sqlite3* database, const char* sql, uint64_t& number);
+
 struct SqliteClose {
   void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
 };

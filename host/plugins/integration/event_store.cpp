@@ -18,28 +18,9 @@ constexpr uint64_t kVersion = 1;
 
 constexpr char kRaiseNumber[] = "UPDATE sqlite_sequence SET seq = ? WHERE name = 'events'";
 
-// An own result beside SQLite's: a database, but not one of these.
-constexpr int kForeign = -1;
-
-// SQLITE_ERROR is the answer to a statement that does not fit the tables.
-bool IsDamage(int result) {
-  return result == kForeign || result == SQLITE_CORRUPT || result == SQLITE_NOTADB ||
-         result == SQLITE_ERROR;
-}
-
 int Exec(sqlite3* database, const char* sql) {
   return sqlite3_exec(database, sql, /*callback=*/nullptr, /*argument=*/nullptr,
                       /*errmsg=*/nullptr);
-}
-
-// The number in the only row of what `sql` gives.
-int ReadNumber(sqlite3* database, const char* sql, uint64_t& number) {
-  SqliteStatement statement(database, sql);
-  const int result = statement.Step();
-  if (result == SQLITE_DONE) return kForeign;
-  if (result != SQLITE_ROW) return result;
-  number = statement.Number(0);
-  return SQLITE_OK;
 }
 
 }  // namespace
@@ -60,11 +41,11 @@ bool EventStore::OpenAnewLocked() {
   database_.reset();
   damaged_ = false;
   int result = OpenLocked();
-  if (IsDamage(result)) {
+  if (IsSqliteDamage(result)) {
     ORN_LOG(logging::kError, L"EventStore::Open",
             L"The event store is damaged (%d) and is set aside: %s.damaged", result, path_.c_str());
     database_.reset();
-    if (SetAsideLocked()) result = OpenLocked();
+    if (SetSqliteFileAside(path_)) result = OpenLocked();
   }
   if (result == SQLITE_OK) return true;
   database_.reset();
@@ -93,7 +74,7 @@ int EventStore::OpenLocked() {
                             "BEGIN IMMEDIATE; COMMIT");
   if (prepared != SQLITE_OK) return prepared;
   uint64_t objects = 0;
-  const int read = ReadNumber(database, "SELECT count(*) FROM sqlite_schema", objects);
+  const int read = ReadSqliteNumber(database, "SELECT count(*) FROM sqlite_schema", objects);
   if (read != SQLITE_OK) return read;
   if (objects == 0) {
     if (const int begun = BeginLocked(); begun != SQLITE_OK) return begun;
@@ -122,10 +103,10 @@ int EventStore::ReadLocked() {
   sqlite3* const database = database_.get();
   uint64_t application = 0;
   uint64_t version = 0;
-  int result = ReadNumber(database, "PRAGMA application_id", application);
-  if (result == SQLITE_OK) result = ReadNumber(database, "PRAGMA user_version", version);
+  int result = ReadSqliteNumber(database, "PRAGMA application_id", application);
+  if (result == SQLITE_OK) result = ReadSqliteNumber(database, "PRAGMA user_version", version);
   if (result != SQLITE_OK) return result;
-  if (application != kApplicationId || version != kVersion) return kForeign;
+  if (application != kApplicationId || version != kVersion) return kSqliteForeign;
 
   SqliteStatement check(database, "PRAGMA quick_check(1)");
   result = check.Step();
@@ -134,10 +115,11 @@ int EventStore::ReadLocked() {
 
   SqliteStatement store(database, "SELECT id FROM store");
   result = store.Step();
-  if (result != SQLITE_ROW) return result == SQLITE_DONE ? kForeign : result;
+  if (result != SQLITE_ROW) return result == SQLITE_DONE ? kSqliteForeign : result;
   const std::string id = store.Text(0);
   uint64_t number = 0;
-  result = ReadNumber(database, "SELECT seq FROM sqlite_sequence WHERE name = 'events'", number);
+  result =
+      ReadSqliteNumber(database, "SELECT seq FROM sqlite_sequence WHERE name = 'events'", number);
   if (result != SQLITE_OK) return result;
   if (id == id_ && number < last_number_) {
     // What was lost had numbers that the server knows.
@@ -162,21 +144,6 @@ int EventStore::ReadLocked() {
   kept_ = std::move(kept);
   kept_bytes_ = kept_bytes;
   return SQLITE_OK;
-}
-
-bool EventStore::SetAsideLocked() {
-  // What belongs to the file goes with it: a new one must not find the old one's journal.
-  for (const wchar_t* const suffix : {L"-wal", L"-journal", L""}) {
-    const std::wstring from = path_ + suffix;
-    const std::wstring to = path_ + L".damaged" + suffix;
-    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING)) continue;
-    const DWORD failure = GetLastError();
-    if (failure == ERROR_FILE_NOT_FOUND) continue;
-    ORN_LOG(logging::kError, L"EventStore::SetAsideLocked", L"%s cannot be moved. Error: %d.",
-            from.c_str(), failure);
-    return false;
-  }
-  return true;
 }
 
 void EventStore::Close() {
@@ -291,7 +258,7 @@ void EventStore::Forget(uint64_t number) {
 
 void EventStore::FailedLocked(const wchar_t* what, int result) {
   ORN_LOG(logging::kError, what, L"The event store fails. Error: %d.", result);
-  damaged_ = IsDamage(result);
+  damaged_ = IsSqliteDamage(result);
 }
 
 }  // namespace host::integration

@@ -68,7 +68,6 @@ class EventStore {
   int OpenLocked();
   int BeginLocked();
   int ReadLocked();
-  bool SetAsideLocked();
   bool AppendLocked(std::string_view name, std::string_view payload);
   void FailedLocked(const wchar_t* what, int result);
 
