@@ -1,0 +1,100 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "module/frame/testing/semaphore.h"
+#include "module/rpc/message_ptr.h"
+#include "module/rpc/properties.h"
+#include "module/rpc/testing/memory_messaging.h"
+#include "module/rpc/wire.h"
+
+namespace messaging::testing {
+
+// One end of the channel "TsrComm.Thing" by hand: announces itself, answers as it is told to, and
+// keeps what it hears of others. `type` is its rpc_subscriber_type.
+class channel_end final : public channel_observer {
+ public:
+  // Replace it before messages come.
+  std::function<void(message*)> on_message = [](message*) {};
+
+  channel_end(memory_process& process, const char* id, int32_t type) : process_(process) {
+    line_->get_receiver()->set_callback(
+        [](message* received, void* user) {
+          static_cast<channel_end*>(user)->on_message(received);
+        },
+        this, rpc::kReceiverOptions);
+    entry_.channel = kName;
+    entry_.id = id;
+    rpc::write_int_property(entry_, rpc::kSubscriberType, type);
+    gateway_->add_subscriber(entry_);
+    gateway_->add_observer(this);
+  }
+  channel_end(const channel_end&) = delete;
+  channel_end& operator=(const channel_end&) = delete;
+  ~channel_end() {
+    gateway_->remove_observer(this);
+    process_.destroy(gateway_);
+  }
+
+  memory_process& process() { return process_; }
+  channel& line() { return *line_; }
+  // Takes back what it has announced; it goes on answering.
+  void resign() { gateway_->remove_subscriber(entry_); }
+
+  rpc::message_ptr make(int32_t type = 0) {
+    auto made = rpc::message_ptr::adopt(gateway_->get_factory()->create_message(0));
+    made->set_type(type);
+    return made;
+  }
+  // The first answer; empty where none came within `timeout` milliseconds.
+  rpc::message_ptr ask(const rpc::message_ptr& request, uint32_t timeout = 60000) {
+    message* answer = nullptr;
+    line_->send(request.get(), &answer, timeout | channel::kMilliseconds);
+    return rpc::message_ptr::adopt(answer);
+  }
+
+  struct heard {
+    char what;  // '+' or '-'
+    channel_subscriber entry;
+  };
+  // Waits for that many entries to come or go.
+  std::vector<heard> take(size_t count) {
+    for (size_t i = 0; i < count; ++i)
+      added_.Acquire();
+    const std::lock_guard lock(mutex_);
+    const auto end = heard_.begin() + static_cast<std::ptrdiff_t>(count);
+    std::vector<heard> taken(heard_.begin(), end);
+    heard_.erase(heard_.begin(), end);
+    return taken;
+  }
+
+  void on_new_subscriber(const std::string&, const channel_subscriber& entry) override {
+    add({'+', entry});
+  }
+  void on_subscriber_removed(const std::string&, const channel_subscriber& entry) override {
+    add({'-', entry});
+  }
+
+ private:
+  static constexpr const char* kName = "TsrComm.Thing";
+
+  void add(heard change) {
+    const std::lock_guard lock(mutex_);
+    heard_.push_back(std::move(change));
+    added_.Release();
+  }
+
+  memory_process& process_;
+  channel_gateway* const gateway_ = process_.create({.channel = kName, .options = 0, .setting = 1});
+  channel* const line_ = gateway_->get_factory()->open_channel(kName);
+  channel_subscriber entry_;
+  Semaphore added_;
+  std::mutex mutex_;
+  std::vector<heard> heard_;  // Guarded by mutex_.
+};
+
+}  // namespace messaging::testing
