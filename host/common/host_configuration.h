@@ -25,6 +25,10 @@ struct IHostConfiguration {
   // The folder where the agent keeps its data: absolute, there, without a backslash at the end.
   virtual const wchar_t* GetDataFolder() = 0;
 
+  // What is new with each start of the agent, and the same in all processes that its service
+  // started: 36 characters of 0-9 a-f and -.
+  virtual const wchar_t* GetRun() = 0;
+
   // The file at `path`, which an option gave: a relative one lies in the folder of the
   // configuration file. The text stays valid as all others do, so this is for Init and not for a
   // loop.

@@ -36,6 +36,7 @@ class FakeHost final : public IServMain, public IComponentManager, public IHostC
     return found == options_.end() ? nullptr : found->second.c_str();
   }
   const wchar_t* GetDataFolder() override { return L""; }
+  const wchar_t* GetRun() override { return L"run"; }
   const wchar_t* ResolvePath(const wchar_t* path) override { return path; }
 
  private:

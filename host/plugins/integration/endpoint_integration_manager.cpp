@@ -8,6 +8,7 @@
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
 #include "module/frame/serv_plugin.h"
+#include "module/frame/utf.h"
 
 namespace host {
 
@@ -46,7 +47,7 @@ int32_t EndpointIntegrationManager::Init(IServMain* main) {
                                               : std::wstring(configuration->GetDataFolder()) +
                                                     L"\\integration\\events.db";
   store_ = std::make_unique<integration::EventStore>(path, integration::EventStore::Limits{});
-  hub_ = std::make_unique<integration::Hub>(*store_);
+  hub_ = std::make_unique<integration::Hub>(*store_, orn::ToUtf8(configuration->GetRun()).c_str());
   return 0;
 }
 

@@ -71,8 +71,8 @@ struct Hub::Handler {
   void operator()(const PongMessage&) const {}
 };
 
-Hub::Hub(EventStore& store, const SendWindow& window)
-    : store_(store), instance_(NewId()), events_(store, window) {
+Hub::Hub(EventStore& store, std::string instance, const SendWindow& window)
+    : store_(store), instance_(std::move(instance)), events_(store, window) {
   events_.Start();
   status_.Start(L"Integration status");
 }

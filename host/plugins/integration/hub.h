@@ -22,7 +22,8 @@ namespace host::integration {
 // thread that brings the server's messages therefore never waits for an agent or for the disk.
 class Hub final : public link::IConnectionUser {
  public:
-  explicit Hub(EventStore& store, const SendWindow& window = {});
+  // `store` is not owned; `instance` is the run of the agent, as "hello" tells it.
+  Hub(EventStore& store, std::string instance, const SendWindow& window = {});
   Hub(const Hub&) = delete;
   Hub& operator=(const Hub&) = delete;
   ~Hub() { Stop(); }

@@ -90,7 +90,7 @@ class IntegrationHubTest : public testing::Test {
     store_.reset();
     store_.emplace(folder_ / L"events.db", EventStore::Limits{});
     EXPECT_TRUE(store_->Open());
-    hub_.emplace(*store_);
+    hub_.emplace(*store_, "run");
   }
   IntegrationHubTest() { Restart(); }
   ~IntegrationHubTest() override { hub_->Stop(); }
