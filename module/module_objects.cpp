@@ -5,7 +5,9 @@
 #include "module/feature/remote_access_al.h"
 #include "module/frame/base64.h"
 #include "module/frame/object_declaration.h"
+#include "module/rpc/comm/remote_access_comm_client_plugin.h"
 #include "module/rpc/comm/remote_access_server_plugin.h"
+#include "module/rpc/comm/remote_terminal_mgr_comm_client_plugin.h"
 #include "module/rpc/comm/remote_terminal_mgr_server_plugin.h"
 #include "module/rpc/server_factory.h"
 #include "module/terminal/host/remote_terminal_manager.h"
@@ -25,9 +27,13 @@ const ExportedSingletonDeclaration<orn::RemoteAccess::RemoteAccessAgent> agent(
     (kRemoteAccess + kAgent).c_str());
 const ExportedObjectDeclaration<orn::RemoteAccess::RemoteAccessAL> remote_access(
     (kRemoteAccess + kLogic).c_str());
+const ExportedObjectDeclaration<orn::RemoteAccess::RemoteAccessCommClientPlugin>
+    remote_access_client(kRemoteAccess.c_str());
 const ExportedObjectDeclaration<
     messaging::rpc::server_factory<orn::RemoteAccess::RemoteAccessServerPlugin>>
     remote_access_server((kRemoteAccess + kServer).c_str());
+const ExportedObjectDeclaration<orn::RemoteTerminal::RemoteTerminalMgrCommClientPlugin>
+    terminal_manager_client(kRemoteTerminalManager.c_str());
 const ExportedObjectDeclaration<
     messaging::rpc::server_factory<orn::RemoteTerminal::RemoteTerminalMgrServerPlugin>>
     terminal_manager_server((kRemoteTerminalManager + kServer).c_str());

@@ -1,13 +1,19 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "module/feature/remote_access.h"
 #include "module/frame/base64.h"
 #include "module/frame/object_exports.h"
 #include "module/frame/plugin_interfaces.h"
 #include "module/frame/windows.h"
 #include "module/platform/endpoint_integration.h"
+#include "module/rpc/client_handler.h"
+#include "module/terminal/host/remote_terminal_manager_interface.h"
 
 // The library as it is shipped, loaded as its host loads it.
 
@@ -59,8 +65,20 @@ TEST_F(ModuleTest, MakesTheObjectsOfItsTableAndNoOthers) {
   const auto destroy = Export<OrnDestroyObjectFunction>("OrnDestroyObject");
   const InterfaceId root = IOrnBaseInterface::kInterfaceId;
   void* object = nullptr;
-  for (const wchar_t* name : {L"RemoteAccess.AL", L"RemoteAccess.Server",
-                              L"RemoteTerminalManager.Server", L"RemoteTerminalManager.AL"}) {
+  // A feature's objects beside what each is: what carries its calls, and what has its logic.
+  const InterfaceId feature = orn::RemoteAccess::IRemoteAccess::kInterfaceId;
+  const InterfaceId manager = orn::RemoteTerminal::IRemoteTerminalManager::kInterfaceId;
+  const InterfaceId connection = messaging::rpc::client_handler::kInterfaceId;
+  const std::pair<const wchar_t*, std::vector<InterfaceId>> table[] = {
+      {L"RemoteAccess.AL", {feature}},       {L"RemoteAccess", {feature, connection}},
+      {L"RemoteAccess.Server", {}},          {L"RemoteTerminalManager", {manager, connection}},
+      {L"RemoteTerminalManager.Server", {}}, {L"RemoteTerminalManager.AL", {manager}}};
+  for (const auto& [name, faces] : table) {
+    for (const InterfaceId& face : {feature, manager, connection}) {
+      const bool served = std::find(faces.begin(), faces.end(), face) != faces.end();
+      EXPECT_EQ(create(name, face, &object), served ? 0 : 1168) << name;
+      if (object != nullptr) destroy(name, object);
+    }
     void* second = nullptr;
     ASSERT_EQ(create(name, IServPlugin::kInterfaceId, &object), 0);
     ASSERT_EQ(create(name, root, &second), 0);
@@ -80,7 +98,8 @@ TEST_F(ModuleTest, MakesTheObjectsOfItsTableAndNoOthers) {
   EXPECT_EQ(object, shared);
   destroy(L"RemoteAccess.Agent", shared);
   destroy(L"RemoteAccess.Agent", object);
-  for (const wchar_t* name : {L"remoteaccess.al", L"RemoteAccess", L"remoteaccess.agent", L""}) {
+  for (const wchar_t* name :
+       {L"remoteaccess.al", L"RemoteAccess.server", L"remoteaccess.agent", L""}) {
     EXPECT_EQ(create(name, root, &object), 1168);
   }
 }

@@ -37,6 +37,7 @@ class client : public IServPlugin, public I, public client_base {
     if (id == IOrnBaseInterface::kInterfaceId || id == IServPlugin::kInterfaceId) {
       return static_cast<IServPlugin*>(this);
     }
+    if (id == client_handler::kInterfaceId) return static_cast<client_handler*>(this);
     return id == I::kInterfaceId ? static_cast<I*>(this) : nullptr;
   }
   // Returns 0, or 5002 without a messaging library; then no calls may be made.

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "module/frame/interface_id.h"
+
 namespace messaging::rpc {
 
 // Hears of the server's comings and goings, in order. Called on a thread of the messaging library;
@@ -19,6 +21,9 @@ struct notifications {
 // The connection of a client, for those who want to know more of it than what calls return. Any
 // thread.
 struct client_handler {
+  static constexpr InterfaceId kInterfaceId =
+      ParseInterfaceId("{2BA20000-AFC0-4AAB-D1B3-62CE40C987B2}");
+
   // False for null. `handler` is borrowed until unregister_notifications has returned.
   virtual bool register_notifications(notifications* handler) = 0;
   // False where it is not registered.
