@@ -9,6 +9,12 @@
 
 namespace host {
 
+namespace {
+
+constexpr uint32_t kWorkerReturn = 10'000;  // milliseconds
+
+}  // namespace
+
 using orn::RemoteTerminal::TerminalSize;
 
 TerminalManagerRelay::~TerminalManagerRelay() {
@@ -26,11 +32,13 @@ void* TerminalManagerRelay::GetInterface(const InterfaceId& id) {
 int32_t TerminalManagerRelay::Init(IServMain* main) {
   IComponentManager* const manager = main == nullptr ? nullptr : main->GetComponentManager();
   session_ends_.GetPlugin(manager);
+  client_.GetPlugin(manager);
   return manager_.GetPlugin(manager) != nullptr ? 0
                                                 : static_cast<int32_t>(error::kMissingDependency);
 }
 
 void TerminalManagerRelay::UnInit() {
+  client_.Release();
   manager_.Release();
   session_ends_.Release();
 }
@@ -58,6 +66,7 @@ void TerminalManagerRelay::Stop() {
 uint32_t TerminalManagerRelay::OpenTerminal(const Id& id, const TerminalSize& size,
                                             orn::StringT<wchar_t>& coninName,
                                             orn::StringT<wchar_t>& conoutName) {
+  if (client_ && !client_->is_connected(nullptr)) client_->wait_for_connection(kWorkerReturn);
   return manager_->OpenTerminal(id, size, coninName, conoutName);
 }
 

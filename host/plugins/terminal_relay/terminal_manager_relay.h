@@ -9,6 +9,7 @@
 #include "module/frame/log_reference.h"
 #include "module/frame/plugin_interfaces.h"
 #include "module/frame/serv_plugin.h"
+#include "module/rpc/client_handler.h"
 #include "module/terminal/host/remote_terminal_manager_interface.h"
 
 namespace host {
@@ -18,6 +19,8 @@ namespace host {
 // passes its notifications on from a thread of its own. A manager sends them with its mutex held,
 // and their receiver may be waiting for a call into the manager: across processes that is no harm,
 // within one it would be the end of both.
+//
+// Where the manager is a client, a shell waits for its worker, which may be on its way back.
 //
 // Where there is a connector it is asked first: an end that a session's stream has brought already
 // is not told again.
@@ -41,6 +44,7 @@ class TerminalManagerRelay final
   int32_t Start() override;
   void Stop() override;
 
+  // As the manager's, after up to ten seconds for a worker that is away.
   uint32_t OpenTerminal(const Id& id, const orn::RemoteTerminal::TerminalSize& size,
                         orn::StringT<wchar_t>& coninName,
                         orn::StringT<wchar_t>& conoutName) override;
@@ -64,6 +68,7 @@ class TerminalManagerRelay final
 
   const logging::LogReference log_;
   ServPlugin<IRemoteTerminalManager> manager_{L"RemoteTerminalManager.Target"};
+  ServPlugin<messaging::rpc::client_handler> client_{L"RemoteTerminalManager.Target"};
   ServPlugin<ISessionEnds> session_ends_{L"VeldConnector"};
   std::thread thread_;
 
