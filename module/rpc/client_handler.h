@@ -23,6 +23,7 @@ struct notifications {
 struct client_handler {
   static constexpr InterfaceId kInterfaceId =
       ParseInterfaceId("{2BA20000-AFC0-4AAB-D1B3-62CE40C987B2}");
+  static constexpr const wchar_t* kTypeName = L"messaging::rpc::client_handler";
 
   // False for null. `handler` is borrowed until unregister_notifications has returned.
   virtual bool register_notifications(notifications* handler) = 0;
