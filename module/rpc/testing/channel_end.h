@@ -18,14 +18,13 @@ namespace messaging::testing {
 // keeps what it hears of others. `type` is its rpc_subscriber_type.
 class channel_end final : public channel_observer {
  public:
-  // Replace it before messages come.
-  std::function<void(message*)> on_message = [](message*) {};
+  using handler = std::function<void(message&)>;
 
-  channel_end(memory_process& process, const char* id, int32_t type) : process_(process) {
+  // `on_message` gets what arrives, on the process's thread for messages.
+  channel_end(memory_process& process, const char* id, int32_t type, handler on_message = {})
+      : process_(process), on_message_(std::move(on_message)) {
     line_->get_receiver()->set_callback(
-        [](message* received, void* user) {
-          static_cast<channel_end*>(user)->on_message(received);
-        },
+        [](message* received, void* user) { static_cast<channel_end*>(user)->receive(*received); },
         this, rpc::kReceiverOptions);
     entry_.channel = kName;
     entry_.id = id;
@@ -42,6 +41,11 @@ class channel_end final : public channel_observer {
 
   memory_process& process() { return process_; }
   channel& line() { return *line_; }
+  // From the next message on.
+  void answer_with(handler on_message) {
+    const std::lock_guard lock(mutex_);
+    on_message_ = std::move(on_message);
+  }
   // Takes back what it has announced; it goes on answering.
   void resign() { gateway_->remove_subscriber(entry_); }
 
@@ -82,6 +86,12 @@ class channel_end final : public channel_observer {
  private:
   static constexpr const char* kName = "TsrComm.Thing";
 
+  void receive(message& received) {
+    std::unique_lock lock(mutex_);
+    const handler on_message = on_message_;
+    lock.unlock();
+    if (on_message) on_message(received);
+  }
   void add(heard change) {
     const std::lock_guard lock(mutex_);
     heard_.push_back(std::move(change));
@@ -94,7 +104,9 @@ class channel_end final : public channel_observer {
   channel_subscriber entry_;
   Semaphore added_;
   std::mutex mutex_;
-  std::vector<heard> heard_;  // Guarded by mutex_.
+  // Guarded by mutex_.
+  handler on_message_;
+  std::vector<heard> heard_;
 };
 
 }  // namespace messaging::testing
