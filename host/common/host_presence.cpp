@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/common/security.h"
 #include "module/frame/error_codes.h"
 
 namespace host {
@@ -53,12 +54,15 @@ uint32_t HostPresence::Open(std::wstring_view name) {
   if (!IsHostName(name) || (!instance.empty() && !IsHostName(instance))) return error::kInvalidName;
   // All sessions see one set: a service lives in another one than the person at the machine.
   prefix_ = L"Global\\Tsr.Host/" + instance + L'/' + std::wstring(name) + L'/';
+  // A low process of the same user opens what was made with full rights, and the other way round.
+  SecurityDescriptor access(AgentObjectAccess());
   const auto mutex = [&](const wchar_t* kind) {
-    return orn::UniqueHandle(CreateMutexW(nullptr, /*owned=*/FALSE, (prefix_ + kind).c_str()));
+    return orn::UniqueHandle(
+        CreateMutexW(access.attributes(), /*owned=*/FALSE, (prefix_ + kind).c_str()));
   };
   const auto event = [&](const wchar_t* kind) {
-    return orn::UniqueHandle(
-        CreateEventW(nullptr, /*manualReset=*/TRUE, /*signalled=*/FALSE, (prefix_ + kind).c_str()));
+    return orn::UniqueHandle(CreateEventW(access.attributes(), /*manualReset=*/TRUE,
+                                          /*signalled=*/FALSE, (prefix_ + kind).c_str()));
   };
   guard_ = mutex(L"Guard");
   if (guard_) claim_ = mutex(L"Claim");

@@ -16,6 +16,7 @@ const wchar_t* const kUsage =
 
 std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arguments) {
   std::optional<CommandLine::Verb> verb;
+  bool restricted = false;
   std::wstring configuration;
   for (int i = 1; i < count; ++i) {
     const auto is = [&](const wchar_t* text) { return _wcsicmp(arguments[i], text) == 0; };
@@ -23,6 +24,8 @@ std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arg
       verb = CommandLine::Verb::kRun;
     } else if (is(L"/stop") && !verb) {
       verb = CommandLine::Verb::kStop;
+    } else if (is(L"/restricted")) {
+      restricted = true;
     } else if (is(L"/config") && configuration.empty() && i + 1 < count && *arguments[i + 1] != 0) {
       configuration = arguments[++i];
     } else {
@@ -31,6 +34,7 @@ std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arg
   }
   if (!verb) return std::nullopt;
   return CommandLine{.verb = *verb,
+                     .restricted = restricted,
                      .configuration = configuration.empty() ? ProgramPath() + L".xml"
                                                             : FindConfiguration(configuration)};
 }

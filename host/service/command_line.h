@@ -11,6 +11,7 @@ struct CommandLine {
     kStop,  // /stop: asks the host that runs with this configuration to stop and waits for its end
   };
   Verb verb = Verb::kRun;
+  bool restricted = false;  // /restricted: the process has its low rights already (low_rights.h).
   std::wstring configuration;  // The full path.
 };
 

@@ -5,12 +5,12 @@
 #include <string>
 #include <thread>
 
+#include "host/service/data_folder.h"
 #include "host/service/report.h"
 #include "host/service/search_path.h"
 #include "host/service/stop_signal.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
-#include "module/frame/path.h"
 #include "module/frame/thread_name.h"
 
 namespace host {
@@ -32,10 +32,14 @@ void HostProcess::Run() {
   const bool started = StartPlugins();
   if (started) {
     ReportProgress(L"Host " + configuration_.name + L" is running");
+    if (watcher_ != nullptr) watcher_->OnRunning();
     WaitForStop();
     ReportProgress(L"Host " + configuration_.name + L" stops");
   }
+  if (watcher_ != nullptr) watcher_->OnStopping();
   StopPlugins();
+  // Last, so that they still get what the plug-ins' stops bring about.
+  supervision_.Stop();
   End(started ? 0 : 1);
 }
 
@@ -44,18 +48,12 @@ bool HostProcess::Prepare() {
     ReportError(Problem(configuration_.file, 0, what, code));
     return false;
   };
-  orn::PathStringT<260> data;
-  data += configuration_.data;
-  if (!orn::CreateFolderRecursively(data)) {
-    return fail(L"the data folder \"" + configuration_.data + L"\" cannot be made", GetLastError());
+  // With low rights the process that started this one has made the folder.
+  if (!configuration_.low_rights) {
+    if (const uint32_t status = PrepareDataFolder(configuration_); status != 0) {
+      return fail(L"the data folder \"" + configuration_.data + L"\" cannot be used", status);
+    }
   }
-  if ((GetFileAttributesW(data.c_str()) & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-    return fail(L"the data folder \"" + configuration_.data + L"\" is a file", ERROR_DIRECTORY);
-  }
-  if (!configuration_.instance.empty()) {
-    SetEnvironmentVariableW(kInstanceVariable, configuration_.instance.c_str());
-  }
-  SetEnvironmentVariableW(kConfigurationFolderVariable, configuration_.folder.c_str());
   // Before the log is opened, which a second one would share.
   if (!DeclareHosts()) return false;
   RestrictSearchPath();
@@ -100,6 +98,11 @@ bool HostProcess::StartPlugins() {
       return false;
     }
     plugins_.push_back(std::move(plugin));
+    Step();
+  }
+  if (const uint32_t status = supervision_.Start(configuration_.processes); status != 0) {
+    ReportError(Problem(configuration_.file, 0, L"no job object for the other processes", status));
+    return false;
   }
   intakes_open_ = true;
   for (const auto& plugin : plugins_) {
@@ -151,6 +154,7 @@ void HostProcess::WaitForStop() const {
 
 void HostProcess::StopPlugins() {
   StartStopLimit();
+  supervision_.EndRestarts();
   if (intakes_open_) {
     for (const auto& plugin : plugins_) {
       if (plugin->intake != nullptr) plugin->intake->CloseIntake();
@@ -159,6 +163,7 @@ void HostProcess::StopPlugins() {
   for (Plugin* const plugin : StopOrder()) {
     ORN_LOG(logging::kInformation, kFunction, L"Plug-in \"%s\" stops", plugin->entry->name.c_str());
     plugin->object.get()->Stop();
+    Step();
   }
   for (const auto& plugin : plugins_ | std::views::reverse) {
     if (const uint32_t references = components_.Remove(plugin->entry->name); references != 0) {
@@ -166,7 +171,12 @@ void HostProcess::StopPlugins() {
               plugin->entry->name.c_str(), references);
     }
     plugin->object.get()->UnInit();
+    Step();
   }
+}
+
+void HostProcess::Step() const {
+  if (watcher_ != nullptr) watcher_->OnStep();
 }
 
 std::vector<HostProcess::Plugin*> HostProcess::StopOrder() const {
@@ -198,6 +208,7 @@ void HostProcess::End(uint32_t exit_code) {
   ORN_LOG(logging::kNotice, kFunction, L"Host %s ends with code %u", configuration_.name.c_str(),
           exit_code);
   log_.End();
+  if (watcher_ != nullptr) watcher_->OnEnd(exit_code);
   TerminateProcess(GetCurrentProcess(), exit_code);
   for (;;)
     Sleep(INFINITE);

@@ -10,12 +10,28 @@
 #include "host/service/configuration.h"
 #include "host/service/configuration_object.h"
 #include "host/service/log_session.h"
+#include "host/service/supervision.h"
 #include "module/frame/exported_object.h"
 #include "module/frame/plugin_interfaces.h"
 
 namespace host {
 
-// The life of the host that a configuration describes. All operations belong to the main thread.
+// Hears of a host's life, on the host's thread but for OnEnd, which may come on any.
+struct IHostWatcher {
+  // One more plug-in has been started or stopped.
+  virtual void OnStep() = 0;
+  virtual void OnRunning() = 0;
+  virtual void OnStopping() = 0;
+  // The last that happens in the process. Comes once or, when the limit for the stop is reached in
+  // that very moment, twice.
+  virtual void OnEnd(uint32_t exit_code) = 0;
+
+ protected:
+  ~IHostWatcher() = default;
+};
+
+// The life of the host that a configuration describes. All operations belong to one thread, which
+// must live as long as the process.
 //
 // It is never destroyed, and neither are its plug-ins: after the last UnInit the process ends by
 // force, with its exit code, while everything is still in its place. An orderly end of a C++
@@ -25,15 +41,16 @@ namespace host {
 // another still holds a reference that it gives back in a destructor.
 class HostProcess : public IServMain {
  public:
-  // `configuration` is not owned.
-  explicit HostProcess(const Configuration& configuration)
-      : configuration_(configuration), configuration_object_(configuration) {}
+  // Neither is owned; `watcher` may be null.
+  explicit HostProcess(const Configuration& configuration, IHostWatcher* watcher = nullptr)
+      : configuration_(configuration), watcher_(watcher), configuration_object_(configuration) {}
   HostProcess(const HostProcess&) = delete;
   HostProcess& operator=(const HostProcess&) = delete;
 
   IComponentManager* GetComponentManager() override { return &components_; }
 
-  // Runs the host from its first plug-in's Init to its last one's UnInit, and ends the process:
+  // Runs the host from its first plug-in's Init to its last one's UnInit and the end of its other
+  // processes, and ends the process:
   // with code 0 after an orderly stop, with code 1 where the host could not be started or did not
   // stop in time.
   [[noreturn]] void Run();
@@ -51,11 +68,13 @@ class HostProcess : public IServMain {
   bool StartPlugin(Plugin& plugin);
   void WaitForStop() const;
   void StopPlugins();
+  void Step() const;
   std::vector<Plugin*> StopOrder() const;
   void StartStopLimit();
   [[noreturn]] void End(uint32_t exit_code);
 
   const Configuration& configuration_;
+  IHostWatcher* const watcher_;
   ConfigurationObject configuration_object_;
   ComponentManager components_;
   LogSession log_;
@@ -63,6 +82,7 @@ class HostProcess : public IServMain {
   // Those that started, in their order.
   std::vector<std::unique_ptr<Plugin>> plugins_;
   bool intakes_open_ = false;
+  Supervision supervision_;
 };
 
 }  // namespace host

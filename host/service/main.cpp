@@ -6,6 +6,7 @@
 #include "host/service/command_line.h"
 #include "host/service/configuration.h"
 #include "host/service/host_process.h"
+#include "host/service/low_rights.h"
 #include "host/service/report.h"
 #include "host/service/stop_signal.h"
 
@@ -13,9 +14,6 @@ namespace {
 
 // Asks the host of this name to stop and waits for the end of its process.
 int StopHost(const host::Configuration& configuration) {
-  if (!configuration.instance.empty()) {
-    SetEnvironmentVariableW(host::kInstanceVariable, configuration.instance.c_str());
-  }
   host::HostPresence presence;
   bool running = false;
   uint32_t status = presence.Open(configuration.name);
@@ -48,8 +46,19 @@ int wmain(int count, wchar_t** arguments) {
                       L": " + problem.text + L": " + host::DescribeCode(problem.code));
     return 1;
   }
+  SetEnvironmentVariableW(host::kConfigurationFolderVariable, configuration.folder.c_str());
+  if (!configuration.instance.empty()) {
+    SetEnvironmentVariableW(host::kInstanceVariable, configuration.instance.c_str());
+  }
   if (command_line->verb == host::CommandLine::Verb::kStop) return StopHost(configuration);
 
   host::CatchConsoleStop();
+  if (configuration.low_rights && !command_line->restricted) {
+    return host::RunWithLowRights(configuration);
+  }
+  if (configuration.low_rights && !host::HasLowRights()) {
+    host::ReportError(command_line->configuration + L": the process has more than low rights");
+    return 1;
+  }
   (new host::HostProcess(configuration))->Run();
 }

@@ -33,8 +33,7 @@ void HostRunner::Configure(const std::string& elements, const std::string& attri
 
 void HostRunner::Start(std::wstring arguments) {
   if (arguments.empty()) arguments = L"/process /config \"" + file() + L"\"";
-  std::wstring command =
-      L"\"" + FolderOf(ProgramPath()) + L"\\TsrSecurityService.exe\" " + arguments;
+  std::wstring command = L"\"" + FolderOf(ProgramPath()) + L'\\' + program_ + L"\" " + arguments;
   SECURITY_ATTRIBUTES inheritable{
       .nLength = sizeof(inheritable), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
   orn::UniqueHandle write;
@@ -51,17 +50,36 @@ void HostRunner::Start(std::wstring arguments) {
   process_.reset(information.hProcess);
   orn::UniqueHandle(information.hThread).reset();
   read_.clear();
+  next_ = 0;
 }
 
 const std::string& HostRunner::ReadUntil(const std::string& text) {
   for (;;) {
     const size_t found = read_.find(text);
     if (found != std::string::npos && read_.find('\n', found) != std::string::npos) return read_;
-    char byte = 0;
-    DWORD length = 0;
-    if (!ReadFile(output_.get(), &byte, 1, &length, nullptr) || length == 0) return read_;
-    if (byte != '\r') read_ += byte;
+    if (!ReadByte()) return read_;
   }
+}
+
+std::string HostRunner::ReadNext(const std::string& text) {
+  for (;;) {
+    const size_t end = read_.find('\n', next_);
+    if (end == std::string::npos) {
+      if (!ReadByte()) return {};
+      continue;
+    }
+    const std::string line = read_.substr(next_, end - next_);
+    next_ = end + 1;
+    if (line.starts_with(text)) return line.substr(text.size());
+  }
+}
+
+bool HostRunner::ReadByte() {
+  char byte = 0;
+  DWORD length = 0;
+  if (!ReadFile(output_.get(), &byte, 1, &length, nullptr) || length == 0) return false;
+  if (byte != '\r') read_ += byte;
+  return true;
 }
 
 void HostRunner::AskToStop() {

@@ -21,25 +21,36 @@ class HostRunner {
   // Starts the program, its output joined in one pipe; with /process and the configuration unless
   // `arguments` says other.
   void Start(std::wstring arguments = L"");
+  // The program, which lies beside this one; at first "TsrSecurityService.exe".
+  void set_program(std::wstring program) { program_ = std::move(program); }
   // Reads the output up to and with the line that contains `text`, or to its end. What was read
   // since Start.
   const std::string& ReadUntil(const std::string& text);
+  // The rest of the next line, counted from the end of what this one returned last, that begins
+  // with `text`; empty at the end of the output.
+  std::string ReadNext(const std::string& text);
   const std::string& ReadToEnd() { return ReadUntil("\n\n\n"); }
   void AskToStop();
   // The exit code.
   DWORD Wait();
   void Kill();
+  // Of the program as it was started.
+  HANDLE process() const { return process_.get(); }
 
   const std::wstring& name() const { return name_; }
   const std::wstring& folder() const { return folder_; }
   std::wstring file() const { return folder_ + L"\\host.xml"; }
 
  private:
+  bool ReadByte();
+
+  std::wstring program_ = L"TsrSecurityService.exe";
   std::wstring name_;
   std::wstring folder_;
   orn::UniqueHandle process_;
   orn::UniqueHandle output_;
   std::string read_;
+  size_t next_ = 0;  // Where ReadNext goes on.
 };
 
 std::string Utf8(const std::wstring& text);

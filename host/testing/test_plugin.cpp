@@ -4,6 +4,10 @@
 //   failInit, failStart = CODE   that operation fails
 //   get = NAME                   Init fetches a plug-in and tells the code
 //   tell = VARIABLE              Init writes a variable of the environment
+//   pid                          Init writes the process's id
+//   run = COMMAND                Init runs a program, whose output is the host's
+//   shell                        Init opens a terminal of the plug-in "RemoteTerminalManager" and
+//                                writes the names of its pipes
 //   stopHost = NAME              Start stops that host and tells the code
 //   call                         a call runs from OpenIntake on, whose end CloseIntake waits for
 //   hang                         Stop does not return
@@ -21,6 +25,7 @@
 #include "module/frame/serv_plugin.h"
 #include "module/frame/utf.h"
 #include "module/platform/service_control.h"
+#include "module/terminal/host/remote_terminal_manager_interface.h"
 
 namespace {
 
@@ -53,6 +58,9 @@ class TestPlugin : public IServPlugin, public host::IHostIntake {
       GetEnvironmentVariableW(variable, value, 4096);
       Tell(std::wstring(variable) + L"=" + value);
     }
+    if (Has(L"pid")) Tell(L"pid " + std::to_wstring(GetCurrentProcessId()));
+    if (const wchar_t* command = Option(L"run")) Run(command);
+    if (Has(L"shell")) OpenShell();
     return Has(L"failInit") ? std::stoi(Option(L"failInit")) : 0;
   }
 
@@ -95,6 +103,28 @@ class TestPlugin : public IServPlugin, public host::IHostIntake {
   }
 
  private:
+  static void Run(std::wstring command) {
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION information{};
+    CreateProcessW(nullptr, command.data(), nullptr, nullptr, /*inheritHandles=*/TRUE, 0, nullptr,
+                   nullptr, &startup, &information);
+    const orn::UniqueHandle process(information.hProcess), thread(information.hThread);
+    WaitForSingleObject(process.get(), INFINITE);
+  }
+
+  void OpenShell() {
+    using orn::RemoteTerminal::IRemoteTerminalManager;
+    void* object = nullptr;
+    manager_->GetObject(L"RemoteTerminalManager", IRemoteTerminalManager::kInterfaceId, &object);
+    orn::StringT<wchar_t> conin, conout;
+    if (object != nullptr) {
+      static_cast<IRemoteTerminalManager*>(object)->OpenTerminal("id", {80, 24}, conin, conout);
+    }
+    Tell(std::wstring(L"conin ") + conin.c_str());
+    Tell(std::wstring(L"conout ") + conout.c_str());
+  }
+
   const wchar_t* Option(const wchar_t* option) {
     const wchar_t name[] = {kName, 0};
     return configuration_ ? configuration_->GetOption(name, option) : nullptr;

@@ -1,0 +1,59 @@
+#include "host/common/security.h"
+
+#include <sddl.h>
+
+#include <array>
+#include <cstddef>
+
+#include "module/frame/handle.h"
+
+namespace host {
+
+std::wstring UserSid() {
+  orn::UniqueHandle token;
+  alignas(TOKEN_USER) std::array<std::byte, sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE> user;
+  DWORD length = 0;
+  wchar_t* text = nullptr;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put()) ||
+      !GetTokenInformation(token.get(), TokenUser, user.data(), user.size(), &length) ||
+      !ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid, &text)) {
+    return {};
+  }
+  std::wstring sid(text);
+  LocalFree(text);
+  return sid;
+}
+
+bool IsAdministrator() {
+  std::array<std::byte, SECURITY_MAX_SID_SIZE> administrators;
+  DWORD length = administrators.size();
+  BOOL member = FALSE;
+  return CreateWellKnownSid(WinBuiltinAdministratorsSid, /*domain=*/nullptr, administrators.data(),
+                            &length) &&
+         CheckTokenMembership(/*token=*/nullptr, administrators.data(), &member) && member;
+}
+
+SecurityDescriptor::SecurityDescriptor(const std::wstring& text) {
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(text.c_str(), SDDL_REVISION_1,
+                                                            &attributes_.lpSecurityDescriptor,
+                                                            /*size=*/nullptr)) {
+    attributes_.lpSecurityDescriptor = nullptr;
+  }
+}
+
+PACL SecurityDescriptor::access_list() const {
+  BOOL present = FALSE;
+  BOOL defaulted = FALSE;
+  PACL list = nullptr;
+  if (get() == nullptr || !GetSecurityDescriptorDacl(get(), &present, &list, &defaulted)) {
+    return nullptr;
+  }
+  return present ? list : nullptr;
+}
+
+std::wstring AgentObjectAccess() {
+  const std::wstring user = UserSid();
+  return L"D:(A;;GA;;;SY)(A;;GA;;;BA)" + (user.empty() ? L"" : L"(A;;GA;;;" + user + L")");
+}
+
+}  // namespace host

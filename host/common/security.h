@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+
+#include "module/frame/windows.h"
+
+namespace host {
+
+// The user of this process, as the text of its security identifier; empty where it cannot be told.
+std::wstring UserSid();
+
+// Whether the administrators' group is in this process's token and grants what it may: not in that
+// of a low process, which has it for refusals only.
+bool IsAdministrator();
+
+// What objects are made with, from the system's text form:
+//
+//   SecurityDescriptor all(L"D:(A;;GA;;;BA)");
+//   CreateEventW(all.attributes(), ...);
+//
+// With a text that is none, attributes() is null and the system's default holds.
+class SecurityDescriptor {
+ public:
+  explicit SecurityDescriptor(const std::wstring& text);
+  SecurityDescriptor(const SecurityDescriptor&) = delete;
+  SecurityDescriptor& operator=(const SecurityDescriptor&) = delete;
+  ~SecurityDescriptor() { LocalFree(attributes_.lpSecurityDescriptor); }
+
+  // Not inheritable.
+  SECURITY_ATTRIBUTES* attributes() {
+    return attributes_.lpSecurityDescriptor == nullptr ? nullptr : &attributes_;
+  }
+  PSECURITY_DESCRIPTOR get() const { return attributes_.lpSecurityDescriptor; }
+  // Null where it has none.
+  PACL access_list() const;
+
+ private:
+  SECURITY_ATTRIBUTES attributes_{
+      .nLength = sizeof(attributes_), .lpSecurityDescriptor = nullptr, .bInheritHandle = FALSE};
+};
+
+// Access for the system, administrators and this process's own user, which a low process of it
+// has, too.
+std::wstring AgentObjectAccess();
+
+}  // namespace host

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+
+#include "host/service/configuration.h"
+
+namespace host {
+
+// Makes the data folder of `configuration`, where there is none, open to administrators alone. The
+// system's own services are administrators by their group, so they have access; a low process of
+// the same user has none. Where the host itself is to run with low rights, or is run by somebody
+// who is no administrator, this process's user has access, too.
+//
+// A folder that is there gets the same access unless somebody gave it one of its own (one that is
+// not inherited from above). One that belongs to a stranger is refused: he could change its access
+// again.
+//
+// Returns a status: 0; 267 where the path is a file's; 1307 for a stranger's; or why it cannot be
+// made.
+uint32_t PrepareDataFolder(const Configuration& configuration);
+
+}  // namespace host
