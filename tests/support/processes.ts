@@ -43,13 +43,69 @@ export function serverProcess(data: string): number {
 
 // What runs on the machines and beside them, of the run whose data folder is `data`.
 export function processesOf(data: string): string[] {
-  return readdirSync("/proc").flatMap((pid) => {
-    if (!/^\d+$/.test(pid)) return [];
+  return standing(data).processes;
+}
+
+// What may be killed. A console goes with the programs in it, as Windows does it: under Wine they outlive it, and nobody would
+// know that the session has ended.
+const roles = {
+  service: /TsrSecurityService\.exe\.xml/,
+  integration: /TsrIntegrationService\.exe\.xml/,
+  worker: /TsrLowPrivilegeWorker\.exe/,
+  shell: /WindowsPowerShell\\v1\.0\\powershell\.exe/i,
+  console: /winpty-agent\.exe|\\(powershell|cmd)\.exe/i,
+};
+export type Role = keyof typeof roles;
+
+// The process ids of those that have that role on the machines of the run whose data folder is `data`. Only what is ours: the
+// Wine prefix says so.
+export function processesWithRole(data: string, role: Role): number[] {
+  return pidsOf(data).filter((pid) => {
     try {
-      const ours = readFileSync(`/proc/${pid}/environ`, "utf8").includes(`WINEPREFIX=${data}/`);
-      return ours ? [readFileSync(`/proc/${pid}/comm`, "utf8").trim()] : [];
+      return roles[role].test(readFileSync(`/proc/${pid}/cmdline`, "utf8"));
     } catch {
-      return [];
+      return false;
     }
   });
+}
+
+export interface Standing {
+  processes: string[];
+  threads: number;
+  descriptors: number;
+  residentBytes: number;
+}
+
+// What the machines hold now: their processes, and the threads, open descriptors and memory of the agent's own and of Wine's
+// server (each Windows handle of an open object is one on the Unix side or in the server).
+export function standing(data: string): Standing {
+  const result: Standing = { processes: [], threads: 0, descriptors: 0, residentBytes: 0 };
+  for (const pid of pidsOf(data)) {
+    try {
+      const name = readFileSync(`/proc/${pid}/comm`, "utf8").trim();
+      result.processes.push(name);
+      if (!name.startsWith("Tsr") && name !== "wineserver") continue;
+      result.threads += readdirSync(`/proc/${pid}/task`).length;
+      result.descriptors += readdirSync(`/proc/${pid}/fd`).length;
+      result.residentBytes +=
+        pageBytes * Number(readFileSync(`/proc/${pid}/statm`, "utf8").split(" ")[1]);
+    } catch {
+      // The process ended while we looked.
+    }
+  }
+  result.processes.sort();
+  return result;
+}
+
+function pidsOf(data: string): number[] {
+  return readdirSync("/proc")
+    .filter((name) => /^\d+$/.test(name))
+    .filter((pid) => {
+      try {
+        return readFileSync(`/proc/${pid}/environ`, "utf8").includes(`WINEPREFIX=${data}/`);
+      } catch {
+        return false;
+      }
+    })
+    .map(Number);
 }

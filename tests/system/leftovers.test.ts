@@ -1,37 +1,10 @@
-import { readdirSync, readFileSync } from "node:fs";
 import { expect, inject, test } from "vitest";
+import { standing as standingOf } from "../support/processes.ts";
 import { sharedApi } from "../support/shared_api.ts";
 
 const api = sharedApi();
 
-interface Standing {
-  processes: string[];
-  threads: number;
-  descriptors: number;
-  temporary: number;
-}
-
-// What this stack's machine holds now: its processes, and the service's threads and open descriptors
-// (each Windows handle of an open object is one on the Unix side or in its server).
-function standing(): Standing {
-  const result: Standing = { processes: [], threads: 0, descriptors: 0, temporary: 0 };
-  for (const pid of readdirSync("/proc").filter((name) => /^\d+$/.test(name))) {
-    try {
-      const environment = readFileSync(`/proc/${pid}/environ`, "utf8");
-      if (!environment.includes(`WINEPREFIX=${inject("data")}`)) continue;
-      const name = readFileSync(`/proc/${pid}/comm`, "utf8").trim();
-      result.processes.push(name);
-      if (name.startsWith("TsrSecurity") || name === "wineserver") {
-        result.threads += readdirSync(`/proc/${pid}/task`).length;
-        result.descriptors += readdirSync(`/proc/${pid}/fd`).length;
-      }
-    } catch {
-      // The process ended while we looked.
-    }
-  }
-  result.processes.sort();
-  return result;
-}
+const standing = () => standingOf(inject("data"));
 
 async function useShells(count: number): Promise<void> {
   for (let done = 0; done < count; done++) {

@@ -1,0 +1,80 @@
+import { randomInt } from "node:crypto";
+import { setTimeout as pause } from "node:timers/promises";
+import { afterAll, beforeAll, expect, test } from "vitest";
+import { processesOf, processesWithRole, type Role, standing } from "../support/processes.ts";
+import { Remote } from "../support/remote.ts";
+import { Stack } from "../support/stack.ts";
+import { Workload } from "../support/workload.ts";
+
+// ./dev stress sets a longer time.
+const minutes = Number(process.env.STRESS_MINUTES ?? 0.5);
+const settleMs = 300_000;
+const victims: Role[] = ["service", "integration", "worker", "shell", "console"];
+
+let stack: Stack;
+beforeAll(async () => {
+  stack = await Stack.start();
+});
+afterAll(() => stack.stop());
+
+const killed: string[] = [];
+
+// TerminateProcess of one of them; of a console, with the programs in it.
+function kill(role: Role): void {
+  const pids = processesWithRole(stack.data, role);
+  const one = pids[randomInt(Math.max(pids.length, 1))];
+  for (const pid of role === "console" || one === undefined ? pids : [one]) {
+    try {
+      process.kill(pid, "SIGKILL");
+      killed.push(`${role} ${pid}`);
+    } catch {
+      // It has ended by itself.
+    }
+  }
+}
+
+// Nothing is under way, and all that belongs to a machine is there.
+async function settled(expected?: string[]): Promise<void> {
+  await expect
+    .poll(() => stack.api.machine(), { timeout: settleMs, interval: 500 })
+    .toMatchObject({ connected: true, sessions: 0 });
+  const processes = () => standing(stack.data).processes;
+  if (expected)
+    await expect.poll(processes, { timeout: settleMs, interval: 500 }).toEqual(expected);
+  else await expect.poll(processes, { timeout: settleMs }).not.toContain("winpty-agent.ex");
+}
+
+test("processes die at any time, and nothing hangs, is left over or has grown", {
+  timeout: minutes * 60_000 + 1_800_000,
+}, async () => {
+  const remote = await Remote.open(stack.api, stack.data);
+
+  const warmUp = await Workload.start(remote);
+  for (const role of victims) {
+    await pause(2_000);
+    kill(role);
+  }
+  await warmUp.stop();
+  await settled();
+  const before = standing(stack.data);
+
+  const load = await Workload.start(remote);
+  for (const end = Date.now() + minutes * 60_000; Date.now() < end; ) {
+    await pause(1_000 + randomInt(4_000));
+    kill(victims[randomInt(victims.length)] ?? "console");
+  }
+  await load.stop();
+  console.log("killed:", killed.join(", "), "\ndone:", load.done, "failed:", load.failed);
+  await settled(before.processes);
+  expect(await load.pending()).toEqual([]);
+  const after = standing(stack.data);
+  console.log("before:", before, "\nafter:", after);
+  expect(after.threads).toBeLessThanOrEqual(before.threads + 8);
+  expect(after.descriptors).toBeLessThanOrEqual(before.descriptors + 16);
+  expect(after.residentBytes).toBeLessThanOrEqual(before.residentBytes * 1.2);
+  remote.close();
+
+  expect(await stack.stop({ keep: true })).toBe(0);
+  expect(processesOf(stack.data)).toEqual([]);
+  expect(remote.temporary()).toEqual([]);
+});
