@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "module/frame/handle.h"
+
+namespace host::channels {
+
+// Names, rights and identities of the pipes.
+
+// The pipe of the hub of this agent. Agents of one machine are told apart by ORN_TSR_INSTANCE.
+std::wstring HubPipeName();
+// The pipe of a process; the suffix is 32 hexadecimal digits that nobody can guess.
+std::wstring NodePipeName(uint32_t pid, const std::string& suffix);
+std::string RandomSuffix();
+uint64_t RandomNumber();
+
+// Whom this process's pipes admit beside SYSTEM, the administrators and its own account: a SID's
+// text, empty for none. Before the first pipe is made. False for what is no SID.
+bool AdmitAccount(const std::wstring& sid);
+
+// One more end of the pipe `name` for a client to connect to, overlapped. Only the first makes the
+// name; it fails where the name is somebody's already. Invalid on failure, see GetLastError.
+orn::UniqueFile CreatePipeEnd(const std::wstring& name, bool first);
+
+// The other end. Waits a little while all ends are taken. The server gets to know who this is, and
+// cannot act for it. Invalid on failure, see GetLastError.
+orn::UniqueFile OpenPipe(const std::wstring& name);
+
+// The process at the other end as the operating system knows it; 0 where it does not.
+uint32_t ClientOf(HANDLE pipe);
+uint32_t ServerOf(HANDLE pipe);
+
+// Whether the process belongs to the administrators or to the system itself.
+bool IsAdministrator(HANDLE process);
+// Whether the pipe belongs to an administrator, the system or this process's own account, so that
+// what introduces others is no impostor who was first with the name.
+bool IsTrustworthyOwner(HANDLE pipe);
+
+}  // namespace host::channels

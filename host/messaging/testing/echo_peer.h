@@ -1,0 +1,123 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "host/messaging/gateway_factory.h"
+#include "module/frame/handle.h"
+
+// What the tests of the messaging library share: an instance of the agent of their own, a hub, a
+// gateway with an observer, and child processes that serve.
+namespace host::channels::testing {
+
+constexpr const char* kChannel = "TsrComm.Test";
+
+// Names a new instance, so that runs side by side and tests one after the other do not meet.
+// Children inherit it.
+void NewInstance();
+
+// The factory as the process with the hub has it; its life is the hub's.
+class HubProcess {
+ public:
+  // `workerChannels` as the option of that name.
+  explicit HubProcess(const wchar_t* worker_channels = L"");
+  HubProcess(const HubProcess&) = delete;
+  HubProcess& operator=(const HubProcess&) = delete;
+
+ private:
+  GatewayFactory factory_;
+};
+
+// A gateway on kChannel that knows the entries there.
+class Party : public messaging::channel_observer {
+ public:
+  Party();
+  Party(const Party&) = delete;
+  Party& operator=(const Party&) = delete;
+  virtual ~Party() { End(); }
+
+  // Announces an entry: type 0 subscriber, 1 client, 2 server.
+  void Announce(const std::string& id, const char* type);
+  void Withdraw(const std::string& id);
+  // Waits until the entry is there, or gone; its process id.
+  int32_t AwaitEntry(const std::string& id);
+  void AwaitNoEntry(const std::string& id);
+  // How often an entry of that id was added.
+  int TimesAdded(const std::string& id);
+  // Destroys the gateway.
+  void End();
+
+  // Sends {what, data} and gives the answer's data; "" for none. The status goes to `*status`.
+  std::string Ask(const std::string& what, const std::string& data = {}, uint32_t timeout = 60000,
+                  uint32_t* status = nullptr);
+  // Posts an event of type 19 to a process.
+  uint32_t PostEvent(int32_t pid, const std::string& what);
+  void Listen(messaging::receiver::callback function, void* user);
+
+  messaging::channel_gateway* gateway() { return gateway_; }
+  messaging::channel* channel() { return channel_; }
+  messaging::channel_factory* messages() { return messages_; }
+
+  void on_new_subscriber(const std::string& channel,
+                         const messaging::channel_subscriber& entry) override;
+  void on_subscriber_removed(const std::string& channel,
+                             const messaging::channel_subscriber& entry) override;
+
+ private:
+  GatewayFactory factory_;
+  messaging::channel_gateway* gateway_;
+  messaging::channel_factory* messages_;
+  messaging::channel* channel_;
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  // Guarded by mutex_.
+  std::multimap<std::string, int32_t> entries_;  // Process ids.
+  std::map<std::string, int> added_;
+};
+
+// Serves kChannel with a callback that knows what the request's "what" asks for:
+//   echo    answers with the same data
+//   sender  answers with the sender's process id
+//   hold    keeps the request
+//   drop    lets go of it
+//   die     ends the process in the middle of the call
+//   held    answers with the number of requests that are held
+class EchoServer {
+ public:
+  explicit EchoServer(const std::string& id = "server");
+  ~EchoServer() { party_.End(); }
+  Party& party() { return party_; }
+  int held() const { return held_; }
+
+ private:
+  static void Receive(messaging::message* received, void* user);
+
+  Party party_;
+  std::atomic<int> held_{0};
+};
+
+// A child process in a role of this program. Ends with this.
+class Child {
+ public:
+  explicit Child(const std::string& role);
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() { Kill(); }
+  void Kill();
+  // Waits for its own end; its exit code.
+  DWORD Await();
+  int32_t pid() const { return static_cast<int32_t>(pid_); }
+
+ private:
+  orn::UniqueHandle process_;
+  DWORD pid_ = 0;
+};
+
+// In a child: returns when the parent has gone.
+void AwaitParentsEnd();
+
+}  // namespace host::channels::testing
