@@ -61,7 +61,8 @@ std::wstring Prefix() {
 // Who gets through: nobody from the network comes near it, see CreatePipeEnd.
 std::wstring DescriptorText() {
   std::vector<char> user = OwnUser();
-  std::wstring text = L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + SidText(SidOf(user)) + L')';
+  const std::wstring own = SidText(SidOf(user));
+  std::wstring text = L"O:" + own + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + own + L')';
   const std::lock_guard lock(account_mutex);
   if (!admitted_account.empty()) {
     wchar_t rights[16];

@@ -31,6 +31,7 @@ class Configuration final : public IServMain, public IComponentManager, public I
     return name == L"workerChannels" ? worker_channels_ : nullptr;
   }
   const wchar_t* GetDataFolder() override { return L""; }
+  const wchar_t* GetRun() override { return L""; }
   const wchar_t* ResolvePath(const wchar_t* path) override { return path; }
 
  private:
