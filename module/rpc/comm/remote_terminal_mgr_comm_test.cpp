@@ -1,0 +1,186 @@
+#include <string>
+#include <vector>
+
+#include "module/rpc/comm/remote_terminal_mgr_comm_client_plugin.h"
+#include "module/rpc/comm/remote_terminal_mgr_server_plugin.h"
+#include "module/rpc/comm/testing/two_ends.h"
+
+namespace orn::RemoteTerminal {
+namespace {
+
+using messaging::rpc::ParameterList;
+using messaging::rpc::testing::odd_server;
+using messaging::rpc::testing::raw_client;
+using messaging::rpc::testing::two_ends;
+
+using Notifications = IRemoteTerminalManager::IRemoteTerminalManagerNotifications;
+
+struct FakeManager final : IOrnBaseInterface, IRemoteTerminalManager {
+  uint32_t status = 0;
+  StringT<wchar_t> conin;
+  StringT<wchar_t> conout;
+  std::vector<std::string> calls;
+  std::vector<Notifications*> subscribers;
+  Semaphore changed;
+
+  void* GetInterface(const InterfaceId& id) override {
+    return id == IRemoteTerminalManager::kInterfaceId ? static_cast<IRemoteTerminalManager*>(this)
+                                                      : nullptr;
+  }
+  uint32_t OpenTerminal(const StringT<char>& id, const TerminalSize& size,
+                        StringT<wchar_t>& coninName, StringT<wchar_t>& conoutName) override {
+    coninName = conin;
+    conoutName = conout;
+    return Call("open", id, size);
+  }
+  void CloseTerminal(const StringT<char>& id) override { Call("close", id, {}); }
+  uint32_t SetSize(const StringT<char>& id, const TerminalSize& size) override {
+    return Call("size", id, size);
+  }
+  uint32_t Register(Notifications* subscriber) override {
+    subscribers.push_back(subscriber);
+    changed.Release();
+    return 0;
+  }
+  uint32_t Unregister(Notifications* subscriber) override {
+    std::erase(subscribers, subscriber);
+    changed.Release();
+    return 0;
+  }
+  uint32_t Call(const char* what, const StringT<char>& id, const TerminalSize& size) {
+    calls.push_back(std::string(what) + ' ' + std::string(id.view()) + ' ' +
+                    std::to_string(size.cols) + 'x' + std::to_string(size.rows));
+    return status;
+  }
+};
+
+template <class Server>
+using Ends = two_ends<RemoteTerminalMgrCommClientPlugin, Server, FakeManager>;
+using RemoteTerminalMgrCommTest = Ends<RemoteTerminalMgrServerPlugin>;
+using Calls = std::vector<std::string>;
+
+constexpr char kOddId[] = "\xC3\xA4 \xFF\x80\"";
+
+TEST_F(RemoteTerminalMgrCommTest, CallsArriveWholeAndSoDoTheirAnswers) {
+  StringT<wchar_t> conin;
+  StringT<wchar_t> conout;
+  target.conin = L"\\\\.\\pipe\\\u00E4\xD83D";
+  target.conout = L"\\\\.\\pipe\\b";
+  EXPECT_EQ(client.OpenTerminal(kOddId, {UINT32_MAX, 0}, conin, conout), 0u);
+  EXPECT_EQ(conin, target.conin);
+  EXPECT_EQ(conout, target.conout);
+  EXPECT_EQ(client.SetSize("", {80, 25}), 0u);
+  client.CloseTerminal(kOddId);
+  EXPECT_EQ(target.calls, (Calls{std::string("open ") + kOddId + " 4294967295x0", "size  80x25",
+                                 std::string("close ") + kOddId + " 0x0"}));
+
+  // Empty names too are names: a failed open sends them.
+  target.status = 183;
+  target.conin = target.conout = L"";
+  EXPECT_EQ(client.OpenTerminal("a", {}, conin, conout), 183u);
+  EXPECT_EQ(client.SetSize("a", {}), 183u);
+  EXPECT_FALSE(conin.empty());
+  target.status = 0;
+  EXPECT_EQ(client.OpenTerminal("a", {}, conin, conout), 0u);
+  EXPECT_TRUE(conin.empty() && conout.empty());
+
+  LoseServer();
+  EXPECT_EQ(client.OpenTerminal("a", {}, conin, conout), 2250u);
+  EXPECT_EQ(client.SetSize("a", {}), 2250u);
+  client.CloseTerminal("a");
+}
+
+TEST_F(RemoteTerminalMgrCommTest, BadInputReachesNobodyAndNoGuestGetsIn) {
+  raw_client raw;
+  ASSERT_EQ(raw.Init(&near_host, "RemoteTerminalManager"), 0);
+  ASSERT_TRUE(raw.wait_for_connection(60000));
+  const auto call = [&](int32_t method, const ParameterList& in) {
+    ParameterList out;
+    return raw.send_request(method, in, out);
+  };
+  ParameterList in;
+  EXPECT_EQ(call(1, in), 87);
+  EXPECT_EQ(call(2, in), 1627);
+  EXPECT_EQ(call(3, in), 87);
+  EXPECT_TRUE(in.AddBytes(0x0102, "a"));
+  for (const char* size : {"", "5", R"({"data":{"cols":1}})", R"({"data":{"cols":1,"rows":"x"}})",
+                           R"({"data":{"cols":1,"rows":4294967296}})", R"({"cols":1,"rows":2})"}) {
+    EXPECT_EQ(call(1, in), 87) << size;
+    EXPECT_EQ(call(3, in), 87) << size;
+    EXPECT_TRUE(in.AddBytes(0x0202, size));
+  }
+  EXPECT_TRUE(target.calls.empty());
+  EXPECT_EQ(call(2, in), 0);
+  EXPECT_EQ(call(4, in), 632);
+  raw.UnInit();
+
+  kind.admin = false;
+  raw_client guest;
+  ASSERT_EQ(guest.Init(&near_host, "RemoteTerminalManager"), 0);
+  ASSERT_TRUE(guest.wait_for_connection(60000));
+  for (int32_t method = 1; method <= 4; ++method) {
+    ParameterList out;
+    EXPECT_EQ(guest.send_request(method, in, out), 5);
+  }
+  EXPECT_EQ(target.calls, Calls{"close a 0x0"});
+  guest.UnInit();
+}
+
+struct Subscriber final : Notifications {
+  std::vector<std::string> heard;
+  Semaphore heard_one;
+
+  void OnTerminalClosed(const StringT<char>& id) override {
+    heard.emplace_back(id.view());
+    heard_one.Release();
+  }
+};
+
+TEST_F(RemoteTerminalMgrCommTest, EndsOfShellsAreToldInOrderWhileOneIsSubscribed) {
+  Subscriber subscriber;
+  EXPECT_EQ(client.Register(&subscriber), 0u);
+  EXPECT_EQ(client.Register(&subscriber), 87u);
+  EXPECT_EQ(client.Register(nullptr), 87u);
+  target.changed.Acquire();
+  ASSERT_EQ(target.subscribers.size(), 1u);
+  const Calls ids = {"a", kOddId, "", "b"};
+  for (const std::string& id : ids)
+    target.subscribers[0]->OnTerminalClosed(StringT<char>(std::string_view(id)));
+  for (size_t i = 0; i < ids.size(); ++i)
+    subscriber.heard_one.Acquire();
+  EXPECT_EQ(client.Unregister(&subscriber), 0u);
+  EXPECT_EQ(client.Unregister(&subscriber), 87u);
+  EXPECT_EQ(subscriber.heard, ids);
+  target.changed.Acquire();
+  EXPECT_TRUE(target.subscribers.empty());
+
+  RemoteTerminalMgrClientNotifications channel;
+  ParameterList in;
+  ParameterList out;
+  EXPECT_EQ(channel.handle(1, in, out), 87);
+  EXPECT_TRUE(in.AddBytes(0x0102, "a"));
+  EXPECT_EQ(channel.handle(2, in, out), 87);
+}
+
+using OddServer = odd_server<IRemoteTerminalManager>;
+using RemoteTerminalMgrOddServerTest = Ends<OddServer>;
+
+TEST_F(RemoteTerminalMgrOddServerTest, AnOpenWithoutBothNamesIsNone) {
+  StringT<wchar_t> conin;
+  StringT<wchar_t> conout;
+  for (const uint32_t missing : {0x0302, 0x0402}) {
+    for (const std::string_view odd : {"", "abc"}) {
+      OddServer::give = [&](ParameterList& out) {
+        for (uint32_t id : {0x0302, 0x0402}) {
+          EXPECT_TRUE(id == missing ? odd.empty() || out.AddBytes(id, odd)
+                                    : out.AddUtf16(id, L"name"));
+        }
+        return 0;
+      };
+      EXPECT_EQ(client.OpenTerminal("a", {}, conin, conout), 87u);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace orn::RemoteTerminal
