@@ -1,4 +1,4 @@
-# Imported targets of the libraries that come from outside: jsoncpp, libzip, pugixml, spdlog, sqlite,
+# Imported targets of the libraries that come from outside: jsoncpp, libdeflate, libzip, pugixml, spdlog, sqlite,
 # GTest::gtest, GTest::gmock, GTest::gmock_main. cmake/build-dependencies builds what the cache lacks
 # and names where each one is; with a full cache that takes a moment.
 
@@ -29,6 +29,7 @@ endfunction()
 ra_imported(jsoncpp ${jsoncpp_prefix} libjsoncpp.a)
 ra_imported(libzip ${libzip_prefix} libzip.a /usr/x86_64-w64-mingw32/lib/libz.a bcrypt)
 target_compile_definitions(libzip INTERFACE ZIP_STATIC)
+ra_imported(libdeflate ${libdeflate_prefix} libdeflate.a)
 ra_imported(pugixml ${pugixml_prefix} libpugixml.a)
 ra_imported(sqlite ${sqlite_prefix} libsqlite3.a)
 

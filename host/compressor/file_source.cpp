@@ -6,6 +6,7 @@
 #include <new>
 #include <vector>
 
+#include "host/compressor/deflate_ahead.h"
 #include "module/frame/long_path.h"
 
 namespace host {
@@ -20,8 +21,9 @@ constexpr uint64_t kLargeFile = 0xFF00'0000;
 
 class FileSource {
  public:
-  FileSource(const std::wstring& path, bool& failed, const std::atomic<bool>& aborted)
-      : path_(path), failed_(failed), aborted_(aborted) {
+  FileSource(const std::wstring& path, DeflateAhead& ahead, size_t index, bool& failed,
+             const std::atomic<bool>& aborted)
+      : path_(path), ahead_(ahead), index_(index), failed_(failed), aborted_(aborted) {
     zip_error_init(&error_);
   }
   FileSource(const FileSource&) = delete;
@@ -56,13 +58,25 @@ class FileSource {
   }
 
  private:
-  // Stays open from the first question for its size to the end of the reading.
+  // From the first question for its size to the end of the reading the content is there, or the
+  // file is open.
   bool Open() {
-    if (file_) return true;
-    file_ = OpenShared(path_, facts_);
-    if (!file_) return Fail(ZIP_ER_OPEN);
-    measured_ = true;
-    left_ = facts_.size;
+    if (opened_) return true;
+    DeflatedFile deflated = ahead_.Take(index_);
+    if (deflated.outcome == DeflatedFile::Outcome::kFailed) return Fail(ZIP_ER_OPEN);
+    deflated_ = deflated.outcome == DeflatedFile::Outcome::kDeflated;
+    if (deflated_) {
+      size_ = deflated.size;
+      crc_ = deflated.crc;
+      buffer_ = std::move(deflated.data);
+      packed_size_ = end_ = static_cast<DWORD>(buffer_.size());
+    } else {
+      FileFacts facts;
+      file_ = OpenShared(path_, facts);
+      if (!file_) return Fail(ZIP_ER_OPEN);
+      size_ = left_ = facts.size;
+    }
+    opened_ = true;
     return true;
   }
 
@@ -73,11 +87,17 @@ class FileSource {
 
   zip_int64_t Stat(zip_stat_t* stat) {
     // It is asked once more after the reading, when the file may have gone.
-    if (!measured_ && !Open()) return -1;
+    if (!Open()) return -1;
     zip_stat_init(stat);
-    if (facts_.size < kLargeFile) {
+    if (deflated_) {
+      stat->valid |= ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE | ZIP_STAT_CRC | ZIP_STAT_COMP_METHOD;
+      stat->size = size_;
+      stat->comp_size = packed_size_;
+      stat->crc = crc_;
+      stat->comp_method = ZIP_CM_DEFLATE;
+    } else if (size_ < kLargeFile) {
       stat->valid |= ZIP_STAT_SIZE;
-      stat->size = facts_.size;
+      stat->size = size_;
     }
     return sizeof(*stat);
   }
@@ -114,13 +134,18 @@ class FileSource {
   }
 
   const std::wstring& path_;
+  DeflateAhead& ahead_;
+  const size_t index_;
   bool& failed_;
   const std::atomic<bool>& aborted_;
   zip_error_t error_;
   orn::UniqueFile file_;
-  FileFacts facts_;
-  bool measured_ = false;
-  uint64_t left_ = 0;  // to be read from the file
+  bool opened_ = false;
+  uint64_t size_ = 0;      // of the file
+  bool deflated_ = false;  // The buffer has it all, packed to
+  DWORD packed_size_ = 0;  // so many bytes,
+  uint32_t crc_ = 0;       // with this sum over the file.
+  uint64_t left_ = 0;      // to be read from the file
   std::vector<char> buffer_;
   DWORD next_ = 0, end_ = 0;  // what of the buffer is to be given out
 };
@@ -147,9 +172,9 @@ orn::UniqueFile OpenShared(const std::wstring& path, FileFacts& facts) {
   return file;
 }
 
-zip_source_t* CreateFileSource(zip_t* archive, const std::wstring& path, bool& failed,
-                               const std::atomic<bool>& aborted) {
-  auto source = std::make_unique<FileSource>(path, failed, aborted);
+zip_source_t* CreateFileSource(zip_t* archive, const std::wstring& path, DeflateAhead& ahead,
+                               size_t index, bool& failed, const std::atomic<bool>& aborted) {
+  auto source = std::make_unique<FileSource>(path, ahead, index, failed, aborted);
   zip_source_t* const created = zip_source_function(archive, FileSource::Serve, source.get());
   if (created != nullptr) static_cast<void>(source.release());
   return created;

@@ -24,12 +24,15 @@ struct FileFacts {
 // deleting it. None for what is no file on a disk, or whose contents cannot be read.
 orn::UniqueFile OpenShared(const std::wstring& path, FileFacts& facts);
 
+class DeflateAhead;
+
 // A file as libzip reads it: opened when its turn comes, as long as it is then. What is written
-// behind that end meanwhile is left out; where it gets shorter, so does the entry.
+// behind that end meanwhile is left out; where it gets shorter, so does the entry. It comes
+// deflated from `ahead`, where it is the file `index`; a large one as it is, for libzip to pack.
 //
-// `path`, `failed` and `aborted` are not owned. `failed` is set where the file cannot be opened or
-// read; `aborted` is asked before each read. Null where libzip has no memory.
-zip_source_t* CreateFileSource(zip_t* archive, const std::wstring& path, bool& failed,
-                               const std::atomic<bool>& aborted);
+// Nothing is owned. `failed` is set where the file cannot be opened or read; `aborted` is asked
+// before each read. Null where libzip has no memory.
+zip_source_t* CreateFileSource(zip_t* archive, const std::wstring& path, DeflateAhead& ahead,
+                               size_t index, bool& failed, const std::atomic<bool>& aborted);
 
 }  // namespace host

@@ -104,8 +104,12 @@ bool ZipCompressor::WriteArchive() {
   if (entries_.empty()) return WriteEmptyArchive();
   Archive archive = OpenArchive();
   if (archive == nullptr) return false;
-  for (Entry& entry : entries_) {
-    if (aborted_ || !AddEntry(archive.get(), entry)) return false;
+  std::vector<DeflateAhead::Input> inputs;
+  for (const Entry& entry : entries_)
+    inputs.push_back({.path = entry.path, .size = entry.facts.size});
+  DeflateAhead ahead(std::move(inputs), aborted_);
+  for (size_t index = 0; index < entries_.size(); ++index) {
+    if (aborted_ || !AddEntry(archive.get(), ahead, index)) return false;
   }
   const auto is_aborted = [](zip_t*, void* self) -> int {
     return static_cast<ZipCompressor*>(self)->aborted_ ? 1 : 0;
@@ -153,8 +157,10 @@ ZipCompressor::Archive ZipCompressor::OpenArchive() {
   return archive;
 }
 
-bool ZipCompressor::AddEntry(zip_t* archive, Entry& entry) {
-  zip_source_t* const source = CreateFileSource(archive, entry.path, entry.failed, aborted_);
+bool ZipCompressor::AddEntry(zip_t* archive, DeflateAhead& ahead, size_t position) {
+  Entry& entry = entries_[position];
+  zip_source_t* const source =
+      CreateFileSource(archive, entry.path, ahead, position, entry.failed, aborted_);
   if (source == nullptr) return false;
   const zip_int64_t added = zip_file_add(archive, entry.name.c_str(), source, ZIP_FL_ENC_UTF_8);
   if (added < 0) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/compressor/deflate_ahead.h"
 #include "host/compressor/entry_names.h"
 #include "host/compressor/file_source.h"
 #include "module/platform/compressor.h"
@@ -58,7 +59,7 @@ class ZipCompressor final : public orn::ICompressor {
   bool WriteArchive();
   bool WriteEmptyArchive();
   Archive OpenArchive();
-  bool AddEntry(zip_t* archive, Entry& entry);
+  bool AddEntry(zip_t* archive, DeflateAhead& ahead, size_t position);
   // Whether there were any.
   bool DropFailedEntries();
 
