@@ -413,6 +413,34 @@ TEST_F(RpcClient, AnswersEventsThatAreWaitedForAlsoWhenItsQueueDropsThem) {
   EXPECT_EQ(listener.heard, std::vector<uint32_t>{7});
 }
 
+TEST_F(RpcClient, HoldsOneWayCallsUntilTheServerIsThere) {
+  testing::memory_process& process = bus.start(30);
+  channel_end line(process, "c", kClient);
+  std::vector<int32_t> arrived;
+  Semaphore all_here;
+  server.emplace(service, "s", kServer, [&](message& call) {
+    arrived.push_back(call.get_int(kMethodId));
+    if (arrived.size() == 2) all_here.Release();
+  });
+  const std::string name = "Thing";
+  delayed_method_holder holder(name);
+  holder.init(&line.line());
+  const auto hold = [&](int32_t method_id) {
+    message_ptr call = line.make(kOneWayCall);
+    call->set_int(kMethodId, method_id);
+    holder.hold(std::move(call), method_id);
+  };
+  hold(1);
+  holder.set_state(false);
+  hold(2);
+  holder.set_state(true);
+  all_here.Acquire();
+  hold(3);
+  holder.uninit();
+  holder.set_state(true);
+  EXPECT_EQ(arrived, (std::vector<int32_t>{1, 2}));
+}
+
 TEST_F(RpcClient, FailsInitWithoutAMessagingLibrary) {
   host.replace(kChannelGateway, nullptr);
   EXPECT_EQ(thing.Init(&host), error::kMissingDependency);
