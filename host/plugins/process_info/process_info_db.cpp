@@ -44,10 +44,13 @@ int32_t ProcessInfoDb::Init(IServMain* main) {
       configuration->GetOption(messaging::kProcessInfoDb, L"mayImpersonate");
   const std::wstring names = option == nullptr ? L"" : option;
   // As the system writes the paths of processes, which need not be how this one was started.
-  const std::wstring folder = FolderOf(RunningProcess(GetCurrentProcessId()).ImagePath());
+  std::wstring folder = FolderOf(RunningProcess(GetCurrentProcessId()).ImagePath());
+  if (folder.empty()) return 0;
+  folder += L'\\';
   for (const auto part : std::views::split(names, L';')) {
-    const std::wstring name(part.begin(), part.end());
-    if (!name.empty() && !folder.empty()) may_impersonate_.push_back(folder + L'\\' + name);
+    if (part.empty()) continue;
+    std::wstring& path = may_impersonate_.emplace_back(folder);
+    path.append(part.begin(), part.end());
   }
   return 0;
 }
