@@ -20,7 +20,7 @@ namespace {
 using namespace bench;
 using Clock = std::chrono::steady_clock;
 
-constexpr int kWarmUpCalls = 20;
+constexpr std::chrono::milliseconds kWarmUp{20};  // Of each caller.
 
 struct RoadKind {
   const wchar_t* name;
@@ -103,10 +103,7 @@ int Measure(const RoadKind& kind, size_t bytes, int callers, double seconds) {
   for (int i = 0; i < callers; ++i) {
     each.push_back(road->NewCaller());
     if (!each.back()) return 4;
-    std::string answer;
-    for (int call = 0; call < kWarmUpCalls; ++call) {
-      if (!each.back()->Call(std::string(bytes, 'x'), answer)) return 5;
-    }
+    if (CallFor(*each.back(), bytes, kWarmUp).failed) return 5;
   }
   std::vector<Measured> measured(each.size());
   std::vector<std::thread> threads;
