@@ -103,6 +103,15 @@ TEST(ProcessInfoDb, AGroupThatOnlyDeniesMakesNoAdministrator) {
                                     restricted.put()))
       << GetLastError();
   EXPECT_FALSE(IsAdministratorToken(restricted.get()));
+
+  // Who has no rights must still see who calls.
+  ProcessInfoDb db;
+  const Sleeper administrator;
+  ASSERT_TRUE(ImpersonateLoggedOnUser(restricted.get())) << GetLastError();
+  const auto seen = db.get(administrator.pid());
+  RevertToSelf();
+  EXPECT_TRUE(seen->path.ends_with("cmd.exe")) << seen->path;
+  EXPECT_TRUE(seen->admin);
 }
 
 }  // namespace

@@ -2,18 +2,6 @@
 
 namespace host {
 
-namespace {
-
-bool Has(HANDLE token, WELL_KNOWN_SID_TYPE who) {
-  alignas(SID) BYTE sid[SECURITY_MAX_SID_SIZE];
-  DWORD size = sizeof(sid);
-  BOOL has = FALSE;
-  return CreateWellKnownSid(who, /*DomainSid=*/nullptr, sid, &size) &&
-         CheckTokenMembership(token, sid, &has) && has;
-}
-
-}  // namespace
-
 RunningProcess::RunningProcess(uint32_t pid)
     : process_(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, /*bInheritHandle=*/FALSE, pid)) {
   FILETIME created{};
@@ -42,11 +30,15 @@ bool RunningProcess::IsAdministrator() const {
 }
 
 bool IsAdministratorToken(HANDLE token) {
+  alignas(SID) BYTE administrators[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof(administrators);
   // Membership is asked of a token that a thread could bear.
   orn::UniqueHandle bearable;
-  return DuplicateToken(token, SecurityIdentification, bearable.put()) &&
-         (Has(bearable.get(), WinBuiltinAdministratorsSid) ||
-          Has(bearable.get(), WinLocalSystemSid));
+  BOOL is_member = FALSE;
+  return CreateWellKnownSid(WinBuiltinAdministratorsSid, /*DomainSid=*/nullptr, administrators,
+                            &size) &&
+         DuplicateToken(token, SecurityIdentification, bearable.put()) &&
+         CheckTokenMembership(bearable.get(), administrators, &is_member) && is_member;
 }
 
 }  // namespace host
