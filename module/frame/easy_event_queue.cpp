@@ -55,8 +55,8 @@ EasyEventQueue::Task EasyEventQueue::AddTask(Function main, Function cancel) {
       error::kSuccess) {
     return {};
   }
-  main_item.release();
-  cancel_item.release();
+  static_cast<void>(main_item.release());
+  static_cast<void>(cancel_item.release());
   group_->Track(id);
   return {service_, id};
 }
@@ -70,7 +70,7 @@ EasyEventQueue::Task EasyEventQueue::AddDelayedTask(Function main, uint32_t dela
       error::kSuccess) {
     return {};
   }
-  item.release();
+  static_cast<void>(item.release());
   group_->Track(id);
   return {service_, id};
 }
