@@ -100,6 +100,8 @@ void VeldConnectorPlugin::OpenIntake() {
 }
 
 void VeldConnectorPlugin::CloseIntake() {
+  // From here on the feature ends the shells' process itself, and before that the sessions.
+  terminal_host_watch_.Stop();
   hub_.CloseIntake();
 }
 
