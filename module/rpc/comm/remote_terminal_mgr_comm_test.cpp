@@ -3,6 +3,7 @@
 
 #include "module/rpc/comm/remote_terminal_mgr_comm_client_plugin.h"
 #include "module/rpc/comm/remote_terminal_mgr_server_plugin.h"
+#include "module/rpc/comm/testing/fake_terminal_manager.h"
 #include "module/rpc/comm/testing/two_ends.h"
 
 namespace orn::RemoteTerminal {
@@ -15,47 +16,8 @@ using messaging::rpc::testing::two_ends;
 
 using Notifications = IRemoteTerminalManager::IRemoteTerminalManagerNotifications;
 
-struct FakeManager final : IOrnBaseInterface, IRemoteTerminalManager {
-  uint32_t status = 0;
-  StringT<wchar_t> conin;
-  StringT<wchar_t> conout;
-  std::vector<std::string> calls;
-  std::vector<Notifications*> subscribers;
-  Semaphore changed;
-
-  void* GetInterface(const InterfaceId& id) override {
-    return id == IRemoteTerminalManager::kInterfaceId ? static_cast<IRemoteTerminalManager*>(this)
-                                                      : nullptr;
-  }
-  uint32_t OpenTerminal(const StringT<char>& id, const TerminalSize& size,
-                        StringT<wchar_t>& coninName, StringT<wchar_t>& conoutName) override {
-    coninName = conin;
-    conoutName = conout;
-    return Call("open", id, size);
-  }
-  void CloseTerminal(const StringT<char>& id) override { Call("close", id, {}); }
-  uint32_t SetSize(const StringT<char>& id, const TerminalSize& size) override {
-    return Call("size", id, size);
-  }
-  uint32_t Register(Notifications* subscriber) override {
-    subscribers.push_back(subscriber);
-    changed.Release();
-    return 0;
-  }
-  uint32_t Unregister(Notifications* subscriber) override {
-    std::erase(subscribers, subscriber);
-    changed.Release();
-    return 0;
-  }
-  uint32_t Call(const char* what, const StringT<char>& id, const TerminalSize& size) {
-    calls.push_back(std::string(what) + ' ' + std::string(id.view()) + ' ' +
-                    std::to_string(size.cols) + 'x' + std::to_string(size.rows));
-    return status;
-  }
-};
-
 template <class Server>
-using Ends = two_ends<RemoteTerminalMgrCommClientPlugin, Server, FakeManager>;
+using Ends = two_ends<RemoteTerminalMgrCommClientPlugin, Server, FakeTerminalManager>;
 using RemoteTerminalMgrCommTest = Ends<RemoteTerminalMgrServerPlugin>;
 using Calls = std::vector<std::string>;
 

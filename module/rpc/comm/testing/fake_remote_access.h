@@ -10,7 +10,7 @@
 namespace orn::RemoteAccess {
 
 // Keeps what it is given and answers what it is told to.
-struct FakeRemoteAccess final : IOrnBaseInterface, IRemoteAccess {
+struct FakeRemoteAccess : IOrnBaseInterface, IRemoteAccess {
   uint32_t status = 0;
   bool enabled = false;
   std::vector<TerminalSessionState> sessions;
@@ -29,6 +29,7 @@ struct FakeRemoteAccess final : IOrnBaseInterface, IRemoteAccess {
   Semaphore registered;  // An observer came or went.
 
   void* GetInterface(const InterfaceId& id) override {
+    if (id == IOrnBaseInterface::kInterfaceId) return static_cast<IOrnBaseInterface*>(this);
     return id == IRemoteAccess::kInterfaceId ? static_cast<IRemoteAccess*>(this) : nullptr;
   }
   uint32_t SetEnabled(bool on) override { return enabled = on, Called(); }
