@@ -14,6 +14,8 @@ constexpr size_t kFieldLimit = 256;
 constexpr size_t kPropertyLimit = 256;
 constexpr size_t kSuffixLength = 32;
 constexpr size_t kSmallestRead = 64 * 1024;
+// What a length alone may claim in memory.
+constexpr size_t kLargestStart = 1024 * 1024;
 
 // Numbers are little-endian.
 class Writer {
@@ -216,12 +218,12 @@ std::optional<uint64_t> DecodeHello(std::string_view payload) {
   return Result(reader, number);
 }
 
-std::string EncodeDelivery(const Delivery& delivery) {
-  if (!IsSendable(delivery.content) || delivery.channel.size() > kChannelNameLimit) return {};
-  Writer writer(delivery.id != 0 ? FrameKind::kCall : FrameKind::kPost);
-  if (delivery.id != 0) writer.Number(delivery.id);
-  writer.Text<uint16_t>(delivery.channel);
-  WriteMessage(writer, delivery.content);
+std::string EncodeDelivery(uint32_t id, std::string_view channel, const MessageContent& content) {
+  if (!IsSendable(content) || channel.size() > kChannelNameLimit) return {};
+  Writer writer(id != 0 ? FrameKind::kCall : FrameKind::kPost);
+  if (id != 0) writer.Number(id);
+  writer.Text<uint16_t>(channel);
+  WriteMessage(writer, content);
   return writer.Take(kFrameLimit);
 }
 
@@ -319,33 +321,46 @@ std::optional<NodeKey> DecodeNodeGone(std::string_view payload) {
   return Result(reader, node);
 }
 
-char* FrameBuffer::Room(size_t* size) {
-  if (begin_ == end_) {
+char* FrameBuffer::Room(size_t* room) {
+  const size_t have = end_ - begin_;
+  // The rest of a long frame at once: each read of a pipe has its price.
+  size_t wanted = have + kSmallestRead;
+  if (have >= 4) wanted = std::min(std::max(wanted, Length() + 4), 2 * have + kLargestStart);
+  if (have == 0) {
     begin_ = end_ = 0;
     // What one large message took is not kept for the small ones.
-    if (data_.size() > 4 * kSmallestRead) std::vector<char>().swap(data_);
+    if (size_ > 4 * kSmallestRead) size_ = 0;
   }
-  if (data_.size() - end_ < kSmallestRead) {
-    if (begin_ > 0) {
-      std::memmove(data_.data(), data_.data() + begin_, end_ - begin_);
-      end_ -= begin_;
-      begin_ = 0;
-    }
-    if (data_.size() - end_ < kSmallestRead) {
-      data_.resize(std::max(2 * data_.size(), end_ + kSmallestRead));
-    }
+  if (size_ - begin_ < wanted) Reserve(wanted);
+  *room = size_ - end_;
+  return data_.get() + end_;
+}
+
+void FrameBuffer::Reserve(size_t size) {
+  const size_t have = end_ - begin_;
+  if (size_ < size) {
+    auto larger = std::make_unique_for_overwrite<char[]>(size);
+    std::copy_n(data_.get() + begin_, have, larger.get());
+    data_ = std::move(larger);
+    size_ = size;
+  } else {
+    std::memmove(data_.get(), data_.get() + begin_, have);
   }
-  *size = data_.size() - end_;
-  return data_.data() + end_;
+  begin_ = 0;
+  end_ = have;
+}
+
+size_t FrameBuffer::Length() const {
+  return Reader(std::string_view(data_.get() + begin_, 4)).Number<uint32_t>();
 }
 
 FrameBuffer::Result FrameBuffer::Next(Frame& frame) {
   const size_t have = end_ - begin_;
   if (have < 4) return kIncomplete;
-  const size_t length = Reader(std::string_view(data_.data() + begin_, 4)).Number<uint32_t>();
+  const size_t length = Length();
   if (length == 0 || length > frame_limit_) return kBad;
   if (have - 4 < length) return kIncomplete;
-  const char* const bytes = data_.data() + begin_ + 4;
+  const char* const bytes = data_.get() + begin_ + 4;
   frame.kind = static_cast<FrameKind>(static_cast<unsigned char>(bytes[0]));
   frame.payload = std::string_view(bytes + 1, length - 1);
   begin_ += 4 + length;

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "host/messaging/message_content.h"
 #include "module/platform/messaging.h"
@@ -73,8 +73,8 @@ struct RemoteEntry {
 
 // Each gives a whole frame, its length in front.
 std::string EncodeHello(uint64_t number);
-// Empty where the message is too large.
-std::string EncodeDelivery(const Delivery& delivery);
+// A call, or with the id 0 a post. Empty where the message is too large.
+std::string EncodeDelivery(uint32_t id, std::string_view channel, const MessageContent& content);
 std::string EncodeAnswer(uint32_t id, const MessageContent& content);
 std::string EncodeLetGo(uint32_t id);
 std::string EncodePresent(std::string_view pipe_suffix);
@@ -96,8 +96,9 @@ std::optional<NodeKey> DecodeNodeGone(std::string_view payload);
 
 // Takes bytes as they come and gives them back as frames:
 //
-//   std::span<char> room = buffer.Room();
-//   buffer.Commit(ReadInto(room));
+//   size_t room = 0;
+//   char* const place = buffer.Room(&room);
+//   buffer.Commit(ReadUpTo(place, room));
 //   while (buffer.Next(frame) == FrameBuffer::kFrame) Handle(frame);
 //
 // Memory grows with what has come, not with what a length announces.
@@ -114,8 +115,14 @@ class FrameBuffer {
   Result Next(Frame& frame);
 
  private:
+  // Of the frame at begin_; four bytes are there.
+  size_t Length() const;
+  // Makes room for `size` bytes behind begin_.
+  void Reserve(size_t size);
+
   const size_t frame_limit_;
-  std::vector<char> data_;
+  std::unique_ptr<char[]> data_;
+  size_t size_ = 0;
   size_t begin_ = 0;
   size_t end_ = 0;
 };

@@ -211,7 +211,7 @@ uint32_t Node::Post(Gateway& sender, const std::string& channel,
   if (route.local.empty() && route.remote.empty()) return error::kNotConnected;
   uint32_t status = 0;
   if (!route.remote.empty()) {
-    const std::string frame = EncodeDelivery({0, channel, *content});
+    const std::string frame = EncodeDelivery(0, channel, *content);
     if (frame.empty()) return error::kSizeLimit;
     for (const NodeKey& peer : route.remote) {
       uint32_t result = error::kNotConnected;
@@ -236,7 +236,7 @@ uint32_t Node::Send(Gateway& sender, const std::string& channel,
   uint32_t status = 0;
   std::vector<std::shared_ptr<PeerLink>> links;
   if (!route.remote.empty()) {
-    const std::string frame = EncodeDelivery({call->id(), channel, *content});
+    const std::string frame = EncodeDelivery(call->id(), channel, *content);
     if (frame.empty()) return error::kSizeLimit;
     const bool alone = route.local.empty() && route.remote.size() == 1;
     for (const NodeKey& peer : route.remote) {
