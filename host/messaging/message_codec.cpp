@@ -323,15 +323,16 @@ std::optional<NodeKey> DecodeNodeGone(std::string_view payload) {
 
 char* FrameBuffer::Room(size_t* room) {
   const size_t have = end_ - begin_;
-  // The rest of a long frame at once: each read of a pipe has its price.
-  size_t wanted = have + kSmallestRead;
-  if (have >= 4) wanted = std::min(std::max(wanted, Length() + 4), 2 * have + kLargestStart);
   if (have == 0) {
     begin_ = end_ = 0;
     // What one large message took is not kept for the small ones.
     if (size_ > 4 * kSmallestRead) size_ = 0;
   }
-  if (size_ - begin_ < wanted) Reserve(wanted);
+  // The rest of a long frame at once: each read of a pipe has its price.
+  const size_t wanted = have < 4 ? kSmallestRead : std::max(Length() + 4, kSmallestRead);
+  if (size_ - begin_ < wanted && size_ - end_ < kSmallestRead) {
+    Reserve(std::min(wanted, 2 * have + kLargestStart));
+  }
   *room = size_ - end_;
   return data_.get() + end_;
 }
