@@ -167,7 +167,7 @@ void ComesBackWholeOrNotAtAll(const Record& record, const std::set<std::string>&
 }
 
 TEST(RecordsJsonTest, ReportsComeBackWholeOrNotAtAll) {
-  const StringT<wchar_t> text(std::wstring_view(L"\u00E4\U0001F600\0\"\\\n", 8));
+  const StringT<wchar_t> text(std::wstring_view(L"\u00E4\xD83D\xDE00\0\"\\\n", 8));
   DownloadMetadata download;
   download.items = {{"u\0", L"C:\\\u00FC", -5, text}, {}};
   download.runContext = L"[1]";

@@ -39,7 +39,7 @@ class client_subscriber_base {
 template <class E>
 class client_subscriber : public client_subscriber_base {
  protected:
-  E& target() const { return *static_cast<E*>(handler); }
+  E* target() const { return static_cast<E*>(handler); }
 };
 
 // How the event interface `E` travels, said beside its subscriber's class:

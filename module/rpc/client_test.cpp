@@ -41,7 +41,7 @@ struct ChangeChannel final : messaging::rpc::client_subscriber<IThing::IChange> 
                  messaging::rpc::ParameterList& output) override {
     uint32_t number = 0;
     if (!input.ReadValue(kNumber, number)) return error::kBadParameter;
-    target().OnChange(number);
+    target()->OnChange(number);
     output.AddValue(kNumber, number + 1);
     return method_id;
   }

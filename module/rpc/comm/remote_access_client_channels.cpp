@@ -14,14 +14,14 @@ namespace {
 
 // Hands the record to that operation of the observer.
 template <class Observer, class Record>
-int32_t Deliver(Observer& observer, uint32_t (Observer::*event)(const Record&),
+int32_t Deliver(Observer* observer, uint32_t (Observer::*event)(const Record&),
                 const ParameterList& input, Comm::Parameter parameter) {
   std::string text;
   Record record;
   if (!input.ReadBytes(parameter, text) || !messaging::rpc::FromJsonData(text, record)) {
     return error::kBadParameter;
   }
-  return (observer.*event)(record);
+  return (observer->*event)(record);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ int32_t RemoteTerminalMgrClientNotifications::handle(int32_t method_id, const Pa
   StringT<char> terminal;
   if (method_id != Comm::kTerminalClosed || !Comm::ReadId(input, terminal))
     return error::kBadParameter;
-  target().OnTerminalClosed(terminal);
+  target()->OnTerminalClosed(terminal);
   return error::kSuccess;
 }
 

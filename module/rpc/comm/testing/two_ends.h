@@ -8,9 +8,9 @@
 
 #include "module/frame/testing/semaphore.h"
 #include "module/frame/testing/threaded_event_queue.h"
-#include "module/frame/windows.h"
 #include "module/platform/process_info_db.h"
 #include "module/rpc/client.h"
+#include "module/rpc/identity.h"
 #include "module/rpc/server_factory.h"
 #include "module/rpc/testing/faces_host.h"
 #include "module/rpc/testing/memory_messaging.h"
@@ -40,7 +40,7 @@ struct two_ends : ::testing::Test, notifications {
   Target target;
   one_kind_of_process kind;
   memory_bus bus;
-  memory_process& near_end = bus.start(static_cast<int32_t>(GetCurrentProcessId()));
+  memory_process& near_end = bus.start(static_cast<int32_t>(rpc::current_process_id()));
   memory_process& far_end = bus.start(1);
   ThreadedEventQueue queue;
   faces_host near_host;
