@@ -36,7 +36,7 @@ class server_factory : public server_factory_base {
 
   std::unique_ptr<server_base> create_server() override {
     auto made = std::make_unique<P>();
-    made->set_target(&*target);
+    made->set_target(target ? &*target : nullptr);
     return made;
   }
 
