@@ -2,14 +2,34 @@
 
 #include <wchar.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "host/common/file_path.h"
 #include "host/service/configuration.h"
 
 namespace host {
 
+namespace {
+
+struct NamedVerb {
+  const wchar_t* name;
+  CommandLine::Verb verb;
+};
+
+constexpr NamedVerb kVerbs[] = {
+    {L"/process", CommandLine::Verb::kRun},     {L"/stop", CommandLine::Verb::kStop},
+    {L"/install", CommandLine::Verb::kInstall}, {L"/uninstall", CommandLine::Verb::kUninstall},
+    {L"/service", CommandLine::Verb::kService},
+};
+
+}  // namespace
+
 const wchar_t* const kUsage =
-    L"usage: TsrSecurityService /process [/config FILE]   runs the host in the foreground\n"
-    L"       TsrSecurityService /stop    [/config FILE]   stops the host that FILE describes\n"
+    L"usage: TsrSecurityService /process   [/config FILE]   runs the host in the foreground\n"
+    L"       TsrSecurityService /stop      [/config FILE]   stops the host that FILE describes\n"
+    L"       TsrSecurityService /install   [/config FILE]   makes a Windows service of it\n"
+    L"       TsrSecurityService /uninstall [/config FILE]   stops and removes that service\n"
     L"FILE is looked up in the folder that ORN_TSR_CONFIG names, then beside the program, unless "
     L"it "
     L"is a path; at first it is the program's name with \".xml\".";
@@ -20,10 +40,9 @@ std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arg
   std::wstring configuration;
   for (int i = 1; i < count; ++i) {
     const auto is = [&](const wchar_t* text) { return _wcsicmp(arguments[i], text) == 0; };
-    if (is(L"/process") && !verb) {
-      verb = CommandLine::Verb::kRun;
-    } else if (is(L"/stop") && !verb) {
-      verb = CommandLine::Verb::kStop;
+    const auto named = std::ranges::find_if(kVerbs, is, &NamedVerb::name);
+    if (named != std::end(kVerbs) && !verb) {
+      verb = named->verb;
     } else if (is(L"/restricted")) {
       restricted = true;
     } else if (is(L"/config") && configuration.empty() && i + 1 < count && *arguments[i + 1] != 0) {

@@ -8,7 +8,9 @@
 #include "host/service/host_process.h"
 #include "host/service/low_rights.h"
 #include "host/service/report.h"
+#include "host/service/service_install.h"
 #include "host/service/stop_signal.h"
+#include "host/service/windows_service.h"
 
 namespace {
 
@@ -28,6 +30,17 @@ int StopHost(const host::Configuration& configuration) {
   host::ReportProgress(L"Host " + configuration.name +
                        (running ? L" has stopped" : L" was not running"));
   return 0;
+}
+
+int Tell(const host::Configuration& configuration, uint32_t status, const wchar_t* done,
+         const wchar_t* failed) {
+  const std::wstring service = L"Service " + configuration.name;
+  if (status == 0) {
+    host::ReportProgress(service + done);
+  } else {
+    host::ReportError(service + failed + host::DescribeCode(status));
+  }
+  return status == 0 ? 0 : 1;
 }
 
 }  // namespace
@@ -50,7 +63,21 @@ int wmain(int count, wchar_t** arguments) {
   if (!configuration.instance.empty()) {
     SetEnvironmentVariableW(host::kInstanceVariable, configuration.instance.c_str());
   }
-  if (command_line->verb == host::CommandLine::Verb::kStop) return StopHost(configuration);
+  switch (command_line->verb) {
+    case host::CommandLine::Verb::kStop:
+      return StopHost(configuration);
+    case host::CommandLine::Verb::kInstall:
+      return Tell(configuration, host::InstallService(configuration), L" is installed",
+                  L" cannot be installed: ");
+    case host::CommandLine::Verb::kUninstall:
+      return Tell(configuration, host::UninstallService(configuration), L" is removed",
+                  L" cannot be removed: ");
+    case host::CommandLine::Verb::kService:
+      return Tell(configuration, host::WindowsService::Run(configuration), L"",
+                  L" is run by Windows alone: ");
+    case host::CommandLine::Verb::kRun:
+      break;
+  }
 
   host::CatchConsoleStop();
   if (configuration.low_rights && !command_line->restricted) {

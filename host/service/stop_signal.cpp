@@ -5,7 +5,14 @@
 namespace host {
 namespace {
 
+bool IsInServicesSession() {
+  DWORD session = 0;
+  return ProcessIdToSessionId(GetCurrentProcessId(), &session) && session == 0;
+}
+
 BOOL WINAPI OnConsoleEvent(DWORD event) {
+  // There it tells of anybody who leaves the machine, and is not for the processes of a service.
+  if (event == CTRL_LOGOFF_EVENT && IsInServicesSession()) return TRUE;
   static std::atomic<bool> asked{false};
   if (asked.exchange(true) && (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT)) {
     TerminateProcess(GetCurrentProcess(), 1);

@@ -34,6 +34,9 @@ class HostRunner {
   // The exit code.
   DWORD Wait();
   void Kill();
+  // Services of a machine are known by the host's name alone, whatever its instance. Before
+  // Configure.
+  void MakeNameUnique() { name_ += L'-' + std::to_wstring(GetCurrentProcessId()); }
   // Of the program as it was started.
   HANDLE process() const { return process_.get(); }
 
