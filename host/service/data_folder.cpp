@@ -55,8 +55,15 @@ uint32_t TightenFolder(std::wstring path, const SecurityDescriptor& wanted) {
   GetSecurityDescriptorOwner(wanted.get(), &new_owner, &defaulted);
   SECURITY_INFORMATION parts = DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
   if (new_owner != nullptr) parts |= OWNER_SECURITY_INFORMATION;
-  return SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, parts, new_owner, /*group=*/nullptr,
-                               wanted.access_list(), /*sacl=*/nullptr);
+  // The first call goes through all that is in the folder, too; under Wine it lets in whom the
+  // folder above lets in, hence the second.
+  if (const DWORD status =
+          SetNamedSecurityInfoW(path.data(), SE_FILE_OBJECT, parts, new_owner, /*group=*/nullptr,
+                                wanted.access_list(), /*sacl=*/nullptr);
+      status != 0) {
+    return status;
+  }
+  return SetFileSecurityW(path.c_str(), parts, wanted.get()) ? 0 : GetLastError();
 }
 
 }  // namespace
