@@ -6,14 +6,13 @@
 #include "module/frame/json.h"
 #include "module/frame/log.h"
 #include "module/jobs/job_object.h"
+#include "module/terminal/open_parameters.h"
 
 namespace orn::RemoteAccess {
 
 namespace {
 
 constexpr char kModule[] = "RemoteAccess";
-constexpr TerminalSize kDefaultSize{.cols = 80, .rows = 24};
-constexpr uint32_t kDefaultInactivityTimeout = 300;  // seconds
 
 }  // namespace
 
@@ -60,39 +59,18 @@ uint32_t JsonRpcFront::RemoteTerminalOpen(const std::string& parameters) {
     return code;
   }
 
-  Json::Value input;
-  if (!JsonReader().Parse(parameters, input)) {
-    ORN_LOG(logging::kError, trace.function(), L"Failed to parse the serializedInputParams json.");
+  OpenParameters input;
+  if (!ReadOpenParameters(parameters, input)) {
     telemetry_.ProcessToolRanEventForOpenTerminal(error::kBadParameter);
     // The caller is told of success, though there is no terminal.
     return error::kSuccess;
   }
-  const std::string id = JsonText(JsonMember(input, "streamId"));
-  if (id.empty()) {
+  if (input.stream_id.empty()) {
     ORN_LOG(logging::kWarning, trace.function(), L"Empty id received. No terminal created.");
     telemetry_.ProcessToolRanEventForOpenTerminal(error::kBadParameter);
     return error::kBadParameter;
   }
-
-  // What is there but no number counts as missing.
-  TerminalSize size = kDefaultSize;
-  const Json::Value& cols = JsonMember(JsonMember(input, "size"), "cols");
-  const Json::Value& rows = JsonMember(JsonMember(input, "size"), "rows");
-  if (IsJsonUInt(cols) && IsJsonUInt(rows)) {
-    size = {.cols = JsonUInt(cols), .rows = JsonUInt(rows)};
-  } else {
-    ORN_LOG(logging::kNotice, trace.function(),
-            L"No size received, will create terminal with default 80x24.");
-  }
-  uint32_t inactivity_timeout = kDefaultInactivityTimeout;
-  if (const Json::Value& timeout = JsonMember(input, "inactivityTimeout"); IsJsonUInt(timeout)) {
-    inactivity_timeout = JsonUInt(timeout);
-  } else {
-    ORN_LOG(logging::kNotice, trace.function(),
-            L"No inactivityTimeout received, will create terminal with default 300 seconds "
-            L"timeout.");
-  }
-  return sessions_.Open(id, size, inactivity_timeout);
+  return sessions_.Open(input.stream_id, input.size, input.inactivity_timeout);
 }
 
 uint32_t JsonRpcFront::EnsureHost() {

@@ -7,6 +7,7 @@
 
 #include "module/frame/log.h"
 #include "module/frame/thread_name.h"
+#include "module/terminal/stream_message.h"
 
 namespace orn::RemoteAccess {
 
@@ -20,7 +21,6 @@ constexpr uint32_t kStreamInvalid = 9;
 constexpr char kData[] = "data";
 constexpr char kResize[] = "resize";
 constexpr char kStreamStop[] = "streamStop";
-constexpr char kStreamError[] = "streamError";
 constexpr char kEncodedBuffer[] = "encodedBuffer";
 constexpr char kCols[] = "cols";
 constexpr char kRows[] = "rows";
@@ -139,33 +139,34 @@ void Terminal::OnTerminalOutput(const std::vector<uint8_t>& bytes) {
 void Terminal::OnMessage(const std::string& text) {
   const LogFunctionTrace trace(L"orn::RemoteAccess::RemoteAccessAL::Terminal::OnMessage");
   const std::lock_guard lock(message_mutex_);
-  Json::Value message;
-  if (!reader_.Parse(text, message)) {
-    ORN_LOG(logging::kError, trace.function(), L"Failed to parse the msgContent json.");
-    message = Json::Value();
-  }
-  const std::string type = JsonText(JsonMember(message, "type"));
-  if (type == kData) {
-    OnData(message);
-  } else if (type == kResize) {
-    OnResize(message);
-  } else if (type == kStreamStop) {
-    ORN_LOG(logging::kInformation, trace.function(),
-            L"streamStop message received. Will signal terminal uninit.");
-    RequestEnd();
-  } else if (type == kStreamError) {
-    ORN_LOG(logging::kNotice, trace.function(),
-            L"streamError message received. Will signal terminal uninit.");
-    ORN_LOG(logging::kNotice, trace.function(), L"streamError message-content: [%S]", text.c_str());
-    RequestEnd();
+  const StreamMessage message = ReadStreamMessage(text, reader_, base64_);
+  switch (message.kind) {
+    case StreamMessage::Kind::kNone:
+      break;
+    case StreamMessage::Kind::kData:
+      OnData(message.bytes);
+      break;
+    case StreamMessage::Kind::kResize:
+      OnResize(message.size);
+      break;
+    case StreamMessage::Kind::kStreamStop:
+      ORN_LOG(logging::kInformation, trace.function(),
+              L"streamStop message received. Will signal terminal uninit.");
+      RequestEnd();
+      break;
+    case StreamMessage::Kind::kStreamError:
+      ORN_LOG(logging::kNotice, trace.function(),
+              L"streamError message received. Will signal terminal uninit.");
+      ORN_LOG(logging::kNotice, trace.function(), L"streamError message-content: [%S]",
+              text.c_str());
+      RequestEnd();
+      break;
   }
 }
 
-void Terminal::OnData(const Json::Value& message) {
+void Terminal::OnData(const std::vector<uint8_t>& bytes) {
   static constexpr wchar_t kFunction[] = L"orn::RemoteAccess::RemoteAccessAL::Terminal::OnMessage";
   SetEvent(activity_event_.get());
-  std::vector<uint8_t> bytes;
-  base64_.Decode(JsonText(JsonMember(JsonMember(message, kData), kEncodedBuffer)), bytes);
   DWORD written = 0;
   if (!WriteFile(stdin_.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
                  /*overlapped=*/nullptr)) {
@@ -175,12 +176,9 @@ void Terminal::OnData(const Json::Value& message) {
   ORN_LOG(logging::kTrace, kFunction, L"Written %d bytes in terminal.", written);
 }
 
-void Terminal::OnResize(const Json::Value& message) {
+void Terminal::OnResize(const TerminalSize& size) {
   ORN_LOG(logging::kInformation, L"orn::RemoteAccess::RemoteAccessAL::Terminal::OnMessage",
           L"resize message received. Will resize the terminal.");
-  const Json::Value& resize = JsonMember(message, kResize);
-  const TerminalSize size{.cols = JsonUInt(JsonMember(resize, kCols)),
-                          .rows = JsonUInt(JsonMember(resize, kRows))};
   if (TerminalEvents* const events = events_) events->OnTerminalResize(id_, size);
   SendResizeMessage(size);
 }

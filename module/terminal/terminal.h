@@ -72,8 +72,8 @@ class Terminal final : public VeldConnector::Stream::IConnection::IMessageHandle
   void TerminalOutputWorker();
   void UserInactivityChecker();
   void OnTerminalOutput(const std::vector<uint8_t>& bytes);
-  void OnData(const Json::Value& message);
-  void OnResize(const Json::Value& message);
+  void OnData(const std::vector<uint8_t>& bytes);
+  void OnResize(const TerminalSize& size);
   void SendStreamStopMessage();
   // The next two and the two above: with `message_mutex_` held.
   void SendResizeMessage(const TerminalSize& size);
