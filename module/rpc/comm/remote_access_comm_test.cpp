@@ -7,6 +7,7 @@
 #include "module/rpc/comm/remote_access_comm_client_plugin.h"
 #include "module/rpc/comm/remote_access_server_plugin.h"
 #include "module/rpc/comm/testing/fake_remote_access.h"
+#include "module/rpc/comm/testing/listener.h"
 #include "module/rpc/comm/testing/two_ends.h"
 
 namespace orn::RemoteAccess {
@@ -177,33 +178,8 @@ TEST_F(RemoteAccessCommTest, WithoutServerTheStartsAndTheCancelsTellDifferently)
   EXPECT_TRUE(enabled);
 }
 
-// Keeps the events as their texts.
-struct Observer final : IRemoteAccess::IStateEvent,
-                        IRemoteAccess::IFileOperationEvent,
-                        IRemoteAccess::IProcessOperationsEvent {
-  std::vector<std::string> heard;
-  Semaphore heard_one;
-
-  template <class Record>
-  uint32_t Hear(const Record& record) {
-    heard.push_back(ToJsonData(record));
-    heard_one.Release();
-    return 1234;
-  }
-  uint32_t OnTerminalSessionStateChanged(const TerminalSessionState& state) override {
-    return Hear(state);
-  }
-  uint32_t OnDownloadFinished(const DownloadMetadata& metadata) override { return Hear(metadata); }
-  uint32_t OnUploadFinished(const UploadArchiveMetadata& metadata) override {
-    return Hear(metadata);
-  }
-  uint32_t OnProcessFinished(const ProcessExecutionMetadata& metadata) override {
-    return Hear(metadata);
-  }
-};
-
 TEST_F(RemoteAccessCommTest, EventsReachTheirObserverWholeOrNotAtAll) {
-  Observer observer;
+  messaging::rpc::testing::listener observer;
   EXPECT_EQ(client.RegisterStateEvent(&observer, 0, 0), 0u);
   EXPECT_EQ(client.RegisterStateEvent(&observer, 0, 0), 87u);
   EXPECT_EQ(client.RegisterStateEvent(nullptr, 0, 0), 87u);
@@ -216,7 +192,7 @@ TEST_F(RemoteAccessCommTest, EventsReachTheirObserverWholeOrNotAtAll) {
     ASSERT_EQ(observers.size(), 1u);
     EXPECT_EQ((observers[0]->*event)(record), 0u);
     if (!whole) return;
-    observer.heard_one.Acquire();
+    observer.await(1);
     EXPECT_EQ(observer.heard.back(), ToJsonData(record));
   };
   using State = IRemoteAccess::IStateEvent;

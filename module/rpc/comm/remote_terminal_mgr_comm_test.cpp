@@ -4,6 +4,7 @@
 #include "module/rpc/comm/remote_terminal_mgr_comm_client_plugin.h"
 #include "module/rpc/comm/remote_terminal_mgr_server_plugin.h"
 #include "module/rpc/comm/testing/fake_terminal_manager.h"
+#include "module/rpc/comm/testing/listener.h"
 #include "module/rpc/comm/testing/two_ends.h"
 
 namespace orn::RemoteTerminal {
@@ -13,8 +14,6 @@ using messaging::rpc::ParameterList;
 using messaging::rpc::testing::odd_server;
 using messaging::rpc::testing::raw_client;
 using messaging::rpc::testing::two_ends;
-
-using Notifications = IRemoteTerminalManager::IRemoteTerminalManagerNotifications;
 
 template <class Server>
 using Ends = two_ends<RemoteTerminalMgrCommClientPlugin, Server, FakeTerminalManager>;
@@ -88,18 +87,8 @@ TEST_F(RemoteTerminalMgrCommTest, BadInputReachesNobodyAndNoGuestGetsIn) {
   guest.UnInit();
 }
 
-struct Subscriber final : Notifications {
-  std::vector<std::string> heard;
-  Semaphore heard_one;
-
-  void OnTerminalClosed(const StringT<char>& id) override {
-    heard.emplace_back(id.view());
-    heard_one.Release();
-  }
-};
-
 TEST_F(RemoteTerminalMgrCommTest, EndsOfShellsAreToldInOrderWhileOneIsSubscribed) {
-  Subscriber subscriber;
+  messaging::rpc::testing::listener subscriber;
   EXPECT_EQ(client.Register(&subscriber), 0u);
   EXPECT_EQ(client.Register(&subscriber), 87u);
   EXPECT_EQ(client.Register(nullptr), 87u);
@@ -108,8 +97,7 @@ TEST_F(RemoteTerminalMgrCommTest, EndsOfShellsAreToldInOrderWhileOneIsSubscribed
   const Calls ids = {"a", kOddId, "", "b"};
   for (const std::string& id : ids)
     target.subscribers[0]->OnTerminalClosed(StringT<char>(std::string_view(id)));
-  for (size_t i = 0; i < ids.size(); ++i)
-    subscriber.heard_one.Acquire();
+  subscriber.await(ids.size());
   EXPECT_EQ(client.Unregister(&subscriber), 0u);
   EXPECT_EQ(client.Unregister(&subscriber), 87u);
   EXPECT_EQ(subscriber.heard, ids);
