@@ -1,7 +1,5 @@
 #include "host/messaging/channel.h"
 
-#include <mutex>
-
 #include "host/messaging/gateway.h"
 #include "host/messaging/node.h"
 #include "module/frame/error_codes.h"
@@ -38,14 +36,22 @@ void Channel::close_receiver(messaging::receiver*) {
 }
 
 void Channel::set_callback(callback function, void* user, uint32_t) {
-  const std::unique_lock lock(callback_mutex_);
+  Lock lock(mutex_);
   function_ = function;
   user_ = user;
+  idle_.Wait(lock, [this] { return running_ == 0; });
 }
 
 void Channel::Receive(Message* message) {
-  const std::shared_lock lock(callback_mutex_);
-  if (function_ != nullptr) function_(message, user_);
+  Lock lock(mutex_);
+  const callback function = function_;
+  void* const user = user_;
+  if (function == nullptr) return;
+  ++running_;
+  lock.unlock();
+  function(message, user);
+  lock.lock();
+  if (--running_ == 0) idle_.NotifyAll();
 }
 
 }  // namespace host::channels

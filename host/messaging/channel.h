@@ -1,9 +1,11 @@
 #pragma once
 
-#include <shared_mutex>
+#include <cstdint>
 #include <string>
+#include <utility>
 
 #include "host/messaging/message.h"
+#include "host/plugins/common/sync.h"
 #include "module/platform/messaging.h"
 
 namespace host::channels {
@@ -31,10 +33,13 @@ class Channel final : public messaging::channel, public messaging::receiver {
   Gateway& gateway_;
   const std::string name_;
 
-  std::shared_mutex callback_mutex_;  // Shared during a callback.
-  // Guarded by callback_mutex_.
+  // Without kernel objects, as channels are never freed.
+  Mutex mutex_;
+  Condition idle_;
+  // Guarded by mutex_.
   callback function_ = nullptr;
   void* user_ = nullptr;
+  uint32_t running_ = 0;  // Callbacks.
 };
 
 }  // namespace host::channels

@@ -16,7 +16,7 @@ void Gateway::Close() {
   std::vector<std::shared_ptr<PendingCall>> calls;
   std::vector<Channel*> channels;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     node.swap(node_);
     calls.swap(calls_);
     for (const auto& [name, channel] : channels_)
@@ -30,12 +30,12 @@ void Gateway::Close() {
     channel->close_receiver(channel);
   std::thread thread;
   {
-    const std::lock_guard lock(observers_mutex_);
+    const Lock lock(observers_mutex_);
     stopping_ = true;
     notices_.clear();
     observers_.clear();
     thread.swap(thread_);
-    changed_.notify_all();
+    changed_.NotifyAll();
   }
   if (thread.joinable()) thread.join();
 }
@@ -46,7 +46,7 @@ void Gateway::add_observer(messaging::channel_observer* observer) {
   own_node->Observe(
       *this,
       [&] {
-        const std::lock_guard lock(observers_mutex_);
+        const Lock lock(observers_mutex_);
         if (stopping_ || std::ranges::find(observers_, observer) != observers_.end()) return false;
         observers_.push_back(observer);
         if (!thread_.joinable()) thread_ = std::thread(&Gateway::RunObservers, this);
@@ -56,12 +56,12 @@ void Gateway::add_observer(messaging::channel_observer* observer) {
 }
 
 void Gateway::remove_observer(messaging::channel_observer* observer) {
-  std::unique_lock lock(observers_mutex_);
+  Lock lock(observers_mutex_);
   std::erase(observers_, observer);
   std::erase_if(notices_, [&](const Notice& notice) { return notice.observer == observer; });
   // An observer that takes itself out cannot wait for its own end.
   if (thread_.get_id() == std::this_thread::get_id()) return;
-  changed_.wait(lock, [&] { return running_ != observer; });
+  changed_.Wait(lock, [&] { return running_ != observer; });
 }
 
 void Gateway::add_subscriber(const messaging::channel_subscriber& entry) {
@@ -77,33 +77,33 @@ messaging::message* Gateway::create_message(int32_t) {
 }
 
 messaging::channel* Gateway::open_channel(const char* name) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   std::unique_ptr<Channel>& channel = channels_[name];
   if (channel == nullptr) channel = std::make_unique<Channel>(*this, name);
   return channel.get();
 }
 
 std::shared_ptr<Node> Gateway::node() {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return node_;
 }
 
 bool Gateway::AddCall(const std::shared_ptr<PendingCall>& call) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   if (node_ == nullptr) return false;
   calls_.push_back(call);
   return true;
 }
 
 void Gateway::RemoveCall(const std::shared_ptr<PendingCall>& call) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   std::erase(calls_, call);
 }
 
 void Gateway::Receive(std::string_view channel, Message* message) {
   Channel* receiver = nullptr;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     const auto found = channels_.find(channel);
     if (found != channels_.end()) receiver = found->second.get();
   }
@@ -119,19 +119,19 @@ bool Gateway::ServesLocked(std::string_view channel) const {
 void Gateway::Tell(bool added, const messaging::channel_subscriber& entry,
                    messaging::channel_observer* only) {
   if (entry.channel != channel_) return;
-  const std::lock_guard lock(observers_mutex_);
+  const Lock lock(observers_mutex_);
   if (stopping_) return;
   for (messaging::channel_observer* const observer : observers_) {
     if (only == nullptr || only == observer) notices_.push_back({added, entry, observer});
   }
-  changed_.notify_all();
+  changed_.NotifyAll();
 }
 
 void Gateway::RunObservers() {
   orn::SetThreadName(L"Messaging observers");
-  std::unique_lock lock(observers_mutex_);
+  Lock lock(observers_mutex_);
   for (;;) {
-    changed_.wait(lock, [this] { return stopping_ || !notices_.empty(); });
+    changed_.Wait(lock, [this] { return stopping_ || !notices_.empty(); });
     if (stopping_) return;
     const Notice notice = std::move(notices_.front());
     notices_.pop_front();
@@ -144,7 +144,7 @@ void Gateway::RunObservers() {
     }
     lock.lock();
     running_ = nullptr;
-    changed_.notify_all();
+    changed_.NotifyAll();
   }
 }
 

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -14,6 +12,7 @@
 #include "host/messaging/channel.h"
 #include "host/messaging/message.h"
 #include "host/messaging/pending_call.h"
+#include "host/plugins/common/sync.h"
 #include "module/platform/messaging.h"
 
 namespace host::channels {
@@ -69,14 +68,15 @@ class Gateway final : public messaging::channel_gateway, public messaging::chann
 
   const std::string channel_;
 
-  std::mutex mutex_;
+  // Without kernel objects, as gateways are never freed.
+  Mutex mutex_;
   // Guarded by mutex_.
   std::shared_ptr<Node> node_;
   std::map<std::string, std::unique_ptr<Channel>, std::less<>> channels_;
   std::vector<std::shared_ptr<PendingCall>> calls_;
 
-  std::mutex observers_mutex_;  // Below the node's mutex.
-  std::condition_variable changed_;
+  Mutex observers_mutex_;  // Below the node's mutex.
+  Condition changed_;
   // Guarded by observers_mutex_.
   std::vector<messaging::channel_observer*> observers_;
   std::deque<Notice> notices_;

@@ -63,10 +63,7 @@ bool Hub::Welcome(const std::shared_ptr<ServedPipe>& client, NodeKey& node) {
   std::optional<std::string> suffix = DecodePresent(frame.payload);
   if (!suffix) return false;
   node = {client->pid, *number};
-  Member member{client, std::move(*suffix), /*administrator=*/false, {}};
-  const orn::UniqueHandle process(
-      OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, /*inherit=*/FALSE, client->pid));
-  member.administrator = IsAdministrator(process.get());
+  Member member{client, std::move(*suffix), IsAdministratorProcess(client->pid), {}};
   const std::lock_guard lock(mutex_);
   for (const auto& [other, known] : members_) {
     for (const auto& [key, entry] : known.entries) {

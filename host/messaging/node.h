@@ -88,8 +88,10 @@ class Node {
   void AddRemote(const RemoteEntry& entry);
   void RemoveRemote(const RemoteEntry& entry);
   void RemovePeer(const NodeKey& node);
-  // Nothing is known of the others any more; connections that work stay.
+  // The hub has gone: nothing is known of the others any more. Connections that work stay.
   void ForgetEntries();
+  // Takes out the peers that are nothing but connections that have ended.
+  void DropDeadPeers();
   void TellLocked(bool added, const messaging::channel_subscriber& entry);
   void TellHubLocked(std::string frame);
 

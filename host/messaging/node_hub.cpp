@@ -45,8 +45,11 @@ void Node::RunHub() {
             TellHubLocked(EncodeEntry(FrameKind::kAddEntry, entry));
       }
       hub->Attach(std::move(pipe));
+      // Who died with or after the last hub is gone by now.
+      DropDeadPeers();
       ListenToHub(*hub);
       ForgetEntries();
+      DropDeadPeers();
     }
     if (WaitForSingleObject(stop_.get(), pause) == WAIT_OBJECT_0) return;
     pause = std::min(2 * pause, kLongestPause);
@@ -125,16 +128,24 @@ void Node::RemovePeer(const NodeKey& node) {
 }
 
 void Node::ForgetEntries() {
-  std::vector<std::shared_ptr<PeerLink>> broken;  // They end with no lock held.
   const std::lock_guard lock(mutex_);
   hub_.reset();
-  for (auto it = peers_.begin(); it != peers_.end();) {
-    for (const auto& [key, entry] : it->second.entries)
+  for (auto& [node, peer] : peers_) {
+    for (const auto& [key, entry] : peer.entries)
       TellLocked(/*added=*/false, entry);
-    it->second.entries.clear();
-    const bool works = it->second.link != nullptr && !it->second.link->broken();
-    if (!works) broken.push_back(std::move(it->second.link));
-    it = works ? std::next(it) : peers_.erase(it);
+    peer.entries.clear();
+  }
+}
+
+void Node::DropDeadPeers() {
+  std::vector<std::shared_ptr<PeerLink>> dead;  // They end with no lock held.
+  const std::lock_guard lock(mutex_);
+  for (auto it = peers_.begin(); it != peers_.end();) {
+    std::shared_ptr<PeerLink>& link = it->second.link;
+    if (link != nullptr) link->Probe();
+    const bool is_dead = it->second.entries.empty() && (link == nullptr || link->broken());
+    if (is_dead) dead.push_back(std::move(link));
+    it = is_dead ? peers_.erase(it) : std::next(it);
   }
 }
 

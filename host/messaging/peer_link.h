@@ -41,6 +41,10 @@ class PeerLink {
   // Ends the calls under way.
   void Break();
   bool broken() const { return stream_.broken(); }
+  // Breaks it where the far end has closed its own.
+  void Probe() {
+    if (!stream_.Probe()) Break();
+  }
 
  private:
   struct Waiting {

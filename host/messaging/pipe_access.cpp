@@ -4,11 +4,10 @@
 #include <ntsecapi.h>
 #include <sddl.h>
 
-#include <memory>
 #include <mutex>
-#include <vector>
 
 #include "host/common/host_presence.h"
+#include "host/common/security.h"
 #include "module/frame/scope_guard.h"
 
 namespace host::channels {
@@ -26,54 +25,27 @@ constexpr DWORD kGuestRights =
 std::mutex account_mutex;
 std::wstring admitted_account;  // Guarded by account_mutex.
 
-std::vector<char> TokenData(HANDLE token, TOKEN_INFORMATION_CLASS what) {
-  DWORD size = 0;
-  GetTokenInformation(token, what, nullptr, 0, &size);
-  std::vector<char> data(size);
-  if (!GetTokenInformation(token, what, data.data(), size, &size)) data.clear();
-  return data;
-}
-
-std::vector<char> OwnUser() {
-  orn::UniqueHandle token;
-  OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put());
-  return TokenData(token.get(), TokenUser);
-}
-
-PSID SidOf(std::vector<char>& user) {
-  return user.empty() ? nullptr : reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid;
-}
-
-std::wstring SidText(PSID sid) {
-  wchar_t* text = nullptr;
-  if (sid == nullptr || !ConvertSidToStringSidW(sid, &text)) return {};
-  std::wstring result = text;
-  LocalFree(text);
-  return result;
-}
-
 std::wstring Prefix() {
   wchar_t instance[128];
   const DWORD length = GetEnvironmentVariableW(kInstanceVariable, instance, 128);
   return L"\\\\.\\pipe\\Tsr.Messaging/" + std::wstring(instance, length < 128 ? length : 0) + L'/';
 }
 
-// Who gets through: nobody from the network comes near it, see CreatePipeEnd.
+// Who gets through; from the network nobody does, see CreatePipeEnd. An administrator's pipe
+// belongs to the administrators and is fully theirs alone: a low process of the same user is a
+// guest.
 std::wstring DescriptorText() {
-  std::vector<char> user = OwnUser();
-  const std::wstring own = SidText(SidOf(user));
-  std::wstring text = L"O:" + own + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + own + L')';
+  wchar_t guest[16];
+  swprintf_s(guest, 16, L"0x%lx", kGuestRights);
+  const auto allow = [](const std::wstring& rights, const std::wstring& sid) {
+    return sid.empty() ? L"" : L"(A;;" + rights + L";;;" + sid + L')';
+  };
+  const bool administrator = IsAdministrator();
+  const std::wstring user = UserSid();
   const std::lock_guard lock(account_mutex);
-  if (!admitted_account.empty()) {
-    wchar_t rights[16];
-    swprintf_s(rights, 16, L"0x%lx", kGuestRights);
-    text += L"(A;;" + std::wstring(rights) + L";;;" + admitted_account + L')';
-  }
-  return text;
-}
-
-bool IsWellKnown(PSID sid, WELL_KNOWN_SID_TYPE type) {
-  return sid != nullptr && IsWellKnownSid(sid, type);
+  return L"O:" + (administrator ? L"BA" : user) + L"D:P" + allow(L"GA", L"BA") +
+         allow(guest, L"SY") + allow(administrator ? guest : L"GA", user) +
+         allow(guest, admitted_account);
 }
 
 void Random(void* bytes, ULONG count) {
@@ -120,17 +92,16 @@ bool AdmitAccount(const std::wstring& sid) {
 }
 
 orn::UniqueFile CreatePipeEnd(const std::wstring& name, bool first) {
-  SECURITY_ATTRIBUTES security{sizeof(SECURITY_ATTRIBUTES), nullptr, /*inherit=*/FALSE};
-  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(
-          DescriptorText().c_str(), SDDL_REVISION_1, &security.lpSecurityDescriptor, nullptr)) {
+  SecurityDescriptor security(DescriptorText());
+  if (security.attributes() == nullptr) {
+    SetLastError(ERROR_INVALID_SECURITY_DESCR);
     return {};
   }
-  const orn::ScopeGuard free([&] { LocalFree(security.lpSecurityDescriptor); });
   const DWORD first_flag = first ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
   return orn::UniqueFile(CreateNamedPipeW(
       name.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | first_flag,
       PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS,
-      PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize, /*timeout=*/0, &security));
+      PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize, /*timeout=*/0, security.attributes()));
 }
 
 orn::UniqueFile OpenPipe(const std::wstring& name) {
@@ -153,11 +124,12 @@ uint32_t ServerOf(HANDLE pipe) {
   return GetNamedPipeServerProcessId(pipe, &pid) ? pid : 0;
 }
 
-bool IsAdministrator(HANDLE process) {
+bool IsAdministratorProcess(uint32_t pid) {
+  const orn::UniqueHandle process(
+      OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, /*inherit=*/FALSE, pid));
   orn::UniqueHandle token;
   orn::UniqueHandle copy;
-  if (process == nullptr ||
-      !OpenProcessToken(process, TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) ||
+  if (!process || !OpenProcessToken(process.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) ||
       !DuplicateToken(token.get(), SecurityIdentification, copy.put())) {
     return false;
   }
@@ -176,9 +148,12 @@ bool IsTrustworthyOwner(HANDLE pipe) {
     return false;
   }
   const orn::ScopeGuard free([&] { LocalFree(descriptor); });
-  std::vector<char> user = OwnUser();
-  return IsWellKnown(owner, WinLocalSystemSid) || IsWellKnown(owner, WinBuiltinAdministratorsSid) ||
-         (SidOf(user) != nullptr && owner != nullptr && EqualSid(owner, SidOf(user)));
+  wchar_t* text = nullptr;
+  if (owner == nullptr || !ConvertSidToStringSidW(owner, &text)) return false;
+  const std::wstring sid(text);
+  LocalFree(text);
+  return IsWellKnownSid(owner, WinBuiltinAdministratorsSid) ||
+         (!IsAdministrator() && sid == UserSid());
 }
 
 }  // namespace host::channels

@@ -17,7 +17,7 @@ std::string RandomSuffix();
 uint64_t RandomNumber();
 
 // Whom this process's pipes admit beside SYSTEM, the administrators and its own account: a SID's
-// text, empty for none. Before the first pipe is made. False for what is no SID.
+// text, empty for none. For pipes that are made later. False for what is no SID.
 bool AdmitAccount(const std::wstring& sid);
 
 // One more end of the pipe `name` for a client to connect to, overlapped. Only the first makes the
@@ -32,10 +32,10 @@ orn::UniqueFile OpenPipe(const std::wstring& name);
 uint32_t ClientOf(HANDLE pipe);
 uint32_t ServerOf(HANDLE pipe);
 
-// Whether the process belongs to the administrators or to the system itself.
-bool IsAdministrator(HANDLE process);
-// Whether the pipe belongs to an administrator, the system or this process's own account, so that
-// what introduces others is no impostor who was first with the name.
+// Whether the process has the administrators' rights, as the system itself has.
+bool IsAdministratorProcess(uint32_t pid);
+// Whether who made the pipe may introduce others, so that no impostor who was first with the name
+// can: to an administrator only an administrator may.
 bool IsTrustworthyOwner(HANDLE pipe);
 
 }  // namespace host::channels

@@ -136,6 +136,11 @@ PipeStream::Event PipeStream::Next(Frame& frame, uint32_t timeout, bool reading)
   }
 }
 
+bool PipeStream::Probe() const {
+  const HANDLE pipe = attached_pipe_;
+  return pipe == nullptr || PeekNamedPipe(pipe, nullptr, 0, nullptr, nullptr, nullptr);
+}
+
 void PipeStream::Wake() {
   PostQueuedCompletionStatus(port_.get(), /*bytes=*/0, kWakeKey, /*overlapped=*/nullptr);
 }

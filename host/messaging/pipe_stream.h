@@ -46,6 +46,8 @@ class PipeStream {
   // Any thread. Ends the stream; the pump returns kBroken.
   void Break();
   bool broken() const { return broken_; }
+  // Any thread. False where it can be told that the far end has gone, though nobody pumps.
+  bool Probe() const;
   // The far end sent what is no frame.
   bool malformed() const { return malformed_; }
   size_t waiting() const { return waiting_; }

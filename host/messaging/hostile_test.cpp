@@ -1,0 +1,231 @@
+// What a process that means harm, or is broken, can do to the others.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "host/messaging/message_codec.h"
+#include "host/messaging/pipe_access.h"
+#include "host/messaging/testing/echo_peer.h"
+#include "module/frame/error_codes.h"
+#include "module/jobs/testing/child_roles.h"
+
+namespace host::channels::testing {
+namespace {
+
+constexpr const char* kSuffix = "0123456789abcdef0123456789abcdef";
+
+CHILD_ROLE(ServeSafely) {
+  EchoServer server;
+  AwaitParentsEnd();
+  return 0;
+}
+
+// A connection of bare bytes.
+class RawClient {
+ public:
+  explicit RawClient(const std::wstring& name) : pipe_(OpenPipe(name)) {
+    EXPECT_TRUE(pipe_) << GetLastError();
+  }
+
+  void Send(const std::string& bytes) { Transfer(/*write=*/true, nullptr, bytes); }
+
+  // The next frame; its kind is 0 when the other end has closed the pipe.
+  std::pair<uint8_t, std::string> Receive() {
+    std::string length(4, '\0');
+    if (!Transfer(/*write=*/false, &length, {})) return {};
+    uint32_t size = 0;
+    memcpy(&size, length.data(), 4);
+    std::string frame(size, '\0');
+    if (!Transfer(/*write=*/false, &frame, {})) return {};
+    return {static_cast<uint8_t>(frame[0]), frame.substr(1)};
+  }
+  void AwaitEnd() {
+    while (Receive().first != 0) {
+    }
+  }
+
+ private:
+  bool Transfer(bool write, std::string* read, const std::string& written) {
+    size_t at = 0;
+    const size_t size = write ? written.size() : read->size();
+    while (at < size) {
+      OVERLAPPED io{};
+      io.hEvent = event_.get();
+      const auto count = static_cast<DWORD>(size - at);
+      const BOOL good = write ? WriteFile(pipe_.get(), written.data() + at, count, nullptr, &io)
+                              : ReadFile(pipe_.get(), read->data() + at, count, nullptr, &io);
+      DWORD done = 0;
+      if (!good && GetLastError() != ERROR_IO_PENDING) return false;
+      if (!GetOverlappedResult(pipe_.get(), &io, &done, /*wait=*/TRUE)) return false;
+      at += done;
+    }
+    return true;
+  }
+
+  const orn::UniqueFile pipe_;
+  const orn::UniqueHandle event_{CreateEventW(nullptr, /*manualReset=*/TRUE, FALSE, nullptr)};
+};
+
+// Where the server of this name listens, as the hub tells everybody; and as which node.
+RemoteEntry FindServer() {
+  RawClient member(HubPipeName());
+  member.Send(EncodeHello(1) + EncodePresent(kSuffix));
+  for (;;) {
+    const auto [kind, payload] = member.Receive();
+    if (kind == 0) return {};
+    const auto entry = DecodeRemoteEntry(payload);
+    if (entry && entry->entry.id == "server") return *entry;
+  }
+}
+
+std::string Request(uint32_t id, const char* what) {
+  MessageContent content;
+  content.type = 18;
+  content.Set("what", messaging::message::kString).bytes = what;
+  content.Set("rpc_impersonated_pid", messaging::message::kInt).number = 4;
+  content.Set("data", messaging::message::kBinary).bytes = "d";
+  return EncodeDelivery(id, kChannel, content);
+}
+
+TEST(HostileProcess, BadBytesEndTheirOwnConnectionOnly) {
+  NewInstance();
+  HubProcess hub;
+  Party client;
+  Child server("ServeSafely");
+  client.AwaitEntry("server");
+  const RemoteEntry known = FindServer();
+  const std::wstring server_pipe = NodePipeName(known.node.pid, known.pipe_suffix);
+  ASSERT_EQ(client.Ask("echo", "x"), "x");
+  std::string old_version = EncodeHello(1);
+  old_version[9] = 0;
+  const std::string hello = EncodeHello(1);
+  std::string broken_message = Request(1, "echo");
+  broken_message[5 + 4] = 127;  // The length of the channel's name.
+  const std::string all[] = {
+      old_version,
+      Request(1, "echo"),  // Without an introduction.
+      hello + std::string("\x01\x04\x00\x04", 4),
+      hello + std::string(4, '\0'),
+      hello + broken_message,
+      hello + hello,
+      hello + EncodeAnswer(1, {}),
+      hello + EncodeNodeGone({1, 1}),
+      std::string(100'000, 'x'),
+  };
+  for (const std::string& bytes : all) {
+    for (const std::wstring& name : {server_pipe, HubPipeName()}) {
+      RawClient hostile(name);
+      hostile.Send(bytes);
+      hostile.AwaitEnd();
+    }
+    EXPECT_EQ(client.Ask("echo", "x"), "x");
+  }
+  {
+    RawClient truncated(server_pipe);
+    truncated.Send(hello + Request(1, "echo").substr(0, 20));
+    RawClient silent(server_pipe);
+    EXPECT_EQ(client.Ask("echo", "x"), "x");
+  }
+  EXPECT_EQ(client.TimesAdded("server"), 1);
+}
+
+TEST(HostileProcess, NobodyIsTakenForAnother) {
+  NewInstance();
+  HubProcess hub;
+  Party client;
+  Child server("ServeSafely");
+  client.AwaitEntry("server");
+  const RemoteEntry known = FindServer();
+  // It claims to be the server's own node, and whatever its message says.
+  RawClient liar(NodePipeName(known.node.pid, known.pipe_suffix));
+  liar.Send(EncodeHello(known.node.number) + Request(7, "sender"));
+  const auto [kind, payload] = liar.Receive();
+  ASSERT_EQ(kind, static_cast<uint8_t>(FrameKind::kAnswer));
+  const auto answer = DecodeAnswer(payload);
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->content.Find("data", messaging::message::kBinary)->bytes,
+            std::to_string(GetCurrentProcessId()));
+  // Nor at the hub, where its going does not make the server go.
+  auto impostor = std::make_unique<RawClient>(HubPipeName());
+  impostor->Send(EncodeHello(known.node.number) + EncodePresent(kSuffix) +
+                 EncodeEntry(FrameKind::kAddEntry, {known.entry.pid, kChannel, "impostor", {}}));
+  EXPECT_EQ(client.AwaitEntry("impostor"), static_cast<int32_t>(GetCurrentProcessId()));
+  impostor.reset();
+  client.AwaitNoEntry("impostor");
+  EXPECT_EQ(client.Ask("echo", "x"), "x");
+  EXPECT_EQ(client.TimesAdded("server"), 1);
+}
+
+CHILD_ROLE(AnnounceWithoutRights) {
+  BYTE sid[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof(sid);
+  CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size);
+  SID_AND_ATTRIBUTES administrators{.Sid = sid, .Attributes = 0};
+  orn::UniqueHandle own;
+  orn::UniqueHandle low;
+  OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, own.put());
+  if (!CreateRestrictedToken(own.get(), 0, 1, &administrators, 0, nullptr, 0, nullptr, low.put())) {
+    return 1;
+  }
+  std::wstring command(RoleCommandLine("AnnounceServer").view());
+  STARTUPINFOW startup{};
+  startup.cb = sizeof(startup);
+  PROCESS_INFORMATION process{};
+  if (!CreateProcessAsUserW(low.get(), nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                            nullptr, &startup, &process)) {
+    return 2;
+  }
+  WaitForSingleObject(process.hProcess, INFINITE);
+  return 0;
+}
+
+CHILD_ROLE(AnnounceServer) {
+  Party party;
+  party.Announce("forbidden", "2");
+  party.Announce("low client", "1");
+  party.AwaitEntry("seen");
+  return 0;
+}
+
+TEST(HostileProcess, OnlyAdministratorsServeButWhereTheHubSaysOtherwise) {
+  NewInstance();
+  if (!IsAdministratorProcess(GetCurrentProcessId())) GTEST_SKIP() << "needs an administrator";
+  for (const bool allowed : {false, true}) {
+    HubProcess hub(allowed ? L"Other;TsrComm.Test" : L"Other");
+    Party watcher;
+    Child low("AnnounceWithoutRights");
+    watcher.AwaitEntry("low client");
+    EXPECT_EQ(watcher.TimesAdded("forbidden"), allowed ? 1 : 0);
+    watcher.Announce("seen", "1");
+    EXPECT_EQ(low.Await(), 0u);
+    watcher.AwaitNoEntry("low client");
+  }
+}
+
+TEST(HostileProcess, ManyThatComeAndGoLeaveNothingBehind) {
+  NewInstance();
+  HubProcess hub;
+  EchoServer server;
+  const auto come_and_go = [](int times) {
+    for (int i = 0; i < times; ++i) {
+      const RemoteEntry known = FindServer();
+      RawClient client(NodePipeName(known.node.pid, known.pipe_suffix));
+      client.Send(EncodeHello(1) + Request(1, "echo"));
+      EXPECT_EQ(client.Receive().first, static_cast<uint8_t>(FrameKind::kAnswer));
+      Party party;
+      party.AwaitEntry("server");
+    }
+  };
+  come_and_go(20);
+  const size_t before = CountHandles();
+  come_and_go(150);
+  // A connection or two may still be on its way out.
+  EXPECT_LE(CountHandles(), before + 12);
+}
+
+}  // namespace
+}  // namespace host::channels::testing
