@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
 
+#include "host/common/security.h"
 #include "host/messaging/message_codec.h"
 #include "host/messaging/pipe_access.h"
 #include "host/messaging/testing/echo_peer.h"
@@ -193,7 +193,7 @@ CHILD_ROLE(AnnounceServer) {
 
 TEST(HostileProcess, OnlyAdministratorsServeButWhereTheHubSaysOtherwise) {
   NewInstance();
-  if (!IsAdministratorProcess(GetCurrentProcessId())) GTEST_SKIP() << "needs an administrator";
+  if (!IsAdministrator()) GTEST_SKIP() << "needs an administrator";
   for (const bool allowed : {false, true}) {
     HubProcess hub(allowed ? L"Other;TsrComm.Test" : L"Other");
     Party watcher;

@@ -63,7 +63,8 @@ bool Hub::Welcome(const std::shared_ptr<ServedPipe>& client, NodeKey& node) {
   std::optional<std::string> suffix = DecodePresent(frame.payload);
   if (!suffix) return false;
   node = {client->pid, *number};
-  Member member{client, std::move(*suffix), IsAdministratorProcess(client->pid), {}};
+  Member member{
+      client, std::move(*suffix), IsAdministratorProcess(client->pid, client->connected), {}};
   const std::lock_guard lock(mutex_);
   for (const auto& [other, known] : members_) {
     for (const auto& [key, entry] : known.entries) {

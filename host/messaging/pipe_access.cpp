@@ -48,6 +48,10 @@ std::wstring DescriptorText() {
          allow(guest, admitted_account);
 }
 
+uint64_t Number(const FILETIME& time) {
+  return uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+
 void Random(void* bytes, ULONG count) {
   // Advapi32's door to the system's generator; it does not fail.
   RtlGenRandom(bytes, count);
@@ -124,12 +128,22 @@ uint32_t ServerOf(HANDLE pipe) {
   return GetNamedPipeServerProcessId(pipe, &pid) ? pid : 0;
 }
 
-bool IsAdministratorProcess(uint32_t pid) {
+uint64_t SystemTime() {
+  FILETIME now;
+  GetSystemTimePreciseAsFileTime(&now);
+  return Number(now);
+}
+
+bool IsAdministratorProcess(uint32_t pid, uint64_t connected) {
   const orn::UniqueHandle process(
       OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, /*inherit=*/FALSE, pid));
+  FILETIME created;
+  FILETIME other;
   orn::UniqueHandle token;
   orn::UniqueHandle copy;
-  if (!process || !OpenProcessToken(process.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) ||
+  if (!process || !GetProcessTimes(process.get(), &created, &other, &other, &other) ||
+      Number(created) > connected ||
+      !OpenProcessToken(process.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) ||
       !DuplicateToken(token.get(), SecurityIdentification, copy.put())) {
     return false;
   }

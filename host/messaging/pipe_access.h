@@ -32,8 +32,11 @@ orn::UniqueFile OpenPipe(const std::wstring& name);
 uint32_t ClientOf(HANDLE pipe);
 uint32_t ServerOf(HANDLE pipe);
 
-// Whether the process has the administrators' rights, as the system itself has.
-bool IsAdministratorProcess(uint32_t pid);
+// The system's time now.
+uint64_t SystemTime();
+// Whether the process with that id has the administrators' rights, as the system itself has. False
+// for one that began after `connected`, when another one had the id.
+bool IsAdministratorProcess(uint32_t pid, uint64_t connected);
 // Whether who made the pipe may introduce others, so that no impostor who was first with the name
 // can: to an administrator only an administrator may.
 bool IsTrustworthyOwner(HANDLE pipe);

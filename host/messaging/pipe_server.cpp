@@ -94,7 +94,7 @@ void PipeServer::Admit(orn::UniqueFile pipe) {
     return;
   }
   Connection& connection = connections_.emplace_back();
-  connection.client = std::make_shared<ServedPipe>(frame_limit_, pid);
+  connection.client = std::make_shared<ServedPipe>(frame_limit_, pid, SystemTime());
   connection.client->stream.Attach(std::move(pipe));
   connection.thread = std::thread([this, &connection] {
     orn::SetThreadName(thread_name_);

@@ -15,10 +15,12 @@ namespace host::channels {
 
 // A client of a pipe server.
 struct ServedPipe {
-  ServedPipe(size_t frame_limit, uint32_t client) : stream(frame_limit), pid(client) {}
+  ServedPipe(size_t frame_limit, uint32_t client, uint64_t time)
+      : stream(frame_limit), pid(client), connected(time) {}
 
   PipeStream stream;
-  const uint32_t pid;  // As the operating system says.
+  const uint32_t pid;        // As the operating system says.
+  const uint64_t connected;  // The system's time.
 };
 
 // Takes connections on a pipe's name, each on a thread of its own.

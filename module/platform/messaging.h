@@ -9,7 +9,14 @@
 
 // The messaging library, "messaging_tsr.dll": named channels between the agent's processes. The
 // order of the operations is binary contract. Names and texts are UTF-8. Any thread may call, but
-// for what is said of observers and callbacks.
+// for what is said of observers and callbacks; neither of them may destroy a gateway. The library
+// stays loaded once it has made a gateway.
+//
+// What travels, by the type of the message: 17 and 18 go to the processes that have announced a
+// server on the channel (an entry with the property "rpc_subscriber_type" "2"), 19 and 20 to the
+// process that the integer "rpc_subscriber_pid" names, and there they are taken only from a process
+// with a server on that channel. Nothing else goes anywhere. The sender's own gateway gets nothing
+// of its own; other gateways of its process do, on the sender's thread.
 namespace messaging {
 
 // A flat bag of named, typed fields.
@@ -32,7 +39,8 @@ struct message {
   // True for a field of that name and that type only.
   virtual bool has_field(const char* name, int32_t type) const = 0;
   // Answers this received message; without effect where nobody waits, and the second time. The
-  // answer stays the caller's.
+  // answer stays the caller's. Never blocks. A received message whose last reference goes without
+  // an answer tells the sender so.
   virtual void reply(message* answer) = 0;
   virtual void add_ref() = 0;
   virtual void release() = 0;
@@ -51,9 +59,10 @@ struct channel_subscriber {
   std::map<std::string, std::string> properties;
 };
 
-// Told of the entries on a channel. Calls come one at a time and in order, from a thread that no
-// reply waits for, so an observer may wait for a lock that is held during a call to another
-// process.
+// Told of the entries on the gateway's channel. Calls come one at a time and in order, from a
+// thread of the gateway that no reply and no other gateway waits for, so an observer may wait for a
+// lock that is held during a call to another process. While the agent has no hub, no process hears
+// of another: entries of others are removed with the hub and come again with the next one.
 struct channel_observer {
   virtual void on_new_subscriber(const std::string& channel, const channel_subscriber& entry) = 0;
   virtual void on_subscriber_removed(const std::string& channel,
@@ -64,8 +73,10 @@ struct channel_observer {
 };
 
 struct receiver {
-  // Called for each message that arrives, on threads of the library; the message is the library's,
-  // add_ref keeps it.
+  // Called for each message that arrives, on threads of the library or of a sender in this process,
+  // several at once; those of one sender's thread in their order. The message is the library's,
+  // add_ref keeps it. While a process keeps 512 messages of another one, or 32 MiB, no more are
+  // read from that one.
   using callback = void (*)(message* received, void* user);
   virtual void set_callback(callback function, void* user, uint32_t options) = 0;
 
@@ -77,11 +88,14 @@ struct receiver {
 struct channel {
   static constexpr uint32_t kMilliseconds = 0x80000000;  // Bit 31 of a time-out.
 
-  // Sends to all others on the channel, without waiting for any. Returns 0 or a failure.
+  // Sends to all whom it concerns, without waiting for any. Returns 0; 2250 where there is nobody
+  // or a connection is lost; 170 where a receiver is more than 16 MiB behind, which then does not
+  // get it; 223 for more than 64 MiB.
   virtual uint32_t post(message* sent) = 0;
   // Sends and waits for the first answer, at most `timeout`: a count of milliseconds with bit 31
-  // set. `*answer` is null when none came, else the caller's reference. Returns as soon as nobody
-  // is left who could answer.
+  // set. `*answer` is null when none came, else the caller's reference. Returns 0 with an answer;
+  // 1460 at the time-out; 2250 as soon as nobody is left who could answer (each has let go of the
+  // request or died) or the gateway is destroyed; 170 and 223 as post.
   virtual uint32_t send(message* sent, message** answer, uint32_t timeout) = 0;
   virtual receiver* get_receiver() = 0;
   // When this has returned, the callback is called no more; the channel still sends, and takes
@@ -107,8 +121,12 @@ struct channel_gateway {
   // The observer hears of every entry that is on the channel already, then of each change, its own
   // process's entries included; also anew when the far end restarts.
   virtual void add_observer(channel_observer* observer) = 0;
-  // When this has returned, the observer is called no more.
+  // When this has returned, the observer is called no more; but for an observer that removes
+  // itself, or another of the same gateway, in its notification.
   virtual void remove_observer(channel_observer* observer) = 0;
+  // An entry that is there already is removed first. The others learn of a server only if this
+  // process is an administrator's, or the hub allows it on that channel. Entries end with the
+  // process, however it ends.
   virtual void add_subscriber(const channel_subscriber& entry) = 0;
   // By channel and id.
   virtual void remove_subscriber(const channel_subscriber& entry) = 0;
