@@ -14,7 +14,8 @@ constexpr const wchar_t* kFunction = L"host::Supervision";
 
 // Milliseconds.
 constexpr DWORD kFirstPause = 1000;
-constexpr DWORD kLongestPause = 60000;
+// Whoever needs one of the processes waits ten seconds for it, a pause and a start.
+constexpr DWORD kLongestPause = 5000;
 constexpr uint64_t kHealthyRun = 10000;
 constexpr uint64_t kGrace = 2000;
 
@@ -38,15 +39,15 @@ void SupervisedProcess::EndRestarts() {
 
 void SupervisedProcess::Watch() {
   orn::SetThreadName(L"Supervision");
-  DWORD pause = kFirstPause;
+  DWORD pause = 0;
   for (;;) {
     const uint64_t begin = GetTickCount64();
     if (!RunOnce()) return;
-    if (GetTickCount64() - begin >= kHealthyRun) pause = kFirstPause;
+    if (GetTickCount64() - begin >= kHealthyRun) pause = 0;
     ORN_LOG(logging::kNotice, kFunction, L"Host of %s is looked after again in %u ms",
             entry_.config.c_str(), pause);
     if (WaitForSingleObject(quit_.get(), pause) != WAIT_TIMEOUT) return;
-    pause = std::min(2 * pause, kLongestPause);
+    pause = std::clamp(2 * pause, kFirstPause, kLongestPause);
   }
 }
 

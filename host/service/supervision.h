@@ -13,8 +13,8 @@ namespace host {
 
 // One process of a configuration, run again and again. Where its host runs already, because
 // somebody else started it, there is no second one; when that one ends, one is started from here.
-// Between two runs there is a pause of a second, doubled each time up to a minute; it is a second
-// again once a run has lasted ten.
+// The first death is followed by a start at once, each further one by a pause: a second, doubled
+// each time up to five. A run that has lasted ten seconds counts as the first again.
 class SupervisedProcess {
  public:
   // `entry` and `job` are not owned.
