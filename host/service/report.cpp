@@ -6,7 +6,7 @@
 namespace host {
 namespace {
 
-constexpr const wchar_t* kFunction = L"TsrSecurityService";
+constexpr const wchar_t* kFunction = L"host::Report";
 
 void WriteLine(DWORD stream, const std::wstring& text) {
   const std::wstring line = text + L'\n';
