@@ -11,7 +11,11 @@ namespace host {
 
 namespace {
 
-constexpr uint32_t kWorkerReturn = 10'000;  // milliseconds
+using std::chrono::milliseconds;
+
+constexpr milliseconds kWorkerReturn{10'000};
+// A call fails a moment before its worker's end is told.
+constexpr milliseconds kNews{1'000};
 
 }  // namespace
 
@@ -49,12 +53,14 @@ int32_t TerminalManagerRelay::Start() {
     orn::SetThreadName(L"Terminal notifications");
     Run();
   });
+  if (client_) client_->register_notifications(this);
   return static_cast<int32_t>(manager_->Register(this));
 }
 
 void TerminalManagerRelay::Stop() {
   if (!thread_.joinable()) return;
   manager_->Unregister(this);
+  if (client_) client_->unregister_notifications(this);
   {
     const Lock lock(mutex_);
     stopping_ = true;
@@ -66,8 +72,36 @@ void TerminalManagerRelay::Stop() {
 uint32_t TerminalManagerRelay::OpenTerminal(const Id& id, const TerminalSize& size,
                                             orn::StringT<wchar_t>& coninName,
                                             orn::StringT<wchar_t>& conoutName) {
-  if (client_ && !client_->is_connected(nullptr)) client_->wait_for_connection(kWorkerReturn);
-  return manager_->OpenTerminal(id, size, coninName, conoutName);
+  if (!client_) return manager_->OpenTerminal(id, size, coninName, conoutName);
+  const Clock::time_point deadline = Clock::now() + kWorkerReturn;
+  for (;;) {
+    const uint64_t gone = WorkersGone();
+    const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
+    if (!client_->is_connected(nullptr) && left.count() > 0) {
+      client_->wait_for_connection(static_cast<uint32_t>(left.count()));
+    }
+    const uint32_t status = manager_->OpenTerminal(id, size, coninName, conoutName);
+    const bool unanswered = status == error::kNotConnected || status == error::kTimeout;
+    if (!unanswered || Clock::now() >= deadline || !HasGoneSince(gone)) return status;
+  }
+}
+
+void TerminalManagerRelay::on_server_connected(int) {}
+
+void TerminalManagerRelay::on_server_disconnected(int) {
+  const Lock lock(mutex_);
+  ++workers_gone_;
+  changed_.NotifyAll();
+}
+
+uint64_t TerminalManagerRelay::WorkersGone() {
+  const Lock lock(mutex_);
+  return workers_gone_;
+}
+
+bool TerminalManagerRelay::HasGoneSince(uint64_t known) {
+  Lock lock(mutex_);
+  return changed_.WaitUntil(lock, Clock::now() + kNews, [&] { return workers_gone_ != known; });
 }
 
 void TerminalManagerRelay::CloseTerminal(const Id& id) {

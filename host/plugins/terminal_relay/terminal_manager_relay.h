@@ -20,14 +20,16 @@ namespace host {
 // and their receiver may be waiting for a call into the manager: across processes that is no harm,
 // within one it would be the end of both.
 //
-// Where the manager is a client, a shell waits for its worker, which may be on its way back.
+// Where the manager is a client, a shell waits for its worker, which may be on its way back, and is
+// asked of the next one where a worker dies before it has answered: its consoles died with it.
 //
 // Where there is a connector it is asked first: an end that a session's stream has brought already
 // is not told again.
 class TerminalManagerRelay final
     : public orn::RemoteTerminal::IRemoteTerminalManager,
       public orn::RemoteTerminal::IRemoteTerminalManager::IRemoteTerminalManagerNotifications,
-      public IServPlugin {
+      public IServPlugin,
+      private messaging::rpc::notifications {
  public:
   using Subscriber =
       orn::RemoteTerminal::IRemoteTerminalManager::IRemoteTerminalManagerNotifications;
@@ -65,6 +67,11 @@ class TerminalManagerRelay final
   };
 
   void Run();
+  void on_server_connected(int pid) override;
+  void on_server_disconnected(int pid) override;
+  uint64_t WorkersGone();
+  // Whether a worker has gone since there were `known`, or goes within a moment.
+  bool HasGoneSince(uint64_t known);
 
   const logging::LogReference log_;
   ServPlugin<IRemoteTerminalManager> manager_{L"RemoteTerminalManager.Target"};
@@ -77,6 +84,7 @@ class TerminalManagerRelay final
   std::vector<Subscriber*> subscribers_;  // Not owned.
   std::deque<Notification> queue_;
   Subscriber* running_ = nullptr;  // who is being notified
+  uint64_t workers_gone_ = 0;
   bool stopping_ = false;
 };
 

@@ -20,12 +20,13 @@ using Id = orn::StringT<char>;
 class LockingManager final : public IRemoteTerminalManager, public IOrnBaseInterface {
  public:
   void* GetInterface(const InterfaceId& id) override {
+    if (id == messaging::rpc::client_handler::kInterfaceId) return worker;
     if (id != IRemoteTerminalManager::kInterfaceId) return nullptr;
     return static_cast<IRemoteTerminalManager*>(this);
   }
   uint32_t OpenTerminal(const Id&, const TerminalSize&, orn::StringT<wchar_t>&,
                         orn::StringT<wchar_t>&) override {
-    return 0;
+    return on_open ? on_open() : 0;
   }
   void CloseTerminal(const Id& id) override {
     const std::lock_guard lock(mutex_);
@@ -43,6 +44,8 @@ class LockingManager final : public IRemoteTerminalManager, public IOrnBaseInter
   }
 
   Id closed;
+  messaging::rpc::client_handler* worker = nullptr;  // Not owned.
+  std::function<uint32_t()> on_open;
 
  private:
   std::mutex mutex_;
@@ -77,6 +80,28 @@ class Connector final : public ISessionEnds, public IOrnBaseInterface {
     return id == ISessionEnds::kInterfaceId ? static_cast<ISessionEnds*>(this) : nullptr;
   }
   bool MayTellEnd(const std::string& id) override { return id != "over"; }
+};
+
+// A worker that comes back whenever it is waited for.
+class Worker final : public messaging::rpc::client_handler {
+ public:
+  bool register_notifications(messaging::rpc::notifications* handler) override {
+    handler_ = handler;
+    return true;
+  }
+  bool unregister_notifications(messaging::rpc::notifications*) override { return true; }
+  bool is_connected(uint32_t*) override { return connected; }
+  bool wait_for_connection(uint32_t) override { return connected = true; }
+  std::pair<int32_t, uint32_t> get_timeouts() override { return {}; }
+  void Die() {
+    connected = false;
+    handler_->on_server_disconnected(1);
+  }
+
+  bool connected = false;
+
+ private:
+  messaging::rpc::notifications* handler_ = nullptr;
 };
 
 class RelayTest : public testing::Test {
@@ -133,6 +158,30 @@ TEST_F(RelayTest, UnregisterWaitsForARunningNotificationAndDropsTheRest) {
   unregistered.wait();
   manager_.End("c");
   EXPECT_EQ(subscriber_.WaitFor(2), "ac");
+}
+
+TEST_F(RelayTest, AShellIsAskedOfTheNextWorkerWhereOneDiesBeforeItsAnswer) {
+  Worker worker;
+  manager_.worker = &worker;
+  TerminalManagerRelay relay;
+  ASSERT_EQ(relay.Init(&host_), 0);
+  ASSERT_EQ(relay.Start(), 0);
+  int deaths = 0;
+  manager_.on_open = [&]() -> uint32_t {
+    EXPECT_TRUE(worker.connected);
+    if (deaths == 2) return 8;
+    worker.Die();
+    return ++deaths == 1 ? 1460 : 2250;
+  };
+  orn::StringT<wchar_t> conin, conout;
+  EXPECT_EQ(relay.OpenTerminal("a", {}, conin, conout), 8u);
+  EXPECT_EQ(deaths, 2);
+  // A worker that lives and gives no answer is not asked twice.
+  int calls = 0;
+  manager_.on_open = [&]() -> uint32_t { return ++calls == 1 ? 1460 : 0; };
+  EXPECT_EQ(relay.OpenTerminal("a", {}, conin, conout), 1460u);
+  relay.Stop();
+  relay.UnInit();
 }
 
 }  // namespace
