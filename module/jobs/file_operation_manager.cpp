@@ -9,11 +9,6 @@
 
 namespace orn::RemoteAccess {
 
-FileOperationJob::FileOperationJob() {
-  operationId.reserve(64);
-  streamId.reserve(64);
-}
-
 FileOperationManager::FileOperationManager() : worker_(CreateUploadArchive) {}
 
 void FileOperationManager::SetEvents(FileOperationManagerEvents* events) {
