@@ -1,6 +1,5 @@
 #include "host/requests/request_node.h"
 
-#include <cstring>
 #include <utility>
 
 namespace {
@@ -11,15 +10,15 @@ char* PutNumber(char* to, size_t number) {
   return to;
 }
 
-// Takes a number from the front of `from`.
-std::optional<uint32_t> TakeNumber(std::string_view& from) {
-  if (from.size() < sizeof(uint32_t)) return std::nullopt;
-  uint32_t number = 0;
+// Takes a number from the front of `from`; false where that is too short.
+bool TakeNumber(std::string_view& from, uint32_t& number) {
+  if (from.size() < sizeof(number)) return false;
+  number = 0;
   for (size_t i = 0; i != sizeof(number); ++i) {
     number |= uint32_t{static_cast<unsigned char>(from[i])} << 8 * i;
   }
   from.remove_prefix(sizeof(number));
-  return number;
+  return true;
 }
 
 }  // namespace
@@ -49,24 +48,26 @@ void RequestNode::Save(char* to) const {
   to = PutNumber(PutNumber(to, kMark), parameters_.size());
   for (const auto& [id, bytes] : parameters_) {
     to = PutNumber(PutNumber(to, id), bytes.size());
-    std::memcpy(to, bytes.data(), bytes.size());
-    to += bytes.size();
+    to += bytes.copy(to, bytes.size());
   }
 }
 
 std::optional<RequestNode> RequestNode::Load(std::string_view saved) {
   RequestNode root;
   if (saved.empty()) return root;
-  const auto mark = TakeNumber(saved);
-  const auto count = TakeNumber(saved);
-  if (mark != kMark || !count || *count == 0) return std::nullopt;
-  for (uint32_t i = 0; i != *count; ++i) {
-    const auto id = TakeNumber(saved);
-    const auto size = TakeNumber(saved);
-    if (!size || *size > saved.size()) return std::nullopt;
-    if (i != 0 && root.parameters_.rbegin()->first >= *id) return std::nullopt;
-    if (!root.Add(*id, saved.substr(0, *size))) return std::nullopt;
-    saved.remove_prefix(*size);
+  uint32_t mark = 0;
+  uint32_t count = 0;
+  if (!TakeNumber(saved, mark) || mark != kMark) return std::nullopt;
+  if (!TakeNumber(saved, count) || count == 0) return std::nullopt;
+  for (uint32_t i = 0; i != count; ++i) {
+    uint32_t id = 0;
+    uint32_t size = 0;
+    if (!TakeNumber(saved, id) || !TakeNumber(saved, size) || size > saved.size()) {
+      return std::nullopt;
+    }
+    if (i != 0 && root.parameters_.rbegin()->first >= id) return std::nullopt;
+    if (!root.Add(id, saved.substr(0, size))) return std::nullopt;
+    saved.remove_prefix(size);
   }
   if (!saved.empty()) return std::nullopt;
   return root;

@@ -36,6 +36,7 @@ TEST(ThreadsafeList, DestructorLetsTheWaitersTakeWhatIsLeftAndWaitsForThem) {
   for (const int task : {1, 10})
     tasks->Push(std::make_unique<int>(task));
   tasks.reset();
+  workers.clear();
   EXPECT_EQ(taken, 11);
 }
 

@@ -4,6 +4,7 @@
 
 #include "module/frame/path.h"
 #include "module/frame/utf.h"
+#include "module/frame/windows.h"
 
 namespace orn::RemoteAccess {
 
@@ -12,9 +13,10 @@ ArchiveCompressor::ArchiveCompressor(std::string archive_path, std::string passw
   PathStringT<260> library;
   GetModuleFolder(library);
   AppendPath(library, L"7z.dll");
-  module_ = LoadLibraryW(library.c_str());
+  const HMODULE module = LoadLibraryW(library.c_str());
+  module_ = module;
   create_ = reinterpret_cast<OrnCreateCompressorFunction>(
-      reinterpret_cast<void*>(GetProcAddress(module_, kCreateCompressorName)));
+      reinterpret_cast<void*>(GetProcAddress(module, kCreateCompressorName)));
   if (create_ == nullptr) FatalError();
   compressor_ = create_(kZipArchive);
   if (compressor_ == nullptr) return;

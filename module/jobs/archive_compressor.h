@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "module/frame/windows.h"
 #include "module/platform/compressor.h"
 
 namespace orn::RemoteAccess {
@@ -31,7 +30,7 @@ class ArchiveCompressor {
  private:
   const std::string password_;
   const std::string archive_path_;
-  HMODULE module_ = nullptr;  // Never freed.
+  void* module_ = nullptr;  // A HMODULE, never freed.
   OrnCreateCompressorFunction create_ = nullptr;
   ICompressor* compressor_ = nullptr;  // Ends by its own Release.
   bool compressed_ = false;            // What Compress gave.

@@ -13,6 +13,7 @@
 #include "module/frame/log_reference.h"
 #include "module/frame/thread_name.h"
 #include "module/frame/utf.h"
+#include "module/jobs/archive_compressor.h"
 #include "module/rpc/gateway_factory_holder.h"
 #include "module/rpc/request_library.h"
 
@@ -120,6 +121,14 @@ uint32_t EasyEventQueue::AttachLoaded(std::wstring) {
 }
 
 }  // namespace orn
+
+namespace orn::RemoteAccess {
+
+bool ArchiveCompressor::Abort() {
+  return false;
+}
+
+}  // namespace orn::RemoteAccess
 
 namespace messaging::rpc {
 
