@@ -1,19 +1,12 @@
 import { expect, test } from "vitest";
 import { EventReader } from "../testing/event_reader.ts";
 import { FakeAgent } from "../testing/fake_agent.ts";
-import { openSocket, type Peer } from "../testing/peer.ts";
+import { openSocket } from "../testing/peer.ts";
 import { KEY, TestServer } from "../testing/running_server.ts";
 
 const first = "machine-0001";
 const state = (id: string, connected: boolean, more = {}) =>
   expect.objectContaining({ id, connected, ...more });
-
-/** A pair that shows, by still working, that something else was left alone. */
-async function expectAlive(server: TestServer, agent: FakeAgent, client: Peer, stream: string) {
-  agent.output(stream, "alive");
-  expect((await client.next("data")).content.encodedBuffer).toBe(btoa("alive"));
-  expect(await server.machines()).toContainEqual(state(agent.id, true));
-}
 
 test("a wrong key is refused before the upgrade and shown as refused, until the right one comes", async () => {
   const server = await TestServer.start();
@@ -106,20 +99,8 @@ test("what an agent may not send closes its connection with a reason and touches
   const binary = await server.agent();
   binary.socket.send(Buffer.from('{"type":"ping"}'));
   expect((await binary.closed).code).toBe(1003);
-  await expectAlive(server, bystander, client, stream);
-});
-
-test("a second connection of a machine takes the place of the first", async () => {
-  const server = await TestServer.start();
-  const old = await server.agent();
-  const { client, stream } = await server.openTerminal();
-  const agent = await server.agent({ name: "renamed" });
-  expect(await old.closed).toEqual({ code: 4001, reason: "replaced" });
-  expect(await client.closed).toEqual({ code: 1000, reason: "machineLost" });
-  expect(await server.machines()).toEqual([state(first, true, { name: "renamed", sessions: 0 })]);
-  const again = await server.openTerminal();
-  expect(again.stream).not.toBe(stream);
-  await expectAlive(server, agent, again.client, again.stream);
+  bystander.output(stream, "alive");
+  expect((await client.next("data")).content.encodedBuffer).toBe(btoa("alive"));
 });
 
 test("a silent agent is pinged, then given up; one that answers stays", async () => {

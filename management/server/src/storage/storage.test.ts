@@ -1,18 +1,20 @@
+import { execFileSync } from "node:child_process";
 import {
+  chmodSync,
   existsSync,
   mkdirSync,
   readdirSync,
   readFileSync,
   readlinkSync,
   symlinkSync,
+  truncateSync,
   writeFileSync,
 } from "node:fs";
 import { join } from "node:path";
-import { constants, deflateRawSync } from "node:zlib";
+import { path7za } from "7zip-bin";
 import { expect, test } from "vitest";
 import { formOf, RawRequest } from "../testing/requests.ts";
 import { bearer, KEY, TestServer } from "../testing/running_server.ts";
-import { zipOf } from "../testing/zip.ts";
 import { Profile } from "./profile.ts";
 
 const agent = { authorization: `Bearer ${KEY}`, "x-machine-id": "machine-0001" };
@@ -32,45 +34,28 @@ const outcome = async (response: Response) => {
   return [response.status, (await json(response)).error];
 };
 
-test("a file that is put can be listed, fetched by both doors, replaced and deleted", async () => {
+test("a file keeps its name at both doors, and names that look the same are the same", async () => {
   const server = await TestServer.start();
-  const name = "Bericht für “uns” (1) 100% 'ü'.txt";
-  const path = `default/${encodeURIComponent(name)}`;
-  const large = Buffer.alloc(3 * 1024 * 1024, "0123456789");
-  expect(await json(await put(server, path, large))).toEqual({ name, size: large.length });
+  const path = `default/${encodeURIComponent("Bericht für “uns” (1) 100% 'ü'.txt")}`;
+  await put(server, path, "x");
   for (const response of [
     await get(server, path),
     await server.fetch(`/api/agent/storage/${path}`, { headers: agent }),
   ]) {
-    expect(Buffer.from(await response.arrayBuffer()).equals(large)).toBe(true);
     expect(response.headers.get("content-disposition")).toBe(
       "attachment; filename=\"Bericht f_r _uns_ (1) 100_ '_'.txt\"; " +
         "filename*=UTF-8''Bericht%20f%C3%BCr%20%E2%80%9Cuns%E2%80%9D%20%281%29%20100%25%20%27%C3%BC%27.txt",
     );
   }
-  const metrics = await (await server.fetch("/metrics")).text();
-  expect(metrics).toContain(`remote_access_storage_sent_bytes_total ${2 * large.length}`);
-
-  // Names that look the same are the same.
   await put(server, `default/${encodeURIComponent("e\u0301")}`, "1");
   const odd = { method: "PUT", headers: { ...bearer, "content-type": ";no type" }, body: "" };
   expect((await server.fetch("/api/storage/default/%C3%A9", odd)).status).toBe(201);
-  expect(await json(await get(server, "default"))).toMatchObject([
-    { name },
-    { name: "é", size: 0 },
-  ]);
-  expect(await (await get(server, "default/%C3%A9")).text()).toBe("");
+  expect(await json(await get(server, "default"))).toMatchObject([{}, { name: "é", size: 0 }]);
   const remove = () => server.fetch("/api/storage/default/%C3%A9", { method: "DELETE" });
   expect((await remove()).status).toBe(204);
-  for (const response of [
-    await remove(),
-    await get(server, "default/%C3%A9"),
-    await get(server, "nowhere/x"),
-  ]) {
+  for (const response of [await remove(), await get(server, "nowhere/x")]) {
     expect(await outcome(response)).toEqual([404, "not_found"]);
   }
-  const profiles = [{ name: "default" }, { name: "small" }];
-  expect(await json(await server.fetch("/api/storage"))).toMatchObject(profiles);
 });
 
 test("no door to the storage opens without its own key", async () => {
@@ -259,51 +244,29 @@ test("a download goes on where it broke off, but not within another file", async
   expect(await range("bytes=4-", same)).toEqual([200, null, "abcdefghij"]);
 });
 
-test("an entry of an archive can be read without the rest, unless it is protected", async () => {
+test("an archive is unpacked only as far as its reader reads, and a broken one not at all", async () => {
   const server = await TestServer.start();
-  const entryOf = (name: string, text: string, flags = 0) => {
-    return { name, data: deflateRawSync(text), size: text.length, flags };
-  };
-  const output = "line\r\n".repeat(1000);
-  const archive = zipOf(
-    entryOf("C/Jürgen/out.txt", output),
-    entryOf("../escape", "escape"),
-    entryOf("locked", "text", 1),
-  );
-  await put(server, "default/a.zip", archive);
-  await put(server, "default/b.zip", archive.subarray(0, -5));
-  const entry = (file: string, name: string) =>
-    get(server, `default/${file}?entry=${encodeURIComponent(name)}`);
-  const response = await entry("a.zip", "C/Jürgen/out.txt");
-  expect(await response.text()).toBe(output);
-  expect(response.headers.get("content-disposition")).toContain('filename="out.txt"');
-  expect(await (await entry("a.zip", "C\\Jürgen\\out.txt")).text()).toBe(output);
-  expect(await (await entry("a.zip", "../escape")).text()).toBe("escape");
-  for (const [file, name, status, word] of [
-    ["a.zip", "nothing", 404, "not_found"],
-    ["a.zip", "", 404, "not_found"],
-    ["a.zip", "locked", 400, "encrypted"],
-    ["b.zip", "locked", 400, "not_an_archive"],
+  const folder = join(server.dir, "data/storage/default");
+  const archive = join(folder, "bomb.zip");
+  const size = 256 * 1024 * 1024;
+  writeFileSync(join(server.dir, "x"), "");
+  truncateSync(join(server.dir, "x"), size);
+  chmodSync(path7za, 0o755); // Its package comes without that.
+  execFileSync(path7za, ["a", "-tzip", "-mx1", archive, join(server.dir, "x")]);
+  writeFileSync(join(folder, "cut.zip"), readFileSync(archive).subarray(0, -5));
+  for (const [query, status, word] of [
+    ["bomb.zip?entry=", 404, "not_found"],
+    ["bomb.zip?entry=a&entry=b", 400, "bad_request"],
+    ["cut.zip?entry=x", 400, "not_an_archive"],
   ] as const) {
-    expect(await outcome(await entry(file, name)), name).toEqual([status, word]);
+    expect(await outcome(await get(server, `default/${query}`)), query).toEqual([status, word]);
   }
-  const twice = await get(server, "default/a.zip?entry=a&entry=b");
-  expect(await outcome(twice)).toEqual([400, "bad_request"]);
-});
 
-test("an entry of gigabytes is unpacked only as far as its reader reads", async () => {
-  const server = await TestServer.start();
-  const [zeros, pieces] = [Buffer.alloc(16 * 1024 * 1024), 200];
-  const piece = deflateRawSync(zeros, { finishFlush: constants.Z_FULL_FLUSH });
-  const data = Buffer.concat([...Array(pieces).fill(piece), Buffer.from([3, 0])]);
-  const size = pieces * zeros.length;
-  await put(server, "default/bomb.zip", zipOf({ name: "x", data, size }));
   const path = "/api/storage/default/bomb.zip?entry=x";
   const isOpen = () => {
     const open = readdirSync("/proc/self/fd").map((fd) => join("/proc/self/fd", fd));
     // One of them was the list's own, and is gone.
-    const files = open.filter(existsSync).map((link) => readlinkSync(link));
-    return files.includes(join(server.dir, "data/storage/default/bomb.zip"));
+    return open.filter(existsSync).some((link) => readlinkSync(link) === archive);
   };
   const gone = new AbortController();
   const { body } = await server.fetch(path, { headers: bearer, signal: gone.signal });
