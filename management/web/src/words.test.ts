@@ -1,8 +1,7 @@
 import { beforeEach, expect, test } from "vitest";
 import { Backoff } from "./live/backoff";
 import { type MachineInfo, machines, refused } from "./live/live_feed";
-import type { SessionEnd } from "./sessions/terminal_link";
-import { describeEnd, describeMachine, moment, nameOf } from "./words";
+import { describeMachine, nameOf } from "./words";
 
 const now = new Date().toISOString();
 const machine: MachineInfo = {
@@ -30,26 +29,6 @@ test("a machine that was refused, is away or is switched off is told apart", () 
   // Whoever claims the name of a machine that is here does not change what is known of it.
   expect(kind({})).toBe("connected");
   expect([nameOf(machine.id), nameOf("unknown")]).toEqual(["Desk", "unknown"]);
-});
-
-test("a failed opening is told in words for every code that is known, and without inventing any", () => {
-  const text = (code?: number) => {
-    const end: SessionEnd = { reason: "openFailed", ...(code !== undefined && { code }) };
-    return describeEnd(end).text;
-  };
-  const known = [21, 87, 183, 1460, 1627, 2250].map(text);
-  expect(new Set(known).size).toBe(known.length);
-  for (const words of [text(31337), text()]) expect(known).not.toContain(words);
-  expect(describeEnd({ reason: "refused", detail: "too long" }).text).toContain("(too long)");
-  expect(describeEnd({ reason: "machineLost" }).tone).toBe("problem");
-});
-
-test("a time of today is the clock's, an earlier one has its day", () => {
-  const noon = new Date(2026, 4, 6, 12, 0);
-  const today = moment(new Date(2026, 4, 6, 9, 5).toISOString(), noon);
-  const before = moment(new Date(2026, 4, 5, 9, 5).toISOString(), noon);
-  expect(before.endsWith(today)).toBe(true);
-  expect(before.length).toBeGreaterThan(today.length);
 });
 
 test("attempts to reconnect come less and less often, never in step, and quickly again after a success", () => {

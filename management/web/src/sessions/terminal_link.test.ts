@@ -1,5 +1,5 @@
 import { expect, test } from "vitest";
-import { fromBase64, toBase64 } from "./base64";
+import { toBase64 } from "./base64";
 import { type SessionEnd, TerminalLink } from "./terminal_link";
 
 /** A WebSocket whose other end is the test. */
@@ -41,21 +41,15 @@ function makeLink() {
 
 const open = { streamId: "s", code: 0 };
 
-test("every byte survives base64, also in amounts beyond one call", () => {
-  const bytes = Uint8Array.from({ length: 100_000 }, (_, index) => index % 256);
-  expect(fromBase64(toBase64(bytes))).toEqual(bytes);
-  expect(toBase64(bytes)).toBe(Buffer.from(bytes).toString("base64"));
-  expect(fromBase64("")).toEqual(new Uint8Array());
-});
-
 test("output is acknowledged once it is on the screen, to the last character, in few messages", () => {
   const { socket, output } = makeLink();
   socket.receive("opened", open);
-  const encoded = toBase64(new Uint8Array(3000));
+  const sent = Uint8Array.from({ length: 3000 }, (_, index) => index % 256);
+  const encoded = toBase64(sent);
   for (let i = 0; i < 50; i++) socket.receive("data", { encodedBuffer: encoded });
   expect(socket.sent).toEqual([]);
   for (const { bytes, consumed } of output) {
-    expect(bytes).toHaveLength(3000);
+    expect(bytes).toEqual(sent);
     consumed();
   }
   const total = socket.sent.reduce((sum, message) => sum + message.bytes, 0);
@@ -70,8 +64,8 @@ test("a large paste goes in pieces that the server takes, and nothing goes after
   const { socket, link } = makeLink();
   const bytes = Uint8Array.from({ length: 200_001 }, (_, index) => index % 251);
   link.input(bytes);
-  const pieces = socket.sent.map(({ data }) => fromBase64(data.encodedBuffer));
-  expect(Buffer.concat(pieces)).toEqual(Buffer.from(bytes));
+  const pieces = socket.sent.map(({ data }) => Buffer.from(data.encodedBuffer, "base64"));
+  expect(Buffer.concat(pieces).equals(bytes)).toBe(true);
   expect(Math.max(...pieces.map((piece) => piece.length))).toBeLessThan(512 * 1024);
   socket.end(1000, "closed");
   link.resize(1, 1);
