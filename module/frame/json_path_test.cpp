@@ -2,24 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "module/frame/json.h"
-#include "module/frame/json_composed.h"
 #include "module/frame/path_string.h"
+#include "module/frame/testing/json_text.h"
 
 namespace orn {
 namespace {
-
-Json::Value Parse(const std::string& text) {
-  Json::Value value;
-  EXPECT_TRUE(JsonReader().Parse(text, value)) << text;
-  return value;
-}
-
-std::string Write(const Json::Value& value) {
-  JsonWriter writer;
-  writer.OmitEndingLineFeed();
-  return writer.Write(value);
-}
 
 // What is found at the path, or "-".
 std::string Find(const std::string& tree, const char* path) {
@@ -104,32 +91,6 @@ TEST(JsonPathTest, EachTypeTakesItsOwnAndWhatItMayStandFor) {
     EXPECT_EQ(Get<StringT<char>>(row.json, "old"), row.as_text) << row.json;
     EXPECT_EQ(Get<PathStringT<260>>(row.json, L"old"), row.as_text) << row.json;
   }
-}
-
-TEST(JsonComposedTest, OneBadElementEmptiesTheListAndAMissingGroupIsMadeNull) {
-  const auto load = [](const char* json, std::vector<int32_t>& list, Json::Value& root) {
-    root = Parse(json);
-    list = {9};
-    return JsonComposedSerializer(&root).Group("group", [&](const JsonComposedSerializer& group) {
-      return group.List(list, "list", [](int32_t& element, const JsonComposedSerializer& at) {
-        return at.Field(element, "n");
-      });
-    });
-  };
-  Json::Value root;
-  std::vector<int32_t> list;
-  EXPECT_TRUE(load(R"({"group":{"list":[{"n":1},{"n":2}]}})", list, root));
-  EXPECT_EQ(list, (std::vector<int32_t>{1, 2}));
-  EXPECT_TRUE(load(R"({"group":{"list":[]}})", list, root));
-  EXPECT_TRUE(list.empty());
-  for (const char* bad : {R"([{"n":1},{}])", R"([{"n":1},null])", R"([1])", "{}", "null"}) {
-    EXPECT_FALSE(load((R"({"group":{"list":)" + std::string(bad) + "}}").c_str(), list, root));
-    EXPECT_TRUE(list.empty()) << bad;
-  }
-  EXPECT_FALSE(load("{}", list, root));
-  EXPECT_EQ(Write(root), R"({"group":null})");
-  EXPECT_FALSE(load(R"({"group":"text"})", list, root));
-  EXPECT_FALSE(JsonComposedSerializer(nullptr).Group("", [](const auto&) { return true; }));
 }
 
 }  // namespace

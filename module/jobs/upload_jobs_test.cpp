@@ -1,10 +1,8 @@
 #include "module/jobs/upload_jobs.h"
 
-#include <atomic>
 #include <chrono>
 #include <future>
 
-#include "module/frame/testing/semaphore.h"
 #include "module/jobs/temp_folder.h"
 #include "module/jobs/testing/file_jobs_in_agent.h"
 #include "module/jobs/upload_archive.h"
@@ -141,40 +139,6 @@ TEST_F(UploadJobsTest, AnEndBeforeTheStorageIsToldWithoutTelemetryAndLeavesNothi
   expect_end(0, {"upload", "uploaded j 4"}, L"caf\u00E9.zip");
   TakeStorageAway();
   expect_end(0, {"uploaded j 4"}, L"caf\u00E9");
-}
-
-// The first, which finds no place for an archive, is being told of, so that the worker takes no
-// other.
-TEST_F(UploadJobsTest, WaitingUploadsAreLimitedAndCancelledAndEndWithTheFeature) {
-  temp.folder.File(kArchiveTempRoot);
-  Semaphore told, go_on;
-  std::atomic<bool> is_first = true;
-  on_event = [&] {
-    if (!is_first.exchange(false)) return;
-    told.Release();
-    go_on.Acquire();
-  };
-  EXPECT_EQ(Start(), 0u);
-  told.Acquire();
-  for (int id = 1; id <= 31; ++id) {
-    input.jobId = std::to_wstring(id).c_str();
-    EXPECT_EQ(Start(), id <= 30 ? 0u : 170u);
-  }
-  EXPECT_FALSE(HasJob(L"31"));
-  EXPECT_EQ(calls.Take(), Calls{"telemetry FailedToStart::PrepareError"});
-  EXPECT_EQ(feature.CancelUpload(L"30", message), 0u);
-  EXPECT_EQ(calls.Take(), Calls{"uploaded 30 2"});
-
-  storage.start_result = 87;  // As for every path that is empty.
-  auto stopped = std::async(std::launch::async, [this] { feature.Stop(); });
-  calls.WaitFor("unregister from manager");
-  go_on.Release();
-  stopped.wait();
-  const Calls seen = calls.Take();
-  EXPECT_EQ(std::ranges::count_if(seen, [](auto& call) { return call.starts_with("uploaded "); }),
-            30);
-  for (int id = 1; id <= 30; ++id)
-    EXPECT_FALSE(HasJob(std::to_wstring(id).c_str())) << id;
 }
 
 }  // namespace
