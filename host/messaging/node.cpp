@@ -37,7 +37,7 @@ class LocalReply final : public ReplyTarget {
   explicit LocalReply(std::shared_ptr<PendingCall> call) : call_(std::move(call)) {
     call_->AddTarget();
   }
-  virtual ~LocalReply() { call_->DropTarget(); }
+  ~LocalReply() override { call_->DropTarget(); }
   void Reply(const MessageContent& answer) override { call_->Answer(answer); }
 
  private:

@@ -76,7 +76,7 @@ void PipeServer::Listen(orn::UniqueFile end) {
       good = GetOverlappedResult(end.get(), &connect, &count, /*wait=*/FALSE);
     }
     // The next end is there before this one is served, so that the name never goes away.
-    orn::UniqueFile pipe = std::move(end);
+    orn::UniqueFile pipe(end.release());
     if (!make_end()) return;
     if (good) Admit(std::move(pipe));
     if (WaitForSingleObject(stop_.get(), 0) == WAIT_OBJECT_0) return;

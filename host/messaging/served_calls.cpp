@@ -18,7 +18,7 @@ class ServedCalls::Taken final : public ReplyTarget {
  public:
   Taken(std::shared_ptr<ServedCalls> owner, uint32_t id, size_t size)
       : owner_(std::move(owner)), id_(id), size_(size) {}
-  virtual ~Taken() {
+  ~Taken() override {
     if (id_ != 0 && !answered_) owner_->Send(EncodeLetGo(id_));
     owner_->Done(size_);
   }
