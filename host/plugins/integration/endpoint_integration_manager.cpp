@@ -7,7 +7,6 @@
 #include "host/plugins/link/win_http_transport.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
-#include "module/frame/serv_plugin.h"
 #include "module/frame/utf.h"
 
 namespace host {
@@ -19,6 +18,8 @@ constexpr wchar_t kDoor[] = L"/api/integration";
 
 // All calls that may run at once can have the longest answer, and as many be read meanwhile.
 constexpr size_t kAnswerBytes = 16 * integration::kLongestMessage;
+
+constexpr uint32_t kFeatureLimit = 5000;  // Milliseconds.
 
 }  // namespace
 
@@ -34,14 +35,16 @@ void* EndpointIntegrationManager::GetInterface(const InterfaceId& id) {
 
 int32_t EndpointIntegrationManager::Init(IServMain* main) {
   const LogFunctionTrace trace(L"EndpointIntegration.Manager::Init");
-  IComponentManager* const manager = main == nullptr ? nullptr : main->GetComponentManager();
+  manager_ = main == nullptr ? nullptr : main->GetComponentManager();
   ServPlugin<IHostConfiguration> configuration(kConfigurationName);
-  if (configuration.GetPlugin(manager) == nullptr) {
+  if (configuration.GetPlugin(manager_) == nullptr) {
     return static_cast<int32_t>(error::kMissingDependency);
   }
   if (!link::ReadLinkOptions(*configuration.get(), kName, kDoor, options_)) {
     return static_cast<int32_t>(error::kBadParameter);
   }
+  const wchar_t* const through = configuration->GetOption(kName, L"through");
+  if (through != nullptr) through_ = through;
   const wchar_t* const option = configuration->GetOption(kName, L"store");
   const std::wstring path = option != nullptr ? std::wstring(configuration->ResolvePath(option))
                                               : std::wstring(configuration->GetDataFolder()) +
@@ -67,6 +70,7 @@ void EndpointIntegrationManager::Stop() {
   const LogFunctionTrace trace(L"EndpointIntegration.Manager::Stop");
   hub_->Stop();
   if (loop_ != nullptr) loop_->Stop();
+  client_.reset();
   store_->Close();
 }
 
@@ -87,9 +91,14 @@ void EndpointIntegrationManager::UnregisterAgent(EnterpriseIntegration::IAgent* 
 }
 
 void EndpointIntegrationManager::OpenIntake() {
+  if (!through_.empty()) {
+    client_ = std::make_unique<ServPlugin<messaging::rpc::client_handler>>(through_.c_str());
+    client_->GetPlugin(manager_);
+  }
   loop_ = std::make_unique<link::ConnectionLoop>(
       kName,
       [this] {
+        if (client_ && *client_) (*client_)->wait_for_connection(kFeatureLimit);
         return std::make_shared<link::WinHttpTransport>(
             options_.server, options_.machine, options_.key_file, integration::kLongestMessage);
       },

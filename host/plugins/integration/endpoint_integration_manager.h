@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "host/common/host_intake.h"
 #include "host/plugins/integration/event_store.h"
@@ -10,7 +11,9 @@
 #include "host/plugins/link/link_options.h"
 #include "module/frame/log_reference.h"
 #include "module/frame/plugin_interfaces.h"
+#include "module/frame/serv_plugin.h"
 #include "module/platform/endpoint_integration.h"
+#include "module/rpc/client_handler.h"
 
 namespace host {
 
@@ -19,7 +22,9 @@ namespace host {
 // kept in a file until the server has acknowledged it.
 //
 // Options: those of link::LinkOptions; "store", the file of the events, by default
-// `integration\events.db` in the data folder.
+// `integration\events.db` in the data folder; "through", the plug-in that is the client of another
+// process's feature, none by default: a connection is not begun before that process is there, so
+// that a call right after a start is answered by it, or before five seconds have passed.
 //
 // A call that never ends keeps CloseIntake and UnregisterAgent waiting; the host ends its process
 // when a stop takes too long.
@@ -53,7 +58,11 @@ class EndpointIntegrationManager final : public EnterpriseIntegration::IManager,
 
  private:
   const logging::LogReference log_;
+  IComponentManager* manager_ = nullptr;  // Not owned.
   link::LinkOptions options_;
+  std::wstring through_;
+  // From OpenIntake to Stop.
+  std::unique_ptr<ServPlugin<messaging::rpc::client_handler>> client_;
   // Each is there from Init on and goes in the reverse order.
   std::unique_ptr<integration::EventStore> store_;
   std::unique_ptr<integration::Hub> hub_;
