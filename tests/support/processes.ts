@@ -52,6 +52,9 @@ const roles = {
   service: /TsrSecurityService\.exe\.xml/,
   integration: /TsrIntegrationService\.exe\.xml/,
   worker: /TsrLowPrivilegeWorker\.exe/,
+  // The worker's two: who takes the rights away, and who has the shells.
+  workerStarter: /TsrLowPrivilegeWorker\.exe(?!.*\/restricted)/,
+  workerHost: /TsrLowPrivilegeWorker\.exe.*\/restricted/,
   shell: /WindowsPowerShell\\v1\.0\\powershell\.exe/i,
   console: /winpty-agent\.exe|\\(powershell|cmd)\.exe/i,
 };
@@ -67,6 +70,17 @@ export function processesWithRole(data: string, role: Role): number[] {
       return false;
     }
   });
+}
+
+// TerminateProcess of these.
+export function kill(pids: number[]): void {
+  for (const pid of pids) {
+    try {
+      process.kill(pid, "SIGKILL");
+    } catch {
+      // It has ended by itself.
+    }
+  }
 }
 
 export interface Standing {

@@ -1,7 +1,7 @@
 import { randomInt } from "node:crypto";
 import { setTimeout as pause } from "node:timers/promises";
 import { afterAll, beforeAll, expect, test } from "vitest";
-import { processesOf, processesWithRole, type Role, standing } from "../support/processes.ts";
+import { kill, processesOf, processesWithRole, type Role, standing } from "../support/processes.ts";
 import { Remote } from "../support/remote.ts";
 import { Stack } from "../support/stack.ts";
 import { Workload } from "../support/workload.ts";
@@ -20,17 +20,12 @@ afterAll(() => stack.stop());
 const killed: string[] = [];
 
 // TerminateProcess of one of them; of a console, with the programs in it.
-function kill(role: Role): void {
+function killOne(role: Role): void {
   const pids = processesWithRole(stack.data, role);
   const one = pids[randomInt(Math.max(pids.length, 1))];
-  for (const pid of role === "console" || one === undefined ? pids : [one]) {
-    try {
-      process.kill(pid, "SIGKILL");
-      killed.push(`${role} ${pid}`);
-    } catch {
-      // It has ended by itself.
-    }
-  }
+  const chosen = role === "console" || one === undefined ? pids : [one];
+  kill(chosen);
+  killed.push(...chosen.map((pid) => `${role} ${pid}`));
 }
 
 // Nothing is under way, and all that belongs to a machine is there.
@@ -52,7 +47,7 @@ test("processes die at any time, and nothing hangs, is left over or has grown", 
   const warmUp = await Workload.start(remote);
   for (const role of victims) {
     await pause(2_000);
-    kill(role);
+    killOne(role);
   }
   await warmUp.stop();
   await settled();
@@ -61,7 +56,7 @@ test("processes die at any time, and nothing hangs, is left over or has grown", 
   const load = await Workload.start(remote);
   for (const end = Date.now() + minutes * 60_000; Date.now() < end; ) {
     await pause(1_000 + randomInt(4_000));
-    kill(victims[randomInt(victims.length)] ?? "console");
+    killOne(victims[randomInt(victims.length)] ?? "console");
   }
   await load.stop();
   console.log("killed:", killed.join(", "), "\ndone:", load.done, "failed:", load.failed);
