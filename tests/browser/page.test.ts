@@ -1,6 +1,7 @@
 import type { Browser, Page } from "playwright-core";
 import { afterAll, beforeAll, expect, inject, test } from "vitest";
 import { openPage, seeOnScreen as seeOnScreenOf, shot } from "../support/browser.ts";
+import { kill, processesWithRole } from "../support/processes.ts";
 import { sharedApi } from "../support/shared_api.ts";
 
 declare const window: {
@@ -81,4 +82,22 @@ test("an ended session says why and opens again", async () => {
   await page.keyboard.press("Control+Alt+w");
   await api.machineThat((machine) => machine.sessions === 0);
   expect(await page.getByRole("tab").count()).toBe(0);
+});
+
+test("a tab whose shell process was killed says so, and Enter opens the next shell", async () => {
+  await page.keyboard.press("Control+Alt+t");
+  await seeOnScreen(0, ">");
+  const start = performance.now();
+  kill(processesWithRole(inject("data"), "worker"));
+  await page.getByText("The machine's shell process has ended.").waitFor();
+  console.log(`The page tells it after ${Math.round(performance.now() - start)} ms`);
+  await shot(page, "session-host-lost");
+
+  await page.keyboard.press("Enter");
+  await page.waitForFunction(() => window.remoteAccess.terminals[0]?.state.phase === "open");
+  console.log(`The next shell is open after ${Math.round(performance.now() - start)} ms`);
+  await type("echo of^-the^-next");
+  await seeOnScreen(0, "of-the-next");
+  await page.keyboard.press("Control+Alt+w");
+  await api.machineThat((machine) => machine.sessions === 0);
 });
