@@ -7,16 +7,6 @@ namespace {
 
 using JsonRpcFrontTest = FeatureInAgent;
 
-TEST_F(JsonRpcFrontTest, AnswersWhatIsNoTerminal) {
-  VeldConnector::Rpc::Reply reply{.text = "as it was", .code = 7};
-  EXPECT_EQ(feature.OnRpcMethod({"remoteaccess", "GetCurrentPath", "1", ""}, reply), 3u);
-  EXPECT_EQ(feature.OnRpcMethod({"RemoteAccess", "openterminal", "1", "{}"}, reply), 0u);
-  EXPECT_EQ(reply.text + std::to_string(reply.code), "as it was7");
-  EXPECT_EQ(feature.OnRpcMethod({"RemoteAccess", "GetCurrentPath", "1", "{"}, reply), 0u);
-  EXPECT_EQ(reply.text, "{\"code\":50,\"message\":\"not supported\"}\n");
-  EXPECT_EQ(reply.code, 50);
-}
-
 TEST_F(JsonRpcFrontTest, EveryWayToOpenATerminalOrNotHasItsCodes) {
   Run(/*enabled=*/false);
   const auto check = [&](const std::string& parameters, int32_t code, const Calls& expected) {

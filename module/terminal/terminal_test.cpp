@@ -84,16 +84,6 @@ TEST_F(TerminalTest, EndsWhenNobodyTypes) {
     calls.WaitFor("a ended");
     calls.Take();
   }
-  // Typing keeps it open beyond its limit, provided that this machine lets us type in time.
-  OpenWith(parameters + "1}");
-  uint64_t last = GetTickCount64(), longest_pause = 0;
-  for (const uint64_t end = last + 1500; last < end;) {
-    connector.streams["a"].Deliver(R"({"type":"data"})");
-    const uint64_t now = GetTickCount64();
-    longest_pause = std::max(longest_pause, now - last);
-    last = now;
-  }
-  EXPECT_TRUE(longest_pause > 900 || std::ranges::count(calls.Take(), "a ended") == 0);
   feature.Stop();
 }
 

@@ -10,6 +10,7 @@
 
 #include "host/plugins/link/connection_loop.h"
 #include "host/plugins/link/memory_transport.h"
+#include "module/feature/testing/call_list.h"
 
 namespace host::connector {
 namespace {
@@ -20,14 +21,15 @@ using VeldConnector::Stream::IConnection;
 constexpr char kStopText[] = R"({"type":"streamStop"})";
 
 // A user of the connector that takes the module "M": the method names an action of the test's.
-class User final : public VeldConnector::ISocketConnection,
+class User final : public orn::RemoteAccess::CallList,
+                   public VeldConnector::ISocketConnection,
                    public VeldConnector::Rpc::IController,
                    public IConnection::IMessageHandler {
  public:
-  void OnConnect() override { Note("connect"); }
+  void OnConnect() override { Add("connect"); }
   void OnDisconnect() override {
     if (on_disconnect) on_disconnect();
-    Note("disconnect");
+    Add("disconnect");
   }
   void OnReserved() override {}
   uint32_t OnRpcMethod(const VeldConnector::Rpc::Request& request,
@@ -35,36 +37,18 @@ class User final : public VeldConnector::ISocketConnection,
     if (on_call) on_call(request);
     reply.code = 5;
     reply.text = request.id + request.parameters;
-    Note("called " + request.method);
+    Add("called " + request.method);
     return 0;
   }
   std::vector<std::string> GetRpcModules() override { return {"M"}; }
   void OnMessage(const std::string& text) override {
     if (on_message) on_message();
-    Note(text);
-  }
-
-  // Waits until so many things have happened.
-  std::vector<std::string> WaitFor(size_t count) {
-    Lock lock(mutex_);
-    changed_.Wait(lock, [&] { return events_.size() >= count; });
-    return events_;
+    Add(text);
   }
 
   std::function<void(const VeldConnector::Rpc::Request&)> on_call;
   std::function<void()> on_message;
   std::function<void()> on_disconnect;
-
- private:
-  void Note(std::string event) {
-    const Lock lock(mutex_);
-    events_.push_back(std::move(event));
-    changed_.NotifyAll();
-  }
-
-  Mutex mutex_;
-  Condition changed_;
-  std::vector<std::string> events_;
 };
 
 // What a test lets go on when it says so.
@@ -96,7 +80,7 @@ std::string Inward(const std::string& stream, const std::string& type) {
 
 class HubTest : public testing::Test {
  protected:
-  using Events = std::vector<std::string>;
+  using Events = orn::RemoteAccess::Calls;
 
   void Connect(const link::LoopLimits& limits = {}) {
     manager_ = hub_.CreateSocketManager(&user_);

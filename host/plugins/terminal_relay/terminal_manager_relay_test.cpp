@@ -8,10 +8,13 @@
 #include <mutex>
 
 #include "host/plugins/common/fake_host.h"
+#include "module/feature/testing/call_list.h"
 
 namespace host {
 namespace {
 
+using orn::RemoteAccess::CallList;
+using orn::RemoteAccess::Calls;
 using orn::RemoteTerminal::IRemoteTerminalManager;
 using orn::RemoteTerminal::TerminalSize;
 using Id = orn::StringT<char>;
@@ -52,25 +55,14 @@ class LockingManager final : public IRemoteTerminalManager, public IOrnBaseInter
   IRemoteTerminalManagerNotifications* notified_ = nullptr;
 };
 
-class Subscriber final : public IRemoteTerminalManager::IRemoteTerminalManagerNotifications {
+class Subscriber final : public CallList,
+                         public IRemoteTerminalManager::IRemoteTerminalManagerNotifications {
  public:
   void OnTerminalClosed(const Id& id) override {
     if (on_closed) on_closed(id);
-    const Lock lock(mutex_);
-    heard_ += id.c_str();
-    changed_.NotifyAll();
-  }
-  std::string WaitFor(size_t count) {
-    Lock lock(mutex_);
-    changed_.Wait(lock, [&] { return heard_.size() >= count; });
-    return heard_;
+    Add(id.c_str());
   }
   std::function<void(const Id&)> on_closed;
-
- private:
-  Mutex mutex_;
-  Condition changed_;
-  std::string heard_;
 };
 
 // A connector where the session "over" has an end already.
@@ -129,7 +121,7 @@ TEST_F(RelayTest, NotifiesInOrderOfSessionsThatEndNotOtherwiseAndMayBeCalledMean
   EXPECT_EQ(relay_.Register(&subscriber_), 0u);
   for (const char* const id : {"a", "over", "b", "c"})
     manager_.End(id);
-  EXPECT_EQ(subscriber_.WaitFor(3), "abc");
+  EXPECT_EQ(subscriber_.WaitFor(3), (Calls{"a", "b", "c"}));
   EXPECT_EQ(manager_.closed, Id("c"));
 }
 
@@ -157,7 +149,7 @@ TEST_F(RelayTest, UnregisterWaitsForARunningNotificationAndDropsTheRest) {
   leave.set_value();
   unregistered.wait();
   manager_.End("c");
-  EXPECT_EQ(subscriber_.WaitFor(2), "ac");
+  EXPECT_EQ(subscriber_.WaitFor(2), (Calls{"a", "c"}));
 }
 
 TEST_F(RelayTest, AShellIsAskedOfTheNextWorkerWhereOneDiesBeforeItsAnswer) {

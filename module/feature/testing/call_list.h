@@ -26,6 +26,12 @@ class CallList {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return std::ranges::count(calls_, call) != 0; });
   }
+  // All, once there are so many.
+  Calls WaitFor(size_t count) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return calls_.size() >= count; });
+    return calls_;
+  }
   // Gives them and forgets them.
   Calls Take() {
     const std::lock_guard lock(mutex_);

@@ -40,18 +40,13 @@ class ThreadedEventQueue::Group final : public IEventGroup {
       task->is_cancelled = true;
     queue_.changed_.notify_all();
   }
-  uint32_t Wait(uint32_t timeout) override {
+  // Without a limit of time.
+  uint32_t Wait(uint32_t) override {
     std::unique_lock lock(queue_.mutex_);
-    const auto is_done = [this] {
-      return std::all_of(tasks_.begin(), tasks_.end(),
-                         [](const auto& task) { return task->has_ended; });
-    };
-    if (timeout == kForever) {
-      queue_.changed_.wait(lock, is_done);
-      return error::kSuccess;
-    }
-    const bool done = queue_.changed_.wait_for(lock, std::chrono::milliseconds(timeout), is_done);
-    return done ? error::kSuccess : error::kTimeout;
+    queue_.changed_.wait(lock, [this] {
+      return std::ranges::all_of(tasks_, [](const auto& task) { return task->has_ended; });
+    });
+    return error::kSuccess;
   }
 
  private:
@@ -87,11 +82,6 @@ void ThreadedEventQueue::AwaitQueued(size_t count) {
   changed_.wait(lock, [&] { return waiting_.size() >= count; });
 }
 
-void ThreadedEventQueue::Refuse(bool refused) {
-  const std::lock_guard lock(mutex_);
-  refused_ = refused;
-}
-
 void* ThreadedEventQueue::GetInterface(const InterfaceId& id) {
   const bool is_known = id == IOrnBaseInterface::kInterfaceId || id == IEventQueue::kInterfaceId;
   return is_known ? static_cast<IEventQueue*>(this) : nullptr;
@@ -110,8 +100,6 @@ uint32_t ThreadedEventQueue::QueueDelayed(const wchar_t*, EqTask** task, EqWorkI
 uint32_t ThreadedEventQueue::Add(EqTask** task, EqWorkItem* main, EqWorkItem* cancel,
                                  uint32_t delay, uint32_t repeat) {
   const std::lock_guard lock(mutex_);
-  *task = nullptr;
-  if (refused_) return error::kFailed;
   const auto added = std::make_shared<EqTask>();
   added->main.reset(main);
   added->cancel.reset(cancel);

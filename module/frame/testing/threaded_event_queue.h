@@ -23,8 +23,6 @@ class ThreadedEventQueue final : public IEventQueue {
   void Hold(bool held);
   // Returns when that many tasks are there that have not begun.
   void AwaitQueued(size_t count);
-  // From now on nothing can be queued, or can again.
-  void Refuse(bool refused);
 
   void* GetInterface(const InterfaceId& id) override;
   uint32_t Start(uint32_t) override { return 0; }
@@ -51,7 +49,6 @@ class ThreadedEventQueue final : public IEventQueue {
   // Guarded by mutex_, as are the tasks.
   std::list<std::shared_ptr<EqTask>> waiting_;
   bool held_ = false;
-  bool refused_ = false;
   bool stopping_ = false;
 
   std::vector<std::thread> threads_;  // Last: they use what stands above.
