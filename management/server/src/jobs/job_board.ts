@@ -151,12 +151,15 @@ export class JobBoard {
   #endFile(kind: "download" | "upload", data: unknown): void {
     const jobId = textOf(memberOf(data, "jobId"));
     if (!jobId) return;
+    const isNamed = (job: Job) => job.jobId === jobId;
+    // The end may come before the answer that names the job.
     const isMeant = (job: Job) =>
-      job.jobId === jobId ||
-      // The end may come before the answer that names the job.
-      (job.jobId === null &&
-        (memberOf(job.input, "jobId") === jobId || hasContext(job, memberOf(data, "runContext"))));
-    const job = this.#pending(kind).findLast(isMeant) ?? this.#lost(kind).findLast(isMeant);
+      job.jobId === null &&
+      (memberOf(job.input, "jobId") === jobId || hasContext(job, memberOf(data, "runContext")));
+    const [pending, lost] = [this.#pending(kind), this.#lost(kind)];
+    let job = pending.findLast(isNamed);
+    if (!job && this.#isToldAlready(kind, jobId)) return;
+    job ??= pending.findLast(isMeant) ?? lost.findLast((it) => isNamed(it) || isMeant(it));
     if (job) {
       job.jobId = jobId;
       return this.#close(job, "ended", data);
@@ -168,6 +171,9 @@ export class JobBoard {
   }
 
   #endProcess(data: unknown): void {
+    const output = memberOf(data, "startUploadArchive", "output");
+    const jobId = textOf(memberOf(output, "jobId"));
+    if (jobId && this.#jobs.some((job) => job.parent !== null && job.jobId === jobId)) return; // Told again.
     const isMeant = (job: Job) => hasContext(job, memberOf(data, "runContext"));
     const pending = this.#pending("process");
     const job =
@@ -176,8 +182,6 @@ export class JobBoard {
       this.#lost("process").find(isMeant);
     if (!job) return;
     this.#close(job, "ended", data);
-    const output = memberOf(data, "startUploadArchive", "output");
-    const jobId = textOf(memberOf(output, "jobId"));
     if (!jobId || memberOf(data, "startUploadArchive", "error") !== 0) return;
     const upload = this.#add({
       kind: "upload",
@@ -191,6 +195,13 @@ export class JobBoard {
     });
     if (this.#earlyEnds.has(jobId)) this.#close(upload, "ended", this.#earlyEnds.get(jobId));
     this.#earlyEnds.delete(jobId);
+  }
+
+  /** An agent tells an end again where it cannot know that the first time was heard. */
+  #isToldAlready(kind: Job["kind"], jobId: string): boolean {
+    return this.#jobs.some(
+      (job) => job.kind === kind && job.jobId === jobId && job.phase === "ended",
+    );
   }
 
   #pending(kind?: Job["kind"]): Job[] {

@@ -95,6 +95,11 @@ test("a process run ends by its context, oldest first, and its upload is a job o
     { kind: "upload", phase: "ended", input: { name: "first" }, end: { status: "success" } },
   ]);
   expect(jobs[2]?.parent).toBe(jobs[0]?.id);
+
+  // An end that is told again is not another run's.
+  await call(server, "StartProcess", { runContext: "run", startUploadArchive: {} });
+  await tell(machine, 5, "Process", end(3, "upload 1"));
+  expect((await jobsOf(server)).at(-1)).toMatchObject({ kind: "process", phase: "running" });
 });
 
 test("transfers show in the job that they are for, however its context is written", async () => {
@@ -173,4 +178,10 @@ test("an answer that comes after its time still counts, one that cannot come any
   expect((await jobsOf(server)).map(({ phase }) => phase)).toEqual(["running", "lost"]);
   await tell(again, 1, "Download", { jobId: "a", runContext: 1 });
   expect((await jobsOf(server))[1]).toMatchObject({ phase: "ended", status: null, jobId: "a" });
+
+  // Nor is that end, told again, the next one's with the same context.
+  again.onPolicy = () => null;
+  await call(server, "StartDownload", { runContext: 1 });
+  await tell(again, 2, "Download", { jobId: "a", runContext: 1 });
+  expect((await jobsOf(server))[2]).toMatchObject({ phase: "asked", jobId: null });
 });
