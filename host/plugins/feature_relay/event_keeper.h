@@ -29,8 +29,10 @@ class EventKeeper {
   using Delivery = std::function<void(Observer&)>;
 
   struct Limits {
-    size_t kept = 1024;                     // the oldest go first
-    std::chrono::milliseconds again{3000};  // how young an event is that is told again
+    size_t kept = 1024;  // the oldest go first
+    // How young an event is that is told again: longer than a process on a busy machine takes to
+    // keep it.
+    std::chrono::milliseconds again{15000};
   };
 
   explicit EventKeeper(const Limits& limits = {}) : limits_(limits) {}
