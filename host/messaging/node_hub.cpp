@@ -124,7 +124,7 @@ void Node::RemovePeer(const NodeKey& node) {
       TellLocked(/*added=*/false, entry);
     link = std::move(peer.mapped().link);
   }
-  if (link != nullptr) link->Break();
+  if (link != nullptr) link->Finish();
 }
 
 void Node::ForgetEntries() {

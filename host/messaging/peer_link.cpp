@@ -1,6 +1,7 @@
 #include "host/messaging/peer_link.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "host/messaging/pipe_access.h"
@@ -16,6 +17,10 @@ namespace {
 // so calls pile up only where many have given up waiting.
 constexpr size_t kPostLimit = 16 * 1024 * 1024;
 constexpr size_t kCallLimit = 128 * 1024 * 1024;
+
+// Milliseconds for what has been sent before its sender has gone to arrive. The pipe tells of its
+// end by itself, but where the far end's process lives on and keeps it.
+constexpr uint32_t kFinishLimit = 1000;
 
 uint32_t StatusOf(PipeStream::Sent sent) {
   switch (sent) {
@@ -55,7 +60,7 @@ uint32_t PeerLink::Post(std::string frame) {
 uint32_t PeerLink::Call(std::string frame, const std::shared_ptr<PendingCall>& call, bool driven) {
   {
     const std::lock_guard lock(mutex_);
-    if (stream_.broken()) return error::kNotConnected;
+    if (stream_.broken() || finishing_) return error::kNotConnected;
     calls_.emplace(call->id(), Waiting{call, driven});
     if (!driven) ++undriven_;
   }
@@ -104,6 +109,20 @@ void PeerLink::Break() {
   SetEvent(needed_.get());
 }
 
+void PeerLink::Finish() {
+  {
+    const std::lock_guard lock(mutex_);
+    FinishLocked();
+  }
+  stream_.Wake();
+  SetEvent(needed_.get());
+}
+
+void PeerLink::FinishLocked() {
+  finishing_ = true;
+  if (calls_.empty()) stream_.Break();
+}
+
 void PeerLink::Run() {
   orn::SetThreadName(L"Messaging link");
   const bool connected = Connect();
@@ -113,22 +132,27 @@ void PeerLink::Run() {
   leading_ = false;
   PassLeadLocked();
   const HANDLE objects[] = {needed_.get(), process.get()};
+  std::optional<Deadline> deadline;  // While finishing.
   while (!stream_.broken()) {
+    if (finishing_ && !deadline) deadline.emplace(kFinishLimit);
+    const bool watches = process && !finishing_;
     lock.unlock();
     // Nobody reads while there is nothing to do, so the pipe would not tell of the far end's death.
-    const DWORD result =
-        WaitForMultipleObjects(process ? 2 : 1, objects, /*waitAll=*/FALSE, INFINITE);
-    if (result == WAIT_OBJECT_0 + 1) stream_.Break();
+    const DWORD result = WaitForMultipleObjects(watches ? 2 : 1, objects, /*waitAll=*/FALSE,
+                                                deadline ? deadline->Left() : INFINITE);
+    if (result == WAIT_TIMEOUT) stream_.Break();
     lock.lock();
+    if (result == WAIT_OBJECT_0 + 1) FinishLocked();
     if (leading_ || !NeedsThreadLocked()) continue;
     leading_ = true;
+    const bool finishing = finishing_;
     lock.unlock();
     Lead(
-        [this] {
+        [&] {
           const std::lock_guard guard(mutex_);
-          return !NeedsThreadLocked();
+          return !NeedsThreadLocked() || finishing_ != finishing;
         },
-        /*deadline=*/nullptr);
+        deadline ? &*deadline : nullptr);
     lock.lock();
     leading_ = false;
     PassLeadLocked();

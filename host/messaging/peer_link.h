@@ -40,6 +40,9 @@ class PeerLink {
   void Forget(const PendingCall& call);
   // Ends the calls under way.
   void Break();
+  // As Break, once the answers that are here already, or on the way, have been read: the far end
+  // has gone.
+  void Finish();
   bool broken() const { return stream_.broken(); }
   // Breaks it where the far end has closed its own.
   void Probe() {
@@ -61,6 +64,7 @@ class PeerLink {
   // False for a frame that has no business here.
   bool Handle(const Frame& frame);
   void FailAll();
+  void FinishLocked();
   // Finds who leads next. The lead is free.
   void PassLeadLocked();
   bool NeedsThreadLocked() const { return undriven_ > 0 || stream_.waiting() > 0; }
@@ -77,6 +81,7 @@ class PeerLink {
   size_t undriven_ = 0;                  // Of calls_.
   bool leading_ = true;                  // Somebody pumps; at first the thread, which connects.
   std::vector<PendingCall*> followers_;  // Their callers wait for the lead.
+  bool finishing_ = false;
 
   std::thread thread_;
 };
