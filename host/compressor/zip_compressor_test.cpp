@@ -4,7 +4,6 @@
 #include <zip.h>
 
 #include <atomic>
-#include <fstream>
 #include <map>
 #include <string>
 #include <thread>
@@ -33,9 +32,6 @@ class ZipCompressor : public testing::Test {
   ZipCompressor() { compressor_->SetMode(orn::kDeflateNormal); }
   ~ZipCompressor() override { compressor_->Release(); }
 
-  void Write(const wchar_t* name, std::string_view contents) const {
-    std::ofstream((folder_ / name).c_str(), std::ios::binary) << contents;
-  }
   bool Add(const wchar_t* name, const wchar_t* archive_name) {
     return compressor_->AddFile((folder_ / name).c_str(), archive_name);
   }
@@ -79,9 +75,9 @@ class ZipCompressor : public testing::Test {
 
 TEST_F(ZipCompressor, KeepsNamesContentsTimesAndAttributesOfFilesThatOthersHaveOpen) {
   EXPECT_EQ(Create(orn::kZipArchive + 1), nullptr);
-  Write(L"a.txt", std::string(100'000, 'a'));
-  Write(L"\u0416\U0001F600.bin", "unicode");
-  Write(L"empty", "");
+  folder_.Write(L"a.txt", std::string(100'000, 'a'));
+  folder_.Write(L"\u0416\U0001F600.bin", "unicode");
+  folder_.Write(L"empty", "");
   const orn::UniqueFile user(CreateFileW(
       (folder_ / L"a.txt").c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -114,8 +110,8 @@ TEST_F(ZipCompressor, KeepsNamesContentsTimesAndAttributesOfFilesThatOthersHaveO
 }
 
 TEST_F(ZipCompressor, PasswordEncryptsEachFileWithAes256) {
-  Write(L"a.txt", "secret secret secret secret");
-  Write(L"empty", "");
+  folder_.Write(L"a.txt", "secret secret secret secret");
+  folder_.Write(L"empty", "");
   compressor_->SetPassword(L"p\u00E4ss");
   EXPECT_TRUE(Add(L"a.txt", L"a.txt"));
   EXPECT_TRUE(Add(L"empty", L"empty"));
@@ -128,7 +124,7 @@ TEST_F(ZipCompressor, PasswordEncryptsEachFileWithAes256) {
 }
 
 TEST_F(ZipCompressor, FileThatGrowsAndShrinksMeanwhileGivesASoundArchive) {
-  Write(L"log", std::string(4'000'000, 'x'));
+  folder_.Write(L"log", std::string(4'000'000, 'x'));
   std::atomic<bool> done{false};
   std::jthread user([&] {
     const orn::UniqueFile file(CreateFileW((folder_ / L"log").c_str(), GENERIC_WRITE,
@@ -153,7 +149,7 @@ TEST_F(ZipCompressor, ArchiveOfNothingAndThoseThatCannotBeWrittenOrMayNotAnyMore
   EXPECT_TRUE(Compress());
   EXPECT_TRUE(Read().empty());
   compressor_->SetArchivePath((folder_ / L"missing\\a.zip").c_str());
-  Write(L"a", "x");
+  folder_.Write(L"a", "x");
   EXPECT_TRUE(Add(L"a", L"a"));
   EXPECT_FALSE(compressor_->Compress());
   compressor_->Abort();

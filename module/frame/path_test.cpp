@@ -108,21 +108,6 @@ TEST_F(DeletionTest, ReadOnlyEntriesGoAndALockedOneKeepsOnlyWhatIsAboveIt) {
   EXPECT_TRUE(IsThere(L"file"));
 }
 
-TEST_F(DeletionTest, PatternHoldsAtTheTopAndBelowItAllGoes) {
-  for (const wchar_t* pattern : {L"", L"*.nothing"}) {
-    EXPECT_TRUE(detail::DeletePath(top_.c_str(), reboot_needed_, nullptr, pattern));
-    EXPECT_EQ(Left(), "+++++");
-  }
-  // Only names that match are entered, and below them all goes.
-  EXPECT_TRUE(Delete(L"b*"));
-  EXPECT_EQ(Left(), "+++--");
-  EXPECT_TRUE(reboot_needed_);  // The folder, which is not empty.
-  reboot_needed_ = false;
-  EXPECT_TRUE(detail::DeletePath(top_.c_str(), reboot_needed_, nullptr, L"*"));
-  EXPECT_FALSE(IsThere(L"top"));
-  EXPECT_FALSE(Delete(L"*") || reboot_needed_);
-}
-
 TEST_F(DeletionTest, SkippedPathIsKeptWithTheFoldersAboveItAndALockedOneIsLeftToTheRestart) {
   EXPECT_TRUE(
       Delete(L"*", [&](const Path& path) { return path == folder_ / L"top\\below\\keep.log"; }));

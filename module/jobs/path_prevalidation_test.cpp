@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "module/feature/testing/feature_in_agent.h"
 #include "module/frame/json.h"
 #include "module/frame/testing/test_folder.h"
@@ -56,10 +54,6 @@ class PathPrevalidationTest : public FeatureInAgent {
 
   PathPrevalidationTest() { EXPECT_EQ(feature.Init(this), 0); }
 
-  void File(const wchar_t* name, size_t size) {
-    folder.File(name);
-    std::ofstream((folder / name).c_str()) << std::string(size, 'x');
-  }
   // The answer without its line feed.
   std::string Ask(const char* method, const std::string& params) {
     VeldConnector::Rpc::Reply reply{.text = "", .code = -1};
@@ -142,12 +136,12 @@ TEST_F(PathPrevalidationTest, UploadCountsWhatCanBeReadUpToTheLimit) {
   folder.Folder(L"a");
   folder.Folder(L"a\\b");
   EXPECT_EQ(Upload(folder / L""), Refusal(4306, "empty directory"));
-  File(L"a\\denied", 1000);
+  folder.Write(L"a\\denied", std::string(1000, 'x'));
   Deny(folder / L"a\\denied");
   EXPECT_EQ(Upload(folder / L""), Refusal(5, "access denied"));
   EXPECT_EQ(Upload(folder / L"a\\denied"), Refusal(5, "access denied"));
-  File(L"a\\b\\one", 60);
-  File(L"two", 40);
+  folder.Write(L"a\\b\\one", std::string(60, 'x'));
+  folder.Write(L"two", std::string(40, 'x'));
   EXPECT_EQ(Upload(folder / L""), R"({"fileCount":2,"size":100})");
   EXPECT_EQ(Upload(folder / L"a/x/../b/one"), R"({"fileCount":1,"size":60})");
   storage.max_size = 99;

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 #include "module/frame/testing/semaphore.h"
 #include "module/frame/utf.h"
 #include "module/jobs/testing/child_roles.h"
@@ -109,10 +106,7 @@ struct ProcessRunsTest : testing::Test, IRemoteAccess::IProcessOperationsEvent {
     for (int i = 0; i < 3; ++i)
       runner_busy.Acquire();
   }
-  std::string Output() const {
-    std::ifstream file((folder / L"run\\out.txt").c_str(), std::ios::binary);
-    return (std::ostringstream() << file.rdbuf()).str();
-  }
+  std::string Output() const { return folder.Read(L"run\\out.txt"); }
 };
 
 bool HasEnded(const UniqueHandle& process) {

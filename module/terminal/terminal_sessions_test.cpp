@@ -7,22 +7,6 @@ namespace {
 
 using TerminalSessionsTest = FeatureInAgent;
 
-TEST_F(TerminalSessionsTest, ASessionEndsFromEitherSide) {
-  Run();
-  Open("a");
-  calls.Take();
-  connector.streams["a"].Deliver(R"({"type":"resize","resize":{"cols":9}})");
-  connector.streams["a"].Deliver(R"({"type":"streamError"})");
-  calls.WaitFor("a ended");
-  EXPECT_EQ(calls.Take(), (Calls{"size a 9x0", "destroy stream", "close a", "a ended"}));
-  Open("b");
-  calls.Take();
-  feature.OnTerminalClosed("b");
-  feature.Stop();  // while the cleanup runs
-  EXPECT_EQ(std::ranges::count(calls.Take(), "b ended"), 1);
-  EXPECT_EQ(connector.streams["b"].sent.Take(), Calls{"streamStop {\"reason\":0}\n"});
-}
-
 TEST_F(TerminalSessionsTest, BothEndsAtOnceMakeOneCleanupAndTwoNotices) {
   Run();
   for (int round = 0; round < 20; ++round) {

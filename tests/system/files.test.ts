@@ -1,4 +1,4 @@
-import { createHash, randomFillSync, randomUUID } from "node:crypto";
+import { createHash, randomFillSync } from "node:crypto";
 import {
   chmodSync,
   closeSync,
@@ -68,26 +68,6 @@ test("names that lead elsewhere are refused on both ways, and so is an unknown p
   expect((await remote.download([{ sourceUri: "a", to: "C:\\a" }], nowhere)).status).toBe(1168);
 });
 
-test("a cancelled download leaves nothing of what had arrived", async () => {
-  await remote.store("small.txt", "small");
-  await remote.store("large.bin", new Uint8Array(256 * mebibyte));
-  const jobId = "cancel-me";
-  const items = ["small.txt", ...Array(8).fill("large.bin")].map((sourceUri: string, index) => ({
-    sourceUri,
-    to: `C:\\cancelled\\${index}`,
-  }));
-  expect((await remote.download(items, { jobId })).status).toBe(0);
-  expect((await remote.download(items, { jobId })).status).toBe(1375);
-  await expect.poll(() => existsSync(remote.file("cancelled/0")), { timeout: 60_000 }).toBe(true);
-  expect(await remote.policy("CancelDownload", { jobId })).toMatchObject({
-    status: 0,
-    output: { jobId },
-  });
-  expect((await remote.downloadFinished(jobId)).status).toBe("aborted");
-  expect(readdirSync(remote.file("cancelled"))).toEqual([]);
-  expect((await remote.policy("CancelDownload", { jobId })).status).toBe(6);
-});
-
 test("a folder comes up as an archive, without the file that somebody has locked", async () => {
   const names = ["plain.txt", "ünï–код–文.txt", "sub/deep/read-only.txt", "locked.txt"];
   for (const name of names) remote.write(`up/${name}`, `content of ${name}`);
@@ -114,20 +94,6 @@ test("a folder comes up as an archive, without the file that somebody has locked
   rmSync(sign);
   expect((await holder.finished()).exitCode).toBe(0);
   await expect.poll(archives, { timeout: 60_000 }).toEqual([]);
-});
-
-test("a name that is taken in the storage gets another, and a password is asked for", async () => {
-  remote.write("secret/a.txt", "hidden");
-  const name = `same-${randomUUID()}`;
-  const first = await upload(["C:\\secret"], { name, password: "right horse" });
-  const second = await upload(["C:\\secret"], { name });
-  const [locked, open] = [
-    await remote.uploadFinished(first.output.jobId),
-    await remote.uploadFinished(second.output.jobId),
-  ];
-  expect([stored(locked), stored(open)]).toEqual([`${name}.zip`, `${name} (2).zip`]);
-  expect((await remote.entry(`${name} (2).zip`, "secret/a.txt")).toString()).toBe("hidden");
-  expect((await remote.storage(`${name}.zip?entry=secret/a.txt`)).status).toBe(400);
 });
 
 test("a large file is packed while thirty uploads wait, and one more is refused", async () => {

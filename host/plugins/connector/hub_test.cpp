@@ -339,16 +339,5 @@ TEST_F(HubTest, AClosedIntakeLetsNothingInButTheLastWordsOut) {
   EXPECT_EQ(user_.WaitFor(0), (Events{"connect", "called F"}));
 }
 
-TEST(BackOff, GrowsFromHalfASecondToHalfAMinuteAndStartsAnewAfterALongConnection) {
-  link::BackOff back_off(/*seed=*/1);
-  for (const int ceiling : {1, 2, 4, 8, 16, 30, 30}) {
-    const auto wait = back_off.Next();
-    EXPECT_GE(wait, ceiling * 500ms);
-    EXPECT_LE(wait, ceiling * 1000ms);
-  }
-  back_off.OnConnectionLasted(30s);
-  EXPECT_LE(back_off.Next(), 1s);
-}
-
 }  // namespace
 }  // namespace host::connector

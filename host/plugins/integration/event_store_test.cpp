@@ -143,25 +143,6 @@ TEST_F(EventStoreTest, DamageThatIsFoundWhileTheFileIsOpenCostsNoMoreThanWhatWas
   EXPECT_EQ(Read(*store), (Names{"4 a", "5 b"}));
 }
 
-TEST_F(EventStoreTest, AProcessThatEndsInMidWriteLosesNoEventThatWasTaken) {
-  EventStore* store = &Reopen();
-  for (int i = 1; i <= 5; ++i)
-    EXPECT_TRUE(store->Append("e", std::string(3000, '1')));
-  // What another process would find now, and when the last write had not come to its end.
-  const std::filesystem::path copy = folder_ / L"copy.db";
-  std::filesystem::path journal = copy;
-  journal += L"-wal";
-  for (const size_t missing : {0, 1000}) {
-    EXPECT_TRUE(CopyFileW(path_.c_str(), copy.c_str(), /*bFailIfExists=*/FALSE));
-    EXPECT_TRUE(CopyFileW((path_ + L"-wal").c_str(), journal.c_str(), /*bFailIfExists=*/FALSE));
-    std::filesystem::resize_file(journal, std::filesystem::file_size(journal) - missing);
-    EventStore after(copy, {});
-    EXPECT_TRUE(after.Open());
-    EXPECT_EQ(after.id(), store->id());
-    EXPECT_EQ(Read(after, 0, 100, 100'000).size(), missing == 0 ? 5u : 4u);
-  }
-}
-
 TEST_F(EventStoreTest, WithoutAFileNothingIsTakenUntilThereIsOne) {
   EventStore& store = Reopen();
   EXPECT_TRUE(store.Append("a", "1"));

@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <future>
 #include <memory>
 
 #include "host/plugins/common/node_server.h"
-#include "module/frame/handle.h"
+#include "module/frame/testing/test_folder.h"
 
 namespace host::link {
 namespace {
@@ -25,17 +24,10 @@ class WinHttpTransportTest : public testing::Test {
 
   void SetUp() override {
     ASSERT_NE(server_->port(), 0) << "the server did not start";
-    key_file_ = L"win_http_transport_test." + std::to_wstring(GetCurrentProcessId()) + L".key";
     WriteKey("right\r\n");
   }
-  ~WinHttpTransportTest() override { DeleteFileW(key_file_.c_str()); }
 
-  void WriteKey(const char* key) const {
-    const orn::UniqueFile file(CreateFileW(key_file_.c_str(), GENERIC_WRITE, /*dwShareMode=*/0,
-                                           nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD written = 0;
-    WriteFile(file.get(), key, static_cast<DWORD>(strlen(key)), &written, nullptr);
-  }
+  void WriteKey(const char* key) const { folder_.Write(L"key", key); }
   void Make(const std::wstring& path = {}, int port = server_->port()) {
     const auto address =
         ParseServerAddress(L"ws://127.0.0.1:" + std::to_wstring(port) + path, L"/api/agent");
@@ -49,7 +41,8 @@ class WinHttpTransportTest : public testing::Test {
   }
 
   static inline std::unique_ptr<NodeServer> server_;
-  std::wstring key_file_;
+  const TestFolder folder_;
+  const std::wstring key_file_ = folder_ / L"key";
   std::unique_ptr<WinHttpTransport> transport_;
   std::string reason_;
 };

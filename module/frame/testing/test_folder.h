@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <string_view>
 
 #include "module/frame/handle.h"
 #include "module/frame/path.h"
@@ -40,6 +43,13 @@ class TestFolder {
                                      /*template=*/nullptr));
     EXPECT_TRUE(file);
     return file;
+  }
+  void Write(const wchar_t* name, std::string_view bytes) const {
+    std::ofstream((*this / name).c_str(), std::ios::binary) << bytes;
+  }
+  std::string Read(const wchar_t* name) const {
+    std::ifstream file((*this / name).c_str(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
 
  private:
