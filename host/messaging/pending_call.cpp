@@ -68,7 +68,8 @@ void PendingCall::Cancel() {
 void PendingCall::FinishLocked() {
   if (done_.exchange(true)) return;
   if (pumped_ != nullptr) {
-    pumped_->Wake();
+    // Who asks mostly reads the answer itself, and needs no waking.
+    if (pumping_thread_ != GetCurrentThreadId()) pumped_->Wake();
   } else {
     SetEvent(event_);
   }
@@ -77,6 +78,7 @@ void PendingCall::FinishLocked() {
 void PendingCall::SetPumped(PipeStream* stream) {
   const std::lock_guard lock(mutex_);
   pumped_ = stream;
+  pumping_thread_ = GetCurrentThreadId();
 }
 
 std::optional<MessageContent> PendingCall::TakeAnswer() {

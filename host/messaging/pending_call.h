@@ -68,6 +68,7 @@ class PendingCall {
   // Guarded by mutex_.
   uint32_t targets_ = 1;
   PipeStream* pumped_ = nullptr;
+  DWORD pumping_thread_ = 0;  // Who asks, where `pumped_` is not null.
   std::optional<MessageContent> answer_;
 };
 
