@@ -1,3 +1,5 @@
+#include <cstdio>
+
 #include "bench/rpc/echo.h"
 #include "bench/rpc/road.h"
 #include "host/testing/host_runner.h"
@@ -24,7 +26,9 @@ class OurCaller : public Caller {
   explicit OurCaller(EchoClient& client) : client_(client) {}
 
   bool Call(const std::string& request, std::string& answer) override {
-    return client_.Echo(request, answer) == 0;
+    const int32_t status = client_.Echo(request, answer);
+    if (status != 0) std::fprintf(stderr, "A call gave %d.\n", status);
+    return status == 0;
   }
 
  private:
