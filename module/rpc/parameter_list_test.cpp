@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "host/messaging/message.h"
 #include "module/rpc/message_ptr.h"
-#include "module/rpc/testing/memory_message.h"
 #include "module/rpc/wire.h"
 
 namespace messaging::rpc {
@@ -15,7 +15,7 @@ namespace {
 using std::string_literals::operator""s;
 
 message_ptr NewMessage() {
-  return message_ptr::adopt(testing::memory_message::make());
+  return message_ptr::adopt(new host::channels::Message);
 }
 
 TEST(ParameterList, ComesBackFromTheMessageThatCarriesIt) {

@@ -4,8 +4,11 @@
 
 #include <vector>
 
+#include "module/rpc/testing/manual_queue.h"
+
 namespace {
 
+using messaging::testing::ManualQueue;
 using orn::Signal::Event;
 using orn::Signal::MemberFunction;
 using orn::Signal::PersistentSignal;
@@ -18,51 +21,6 @@ struct Listener {
   std::vector<int> heard;
 };
 const Event<MemberFunction<Listener, int, &Listener::OnNumber>> number_event;
-
-// Runs tasks when it is told to.
-struct ManualQueue final : IEventQueue, IEventGroup {
-  struct Queued {
-    EqWorkItem* item;
-    uint32_t delay;
-  };
-
-  ~ManualQueue() { EXPECT_TRUE(queued.empty()); }
-
-  // The delay that the oldest task was queued with.
-  uint32_t RunOldest() {
-    const Queued oldest = queued.front();
-    queued.erase(queued.begin());
-    oldest.item->Run();
-    oldest.item->Destroy();
-    return oldest.delay;
-  }
-
-  void* GetInterface(const InterfaceId&) override { return nullptr; }
-  uint32_t Start(uint32_t) override { return 0; }
-  void Stop() override {}
-  uint32_t Queue(const wchar_t*, EqTask**, EqWorkItem* main, EqWorkItem*, uint32_t,
-                 uint32_t) override {
-    queued.push_back({main, 0});
-    return 0;
-  }
-  uint32_t QueueDelayed(const wchar_t*, EqTask**, EqWorkItem* main, uint32_t delay, uint32_t,
-                        uint32_t) override {
-    queued.push_back({main, delay});
-    return 0;
-  }
-  void Release(EqTask*) override {}
-  void CreateGroup(IEventGroup** group) override { *group = this; }
-  void DestroyGroup(IEventGroup*) override {}
-  void Track(EqTask*) override {}
-  void Cancel() override {
-    for (const Queued& each : queued)
-      each.item->Destroy();
-    queued.clear();
-  }
-  uint32_t Wait(uint32_t) override { return 0; }
-
-  std::vector<Queued> queued;
-};
 
 // The host with the plug-in that carries names.
 struct Names final : IComponentManager,

@@ -4,13 +4,13 @@
 #include <future>
 
 #include "host/framework/event_queue.h"
+#include "host/plugins/common/fake_host.h"
 #include "host/plugins/process_info/process_info_db.h"
 #include "module/frame/exported_object.h"
 #include "module/jobs/testing/child_roles.h"
 #include "module/rpc/comm/remote_access_comm_client_plugin.h"
 #include "module/rpc/comm/remote_access_server_plugin.h"
 #include "module/rpc/server_factory.h"
-#include "module/rpc/testing/faces_host.h"
 #include "tests/processes/peer_process.h"
 #include "tests/processes/raw_peer.h"
 #include "tests/processes/service_process.h"
@@ -77,17 +77,19 @@ class NarrowQueue final : public host::EventQueue, public IEventGroup {
 
 // The feature's server, until kStop is set.
 CHILD_ROLE(NarrowServer) {
-  messaging::testing::faces_host faces;
+  host::FakeHost faces;
   NarrowQueue queue;
   queue.Start(0);
-  rpc::gateway_factory_holder messaging_library;
+  ExportedObject<IServPlugin> messaging_library;
+  messaging_library.Load(L"messaging_tsr.dll", kChannelGateway);
+  messaging_library.get()->Init(/*main=*/nullptr);
   ExportedObject<IOrnBaseInterface> target;
   target.Load(L"RemoteCallsTestPlugin.dll", L"RemoteAccess.Fake");
   host::ProcessInfoDb processes;
-  faces.put(kGlobalEventQueue, static_cast<IEventQueue*>(&queue));
-  faces.put(kChannelGateway, messaging_library.obtain(/*main=*/nullptr));
-  faces.put(kProcessInfoDb, static_cast<IOrnBaseInterface*>(static_cast<IServPlugin*>(&processes)));
-  faces.put(L"RemoteAccess", target.get());
+  faces.Add(kGlobalEventQueue, static_cast<IServPlugin*>(&queue));
+  faces.Add(kChannelGateway, messaging_library.get());
+  faces.Add(kProcessInfoDb, static_cast<IServPlugin*>(&processes));
+  faces.Add(L"RemoteAccess", target.get());
   rpc::server_factory<RemoteAccessServerPlugin> server;
   const orn::UniqueHandle stop = SharedEvent(kStop);
   Print(server.Init(&faces) == 0 ? "ready" : "failed");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <string>
 #include <utility>
@@ -16,7 +17,7 @@ class FakeHost final : public IServMain, public IComponentManager, public IHostC
   void SetOption(const wchar_t* plugin, const wchar_t* option, const wchar_t* value) {
     options_[{plugin, option}] = value;
   }
-  // `plugin` is not owned.
+  // `plugin` is not owned. Null takes the one of that name away.
   void Add(const wchar_t* name, IOrnBaseInterface* plugin) { plugins_[name] = plugin; }
 
   IComponentManager* GetComponentManager() override { return this; }
@@ -24,12 +25,17 @@ class FakeHost final : public IServMain, public IComponentManager, public IHostC
   uint32_t GetObject(const wchar_t* name, const InterfaceId& id, void** object) override {
     *object = nullptr;
     if (std::wstring(name) == kConfigurationName) *object = static_cast<IHostConfiguration*>(this);
-    if (const auto plugin = plugins_.find(name); plugin != plugins_.end()) {
+    if (const auto plugin = plugins_.find(name);
+        plugin != plugins_.end() && plugin->second != nullptr) {
       *object = plugin->second->GetInterface(id);
     }
-    return *object != nullptr ? error::kSuccess : error::kNotFound;
+    if (*object == nullptr) return error::kNotFound;
+    ++references_;
+    return error::kSuccess;
   }
-  void ReleaseObject(const wchar_t*) override {}
+  void ReleaseObject(const wchar_t*) override { --references_; }
+  // What was given out and not given back.
+  int references() const { return references_; }
 
   const wchar_t* GetOption(const wchar_t* plugin, const wchar_t* option) override {
     const auto found = options_.find({plugin, option});
@@ -40,6 +46,7 @@ class FakeHost final : public IServMain, public IComponentManager, public IHostC
   const wchar_t* ResolvePath(const wchar_t* path) override { return path; }
 
  private:
+  std::atomic<int> references_{0};
   std::map<std::pair<std::wstring, std::wstring>, std::wstring> options_;
   std::map<std::wstring, IOrnBaseInterface*> plugins_;
 };

@@ -8,16 +8,16 @@
 #include "module/rpc/comm/remote_access_server_plugin.h"
 #include "module/rpc/comm/testing/fake_remote_access.h"
 #include "module/rpc/comm/testing/listener.h"
-#include "module/rpc/comm/testing/two_ends.h"
+#include "module/rpc/testing/two_ends.h"
 
 namespace orn::RemoteAccess {
 namespace {
 
 using messaging::rpc::ParameterList;
 using messaging::rpc::ToJsonData;
-using messaging::rpc::testing::odd_server;
-using messaging::rpc::testing::raw_client;
-using messaging::rpc::testing::two_ends;
+using messaging::testing::odd_server;
+using messaging::testing::raw_client;
+using messaging::testing::two_ends;
 
 // Letters of all lengths, a zero, and what JSON escapes.
 const StringT<wchar_t> kText(std::wstring_view(L"\u00E4\xD83D\xDE00\0\"\\/\n\x7F", 9));
@@ -106,75 +106,41 @@ TEST_F(RemoteAccessCommTest, CallsArriveWholeAndSoDoTheirAnswers) {
 }
 
 TEST_F(RemoteAccessCommTest, OnlyTwoMethodsAreForEverybodyAndBadInputReachesNobody) {
-  raw_client raw;
-  ASSERT_EQ(raw.Init(&near_host, "RemoteAccess"), 0);
-  ASSERT_TRUE(raw.wait_for_connection(60000));
-  const auto call = [&](int32_t method, const ParameterList& in) {
-    ParameterList out;
-    const int32_t status = raw.send_request(method, in, out);
-    EXPECT_FALSE(out.HasTree()) << method;
-    return status;
-  };
+  raw_client raw(&near_host, "RemoteAccess");
   for (int32_t method : {1, 4, 5, 6, 7, 8})
-    EXPECT_EQ(call(method, {}), 87) << method;
-  EXPECT_EQ(call(9, {}), 632);
+    EXPECT_EQ(raw.call(method, {}), 87) << method;
+  EXPECT_EQ(raw.call(9, {}), 632);
   ParameterList in;
   for (const char* bad : {"", "null", "{\"data\":5}", "{\"data\":{}"}) {
     for (uint32_t id : {0x0302, 0x0602, 0x0D02})
       EXPECT_TRUE(in.AddBytes(id, bad));
     for (int32_t method : {4, 6, 8})
-      EXPECT_EQ(call(method, in), 87) << bad;
+      EXPECT_EQ(raw.call(method, in), 87) << bad;
   }
   for (uint32_t id : {0x0902, 0x0B02})
     EXPECT_TRUE(in.AddBytes(id, "odd"));
-  EXPECT_EQ(call(5, in), 87);
-  EXPECT_EQ(call(7, in), 87);
+  EXPECT_EQ(raw.call(5, in), 87);
+  EXPECT_EQ(raw.call(7, in), 87);
   ProcessExecutionInput process;
   process.runContext = L"1";
   EXPECT_TRUE(in.AddBytes(0x0D02, ToJsonData(process)));
-  EXPECT_EQ(call(8, in), 87);
+  EXPECT_EQ(raw.call(8, in), 87);
   EXPECT_TRUE(in.AddBytes(0x0E02, "{}"));
-  EXPECT_EQ(call(8, in), 87);
+  EXPECT_EQ(raw.call(8, in), 87);
   EXPECT_EQ(target.calls, 0);
   EXPECT_TRUE(in.AddValue(0x0101, 2));
-  EXPECT_EQ(call(1, in), 0);
+  EXPECT_EQ(raw.call(1, in), 0);
   EXPECT_TRUE(target.enabled);
-  raw.UnInit();
 
-  kind.admin = false;
-  raw_client guest;
-  ASSERT_EQ(guest.Init(&near_host, "RemoteAccess"), 0);
-  ASSERT_TRUE(guest.wait_for_connection(60000));
-  for (int32_t method = 0; method <= 9; ++method) {
-    ParameterList out;
-    EXPECT_EQ(guest.send_request(method, in, out), method == 2 || method == 3 ? 0 : 5) << method;
-  }
+  processes.known[near_pid].admin = false;
+  raw_client guest(&near_host, "RemoteAccess");
+  for (int32_t method = 0; method <= 9; ++method)
+    EXPECT_EQ(guest.call(method), method == 2 || method == 3 ? 0 : 5) << method;
   EXPECT_EQ(target.calls, 3);
-  guest.UnInit();
-}
-
-TEST_F(RemoteAccessCommTest, WithoutServerTheStartsAndTheCancelsTellDifferently) {
-  bool enabled = false;
-  EXPECT_EQ(client.GetEnabled(&enabled), 0u);  // From now on no call waits for a server.
-  LoseServer();
-  OperationResponse response;
-  ProcessExecutionResponse started;
-  StringT<wchar_t> message;
-  List<TerminalSessionState> list;
-  enabled = true;
-  EXPECT_EQ(client.SetEnabled(true), 2250u);
-  EXPECT_EQ(client.GetEnabled(&enabled), 2250u);
-  EXPECT_EQ(client.GetActiveTerminalSessions(list), 2250u);
-  EXPECT_EQ(client.StartDownload(SomeDownload(), response), 2250u);
-  EXPECT_EQ(client.StartUploadArchive(SomeUpload(), response), 2250u);
-  EXPECT_EQ(client.CancelDownload(L"j", message), 87u);
-  EXPECT_EQ(client.CancelUpload(L"j", message), 87u);
-  EXPECT_EQ(client.StartProcess({}, SomeUpload(), started), 2250u);
-  EXPECT_TRUE(enabled);
 }
 
 TEST_F(RemoteAccessCommTest, EventsReachTheirObserverWholeOrNotAtAll) {
-  messaging::rpc::testing::listener observer;
+  messaging::testing::listener observer;
   EXPECT_EQ(client.RegisterStateEvent(&observer, 0, 0), 0u);
   EXPECT_EQ(client.RegisterStateEvent(&observer, 0, 0), 87u);
   EXPECT_EQ(client.RegisterStateEvent(nullptr, 0, 0), 87u);
@@ -187,8 +153,7 @@ TEST_F(RemoteAccessCommTest, EventsReachTheirObserverWholeOrNotAtAll) {
     ASSERT_EQ(observers.size(), 1u);
     EXPECT_EQ((observers[0]->*event)(record), 0u);
     if (!whole) return;
-    observer.await(1);
-    EXPECT_EQ(observer.heard.back(), ToJsonData(record));
+    EXPECT_EQ(observer.heard.await(1)[0], ToJsonData(record));
   };
   using State = IRemoteAccess::IStateEvent;
   using File = IRemoteAccess::IFileOperationEvent;
@@ -210,7 +175,6 @@ TEST_F(RemoteAccessCommTest, EventsReachTheirObserverWholeOrNotAtAll) {
   arrives(target.process_observers, &Process::OnProcessFinished, ProcessExecutionMetadata(),
           /*whole=*/false);
   arrives(target.process_observers, &Process::OnProcessFinished, process);
-  EXPECT_EQ(observer.heard.size(), 4u);
 
   EXPECT_EQ(client.UnregisterStateEvent(&observer, 0, 0), 0u);
   EXPECT_EQ(client.UnregisterStateEvent(&observer, 0, 0), 87u);
@@ -242,7 +206,7 @@ TEST(RemoteAccessChannelsTest, RefuseWhatIsNoEventOfTheirs) {
 using OddServer = odd_server<IRemoteAccess>;
 using RemoteAccessOddServerTest = Ends<OddServer>;
 
-TEST_F(RemoteAccessOddServerTest, AnswersThatMakeNoSenseAreToldAsTheCallHasIt) {
+TEST_F(RemoteAccessOddServerTest, AnswersThatMakeNoSenseAndNoneAreToldAsTheCallHasIt) {
   const OperationResponse whole{L"m", L"1", L"j"};
   ProcessExecutionResponse started;
   started.runContext = L"1";
@@ -265,13 +229,7 @@ TEST_F(RemoteAccessOddServerTest, AnswersThatMakeNoSenseAreToldAsTheCallHasIt) {
       {"a failure and what goes with it", 8, true, ToJsonData(whole) + ' ', 8, 8, 8, 87},
       {"a failure and the process", 8, true, started_text, 8, 8, 8, 0},
   };
-  for (const Row& row : rows) {
-    OddServer::give = [&](ParameterList& out) {
-      EXPECT_TRUE(!row.tree || out.AddValue(0x0201, 1));
-      for (uint32_t id : {0x0202, 0x0402, 0x0702, 0x0A02, 0x0C02, 0x0F02})
-        EXPECT_TRUE(row.text.empty() || out.AddBytes(id, row.text));
-      return row.status;
-    };
+  const auto expect = [&](const Row& row) {
     const uint32_t odd = row.text.size() % 2 != 0 ? 87 : row.cancel;
     List<TerminalSessionState> list;
     OperationResponse response;
@@ -286,7 +244,19 @@ TEST_F(RemoteAccessOddServerTest, AnswersThatMakeNoSenseAreToldAsTheCallHasIt) {
     EXPECT_EQ(client.CancelDownload(L"j", message), odd) << row.why;
     EXPECT_EQ(client.CancelUpload(L"j", message), odd) << row.why;
     EXPECT_EQ(client.StartProcess({}, SomeUpload(), process), row.process) << row.why;
+  };
+  for (const Row& row : rows) {
+    OddServer::give = [&](ParameterList& out) {
+      EXPECT_TRUE(!row.tree || out.AddValue(0x0201, 1));
+      for (uint32_t id : {0x0202, 0x0402, 0x0702, 0x0A02, 0x0C02, 0x0F02})
+        EXPECT_TRUE(row.text.empty() || out.AddBytes(id, row.text));
+      return row.status;
+    };
+    expect(row);
   }
+  StopServer();
+  expect({"no server", 2250, false, "", 2250, 2250, 87, 2250});
+  EXPECT_EQ(client.SetEnabled(true), 2250u);
 }
 
 }  // namespace

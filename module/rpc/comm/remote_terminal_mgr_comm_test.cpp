@@ -5,15 +5,15 @@
 #include "module/rpc/comm/remote_terminal_mgr_server_plugin.h"
 #include "module/rpc/comm/testing/fake_terminal_manager.h"
 #include "module/rpc/comm/testing/listener.h"
-#include "module/rpc/comm/testing/two_ends.h"
+#include "module/rpc/testing/two_ends.h"
 
 namespace orn::RemoteTerminal {
 namespace {
 
 using messaging::rpc::ParameterList;
-using messaging::rpc::testing::odd_server;
-using messaging::rpc::testing::raw_client;
-using messaging::rpc::testing::two_ends;
+using messaging::testing::odd_server;
+using messaging::testing::raw_client;
+using messaging::testing::two_ends;
 
 template <class Server>
 using Ends = two_ends<RemoteTerminalMgrCommClientPlugin, Server, FakeTerminalManager>;
@@ -45,50 +45,38 @@ TEST_F(RemoteTerminalMgrCommTest, CallsArriveWholeAndSoDoTheirAnswers) {
   EXPECT_EQ(client.OpenTerminal("a", {}, conin, conout), 0u);
   EXPECT_TRUE(conin.empty() && conout.empty());
 
-  LoseServer();
+  StopServer();
   EXPECT_EQ(client.OpenTerminal("a", {}, conin, conout), 2250u);
   EXPECT_EQ(client.SetSize("a", {}), 2250u);
   client.CloseTerminal("a");
 }
 
 TEST_F(RemoteTerminalMgrCommTest, BadInputReachesNobodyAndNoGuestGetsIn) {
-  raw_client raw;
-  ASSERT_EQ(raw.Init(&near_host, "RemoteTerminalManager"), 0);
-  ASSERT_TRUE(raw.wait_for_connection(60000));
-  const auto call = [&](int32_t method, const ParameterList& in) {
-    ParameterList out;
-    return raw.send_request(method, in, out);
-  };
+  raw_client raw(&near_host, "RemoteTerminalManager");
   ParameterList in;
-  EXPECT_EQ(call(1, in), 87);
-  EXPECT_EQ(call(2, in), 1627);
-  EXPECT_EQ(call(3, in), 87);
+  EXPECT_EQ(raw.call(1, in), 87);
+  EXPECT_EQ(raw.call(2, in), 1627);
+  EXPECT_EQ(raw.call(3, in), 87);
   EXPECT_TRUE(in.AddBytes(0x0102, "a"));
   for (const char* size : {"", "5", R"({"data":{"cols":1}})", R"({"data":{"cols":1,"rows":"x"}})",
                            R"({"data":{"cols":1,"rows":4294967296}})", R"({"cols":1,"rows":2})"}) {
-    EXPECT_EQ(call(1, in), 87) << size;
-    EXPECT_EQ(call(3, in), 87) << size;
+    EXPECT_EQ(raw.call(1, in), 87) << size;
+    EXPECT_EQ(raw.call(3, in), 87) << size;
     EXPECT_TRUE(in.AddBytes(0x0202, size));
   }
   EXPECT_TRUE(target.calls.empty());
-  EXPECT_EQ(call(2, in), 0);
-  EXPECT_EQ(call(4, in), 632);
-  raw.UnInit();
+  EXPECT_EQ(raw.call(2, in), 0);
+  EXPECT_EQ(raw.call(4, in), 632);
 
-  kind.admin = false;
-  raw_client guest;
-  ASSERT_EQ(guest.Init(&near_host, "RemoteTerminalManager"), 0);
-  ASSERT_TRUE(guest.wait_for_connection(60000));
-  for (int32_t method = 1; method <= 4; ++method) {
-    ParameterList out;
-    EXPECT_EQ(guest.send_request(method, in, out), 5);
-  }
+  processes.known[near_pid].admin = false;
+  raw_client guest(&near_host, "RemoteTerminalManager");
+  for (int32_t method = 1; method <= 4; ++method)
+    EXPECT_EQ(guest.call(method), 5);
   EXPECT_EQ(target.calls, Calls{"close a 0x0"});
-  guest.UnInit();
 }
 
 TEST_F(RemoteTerminalMgrCommTest, EndsOfShellsAreToldInOrderWhileOneIsSubscribed) {
-  messaging::rpc::testing::listener subscriber;
+  messaging::testing::listener subscriber;
   EXPECT_EQ(client.Register(&subscriber), 0u);
   EXPECT_EQ(client.Register(&subscriber), 87u);
   EXPECT_EQ(client.Register(nullptr), 87u);
@@ -97,10 +85,9 @@ TEST_F(RemoteTerminalMgrCommTest, EndsOfShellsAreToldInOrderWhileOneIsSubscribed
   const Calls ids = {"a", kOddId, "", "b"};
   for (const std::string& id : ids)
     target.subscribers[0]->OnTerminalClosed(StringT<char>(std::string_view(id)));
-  subscriber.await(ids.size());
+  EXPECT_EQ(subscriber.heard.await(ids.size()), ids);
   EXPECT_EQ(client.Unregister(&subscriber), 0u);
   EXPECT_EQ(client.Unregister(&subscriber), 87u);
-  EXPECT_EQ(subscriber.heard, ids);
   target.changed.Acquire();
   EXPECT_TRUE(target.subscribers.empty());
 
