@@ -4,7 +4,6 @@
 
 #include <set>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -13,6 +12,8 @@
 
 namespace orn::RemoteAccess {
 namespace {
+
+using namespace std::string_literals;
 
 template <class Record>
 std::string Save(const Record& record) {
@@ -85,87 +86,78 @@ std::vector<std::string> Paths(const Json::Value& node, const std::string& path)
   return paths;
 }
 
-// Saves, loads and saves again, as text under "data"; then takes each member away in turn.
+// Loads the text and saves it again; then takes each member away in turn. Gives what was loaded.
 template <class Record>
-void ComesBackWholeOrNotAtAll(const Record& record, const std::set<std::string>& optional = {}) {
-  const std::string text = "{\"data\":" + Save(record) + "}";
-  Json::Value node = Parse(text);
-  Record loaded;
-  ASSERT_TRUE(LoadRecord(loaded, &node, "/data")) << text;
-  EXPECT_EQ("{\"data\":" + Save(loaded) + "}", text);
-  for (const std::string& path : Paths(Parse(text)["data"], "/data")) {
-    node = Parse(text);
+Record ComesBackWholeOrNotAtAll(const std::string& text,
+                                const std::set<std::string>& optional = {}) {
+  Record whole, cut;
+  Json::Value node;
+  node["data"] = Parse(text);
+  EXPECT_TRUE(LoadRecord(whole, &node, "/data")) << text;
+  EXPECT_EQ(Save(whole), text);
+  for (const std::string& path : Paths(Parse(text), "/data")) {
+    node["data"] = Parse(text);
     *FindNode(&node, path.c_str(), /*create=*/false) = Json::Value();
-    EXPECT_EQ(LoadRecord(loaded, &node, "/data"), optional.contains(path)) << path;
+    EXPECT_EQ(LoadRecord(cut, &node, "/data"), optional.contains(path)) << path;
   }
   node = Parse("[]");
-  EXPECT_FALSE(LoadRecord(loaded, &node, "/data"));
-  EXPECT_FALSE(LoadRecord(loaded, nullptr, "/data"));
+  EXPECT_FALSE(LoadRecord(cut, &node, "/data"));
+  EXPECT_FALSE(LoadRecord(cut, nullptr, "/data"));
+  return whole;
 }
 
 TEST(RecordsJsonTest, ReportsComeBackWholeOrNotAtAll) {
-  const StringT<wchar_t> text(std::wstring_view(L"\u00E4\xD83D\xDE00\0\"\\\n", 8));
-  DownloadMetadata download;
-  download.items = {{"u\0", L"C:\\\u00FC", -5, text}, {}};
-  download.runContext = L"[1]";
-  download.jobId = text;
-  download.status = DownloadMetadata::Status::kAborted;
-  download.centralizedStorage.reason = text;
-  HttpResponse& response = download.centralizedStorage.httpResponse;
-  response = {"{\"a\" : [ 1 ]}", "", "application/json", int64_t{1} << 40, -1};
-  const std::string http = "/data/centralizedStorage/httpResponse/body";
-  ComesBackWholeOrNotAtAll(download, {http, http + "/a", http + "/a[0]", "/data/runContext[0]"});
-  Json::Value node;
-  ASSERT_TRUE(SaveRecord(download, &node));
-  DownloadMetadata loaded;
-  ASSERT_TRUE(LoadRecord(loaded, &node));
+  const std::string odd = R"(\u00e4\ud83d\ude00\u0000\"\\\n)";
+  const auto download = [&](const std::string& body) {
+    return R"({"centralizedStorage":{"error":0,"httpResponse":{)" + body +
+           R"(,"contentLength":1099511627776,"contentType":"application/json","responseCode":-1},)"
+           R"("profile":"","reason":""},"items":[{"error":")" +
+           odd +
+           R"(","errorCode":-5,"sourceUri":"u","to":"C:\\\u00fc"},)"
+           R"({"error":"","errorCode":0,"sourceUri":"","to":""}],"jobId":")" +
+           odd + R"(","runContext":[1],"status":"aborted"})";
+  };
+  const std::string body = "/data/centralizedStorage/httpResponse/body";
+  auto loaded = ComesBackWholeOrNotAtAll<DownloadMetadata>(
+      download(R"("body":{"a":[1]})"), {body, body + "/a", body + "/a[0]", "/data/runContext[0]"});
   EXPECT_EQ(loaded.centralizedStorage.httpResponse.body, "{\"a\":[1]}");
-  EXPECT_EQ(loaded.jobId, text);
+  EXPECT_EQ(loaded.jobId, L"\u00E4\U0001F600\0\"\\\n"s);
+  const std::string other = download(R"("body64":"aGk=")");
+  ComesBackWholeOrNotAtAll<DownloadMetadata>(other, {body + "64", "/data/runContext[0]"});
+  // A body that is in the record already does not stay beside the other.
+  Json::Value node = Parse(other);
+  EXPECT_TRUE(LoadRecord(loaded, &node));
+  EXPECT_TRUE(loaded.centralizedStorage.httpResponse.body.empty());
   node["status"] = "Aborted";
   EXPECT_FALSE(LoadRecord(loaded, &node));
-  // A body that is in the record already does not stay beside the other.
-  response.body64 = "aGk=";
-  ASSERT_TRUE(SaveRecord(download, &node));
-  ASSERT_TRUE(LoadRecord(loaded, &node));
-  EXPECT_TRUE(loaded.centralizedStorage.httpResponse.body.empty());
-  ComesBackWholeOrNotAtAll(download, {http + "64", "/data/runContext[0]"});
 
-  UploadArchiveMetadata upload;
-  upload.status = UploadArchiveMetadata::Status::kUploadFailed;
-  upload.items = {{L"C:\\*", 2, text}};
-  upload.runContext = L"false";
-  ComesBackWholeOrNotAtAll(upload);
-
-  ProcessExecutionMetadata process;
-  process.exitCode = -1;
-  process.reason = ProcessExecutionMetadata::Reason::kError;
-  process.runContext = L"{\"a\":0}";
-  process.upload = {text, L"\"\"", L""};
-  process.uploadError = INT32_MIN;
-  ComesBackWholeOrNotAtAll(process, {"/data/runContext/a"});
-
-  ComesBackWholeOrNotAtAll(TerminalSessionState{"\xC3\xA4", true, INT64_MIN, INT64_MAX});
+  ComesBackWholeOrNotAtAll<UploadArchiveMetadata>(
+      R"({"centralizedStorage":{"error":0,"httpResponse":{"contentLength":0,"contentType":"",)"
+      R"("responseCode":0},"profile":"","reason":""},"items":[{"error":"","errorCode":2,)"
+      R"("pattern":"C:\\*"}],"jobId":"","name":"","runContext":false,"status":"upload failed"})");
+  ComesBackWholeOrNotAtAll<ProcessExecutionMetadata>(
+      R"({"exitCode":-1,"reason":"error","runContext":{"a":0},"startUploadArchive":)"
+      R"({"error":-2147483648,"output":{"jobId":"","message":"m","runContext":""}}})",
+      {"/data/runContext/a"});
+  ComesBackWholeOrNotAtAll<TerminalSessionState>(
+      R"({"endTimestamp":9223372036854775807,"isConnected":true,)"
+      R"("startTimestamp":-9223372036854775808,"terminalId":"\u00e4"})");
 }
 
 TEST(RecordsJsonTest, InputsAndAnswersComeBack) {
-  DownloadInput download;
-  download.timeout = UINT32_MAX;
-  download.items = {{"u", L"t"}};
-  download.runContext = L"5";
-  ComesBackWholeOrNotAtAll(download, {"/data/jobId"});
-
-  UploadArchiveInput upload;
-  upload.jobId = L"j";
-  upload.items = {{L"*"}, {L""}};
-  upload.postItems = {{"n", "v"}};
-  upload.runContext = L"{}";
-  ComesBackWholeOrNotAtAll(upload, {"/data/jobId"});
-
-  ProcessExecutionInput process;
-  process.commandLine = L"\"a\" b";
-  process.runContext = L"[]";
-  ComesBackWholeOrNotAtAll(process);
-  ComesBackWholeOrNotAtAll(OperationResponse{L"m", L"0", L""});
+  ComesBackWholeOrNotAtAll<DownloadInput>(
+      R"({"centralizedStorage":{"profile":""},"items":[{"sourceUri":"u","to":"t"}],"jobId":"",)"
+      R"("runContext":5,"streamId":"","timeout":4294967295})",
+      {"/data/jobId"});
+  ComesBackWholeOrNotAtAll<UploadArchiveInput>(
+      R"({"centralizedStorage":{"postItems":[{"name":"n","value":"v"}],"profile":""},"items":)"
+      R"([{"pattern":"*"},{"pattern":""}],"jobId":"j","name":"","password":"","runContext":{},)"
+      R"("streamId":"","timeout":0})",
+      {"/data/jobId"});
+  ComesBackWholeOrNotAtAll<ProcessExecutionInput>(
+      R"({"execute":{"commandLine":"\"a\" b","outputPath":"","timeout":0,"workingDir":""},)"
+      R"("runContext":[]})");
+  ComesBackWholeOrNotAtAll<OperationResponse>(R"({"jobId":"","message":"m","runContext":0})");
 
   Json::Value node;
   ASSERT_TRUE(SaveRecordWithStatus({.status = -1, .pid = UINT32_MAX, .runContext = L"1"}, &node));
