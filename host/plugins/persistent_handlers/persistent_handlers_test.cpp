@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <thread>
-#include <vector>
 
 #include "host/plugins/common/fake_host.h"
 #include "module/frame/testing/test_folder.h"
@@ -57,8 +54,8 @@ TEST_F(PersistentHandlersTest, NamesOfAllProcessesAreThereInTheNextRun) {
 }
 
 TEST_F(PersistentHandlersTest, DamagedFileIsSetAsideAndTheNamesBeginAnew) {
-  std::filesystem::create_directories(std::filesystem::path(path_).parent_path());
-  std::ofstream(std::filesystem::path(path_)) << std::string(5000, 'x');
+  folder_.Folder(L"new");
+  folder_.Write(L"new\\handlers.db", std::string(5000, 'x'));
   PersistentHandlers plugin;
   ASSERT_EQ(plugin.Init(&host_), 0);
   plugin.Add("c", "a");

@@ -31,15 +31,11 @@ test("credit goes back in order, for what the reader has taken and, where it say
   expect(given).toEqual([]);
   expect(window.acknowledge(2)).toBe(false);
   expect(window.acknowledge(1)).toBe(true);
-  const second = window.receive(50 * KIB, 49 * KIB);
-  expect(window.acknowledge(49 * KIB)).toBe(true);
   expect(given).toEqual([40 * KIB]);
-  window.written(second);
-  expect(given).toEqual([40 * KIB, 50 * KIB]);
   // Without a reader everything counts as consumed, and after the end nothing is given.
   window.release();
   window.receive(60 * KIB, 60 * KIB);
   window.dispose();
   window.receive(70 * KIB, 70 * KIB);
-  expect(given).toEqual([40 * KIB, 50 * KIB, 60 * KIB]);
+  expect(given).toEqual([40 * KIB, 60 * KIB]);
 });
