@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <map>
 
+#include "host/common/sync.h"
 #include "host/framework/worker_pool.h"
-#include "host/plugins/common/sync.h"
 #include "module/frame/plugin_interfaces.h"
 #include "module/platform/event_queue.h"
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "host/common/sync.h"
 #include "host/messaging/message.h"
-#include "host/plugins/common/sync.h"
 #include "module/platform/messaging.h"
 
 namespace host::channels {

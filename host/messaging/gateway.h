@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
+#include "host/common/sync.h"
 #include "host/messaging/channel.h"
 #include "host/messaging/message.h"
 #include "host/messaging/pending_call.h"
-#include "host/plugins/common/sync.h"
 #include "module/platform/messaging.h"
 
 namespace host::channels {

@@ -4,7 +4,7 @@
 #include <functional>
 #include <thread>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 
 namespace host {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/common/task_thread.h"
 #include "host/plugins/connector/messages.h"
 #include "host/plugins/connector/socket_manager.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/connector/stream_table.h"
 #include "module/platform/veld_connector.h"
 

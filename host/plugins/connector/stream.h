@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/link/outbox.h"
 #include "module/platform/veld_connector.h"
 

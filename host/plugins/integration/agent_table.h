@@ -3,7 +3,7 @@
 #include <functional>
 #include <vector>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "module/platform/endpoint_integration.h"
 
 namespace host::integration {

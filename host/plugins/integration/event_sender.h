@@ -5,7 +5,7 @@
 #include <memory>
 #include <thread>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/integration/event_store.h"
 #include "host/plugins/link/outbox.h"
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "host/common/sync.h"
 #include "host/plugins/common/sqlite.h"
-#include "host/plugins/common/sync.h"
 
 namespace host::integration {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/common/task_thread.h"
 #include "host/plugins/integration/agent_table.h"
 #include "host/plugins/integration/event_sender.h"

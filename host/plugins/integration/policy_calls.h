@@ -3,7 +3,7 @@
 #include <atomic>
 #include <memory>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/integration/agent_table.h"
 #include "host/plugins/integration/messages.h"
 #include "host/plugins/link/outbox.h"

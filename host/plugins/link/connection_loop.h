@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/link/connection_user.h"
 #include "host/plugins/link/outbox.h"
 #include "host/plugins/link/transport.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/link/transport.h"
 
 namespace host::link {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "module/frame/windows.h"
 
 #include <winhttp.h>

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/link/server_address.h"
 #include "host/plugins/link/transport.h"
 #include "host/plugins/link/win_http_operations.h"

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/common/sync.h"
 #include "host/plugins/common/sqlite.h"
-#include "host/plugins/common/sync.h"
 
 namespace host::signals {
 

@@ -5,7 +5,7 @@
 
 #include "host/common/file_path.h"
 #include "host/common/host_configuration.h"
-#include "host/plugins/process_info/running_process.h"
+#include "host/common/running_process.h"
 #include "module/frame/log.h"
 #include "module/frame/serv_plugin.h"
 #include "module/frame/utf.h"

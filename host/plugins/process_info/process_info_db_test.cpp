@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "host/common/file_path.h"
+#include "host/common/running_process.h"
 #include "host/plugins/common/fake_host.h"
-#include "host/plugins/process_info/running_process.h"
 #include "module/frame/utf.h"
 
 namespace host {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/settings/settings_watch.h"
 #include "module/frame/log_reference.h"
 #include "module/frame/plugin_interfaces.h"

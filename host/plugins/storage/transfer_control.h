@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/link/win_http_operations.h"
 
 namespace host::storage {

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/storage/transfer.h"
 #include "host/plugins/storage/transfer_limits.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "module/frame/handle.h"
 
 namespace host {

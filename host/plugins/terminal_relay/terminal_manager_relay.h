@@ -4,7 +4,7 @@
 #include <thread>
 #include <vector>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 #include "host/plugins/connector/session_ends.h"
 #include "module/frame/log_reference.h"
 #include "module/frame/plugin_interfaces.h"

@@ -1,4 +1,4 @@
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 
 #include <algorithm>
 

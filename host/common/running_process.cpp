@@ -1,4 +1,4 @@
-#include "host/plugins/process_info/running_process.h"
+#include "host/common/running_process.h"
 
 namespace host {
 
