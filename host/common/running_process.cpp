@@ -1,5 +1,7 @@
 #include "host/common/running_process.h"
 
+#include "host/common/security.h"
+
 namespace host {
 
 RunningProcess::RunningProcess(uint32_t pid)
@@ -27,18 +29,6 @@ bool RunningProcess::IsAdministrator() const {
   orn::UniqueHandle token;
   return OpenProcessToken(process_.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) &&
          IsAdministratorToken(token.get());
-}
-
-bool IsAdministratorToken(HANDLE token) {
-  alignas(SID) BYTE administrators[SECURITY_MAX_SID_SIZE];
-  DWORD size = sizeof(administrators);
-  // Membership is asked of a token that a thread could bear.
-  orn::UniqueHandle bearable;
-  BOOL is_member = FALSE;
-  return CreateWellKnownSid(WinBuiltinAdministratorsSid, /*DomainSid=*/nullptr, administrators,
-                            &size) &&
-         DuplicateToken(token, SecurityIdentification, bearable.put()) &&
-         CheckTokenMembership(bearable.get(), administrators, &is_member) && is_member;
 }
 
 }  // namespace host

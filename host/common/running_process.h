@@ -27,10 +27,4 @@ class RunningProcess {
   uint64_t created_ = 0;
 };
 
-// Whether the token of a process has the Administrators group enabled, as SYSTEM's own has it. A
-// group that is only there to be denied, as in the token of an administrator who has not elevated,
-// does not count; nor does the user SYSTEM alone, who is still that of a process whose rights were
-// taken away. `token` is open for TOKEN_QUERY and TOKEN_DUPLICATE.
-bool IsAdministratorToken(HANDLE token);
-
 }  // namespace host

@@ -25,12 +25,21 @@ std::wstring UserSid() {
 }
 
 bool IsAdministrator() {
+  orn::UniqueHandle token;
+  return OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) &&
+         IsAdministratorToken(token.get());
+}
+
+bool IsAdministratorToken(HANDLE token) {
   std::array<std::byte, SECURITY_MAX_SID_SIZE> administrators;
   DWORD length = administrators.size();
+  // Membership is asked of a token that a thread could bear.
+  orn::UniqueHandle bearable;
   BOOL member = FALSE;
   return CreateWellKnownSid(WinBuiltinAdministratorsSid, /*domain=*/nullptr, administrators.data(),
                             &length) &&
-         CheckTokenMembership(/*token=*/nullptr, administrators.data(), &member) && member;
+         DuplicateToken(token, SecurityIdentification, bearable.put()) &&
+         CheckTokenMembership(bearable.get(), administrators.data(), &member) && member;
 }
 
 SecurityDescriptor::SecurityDescriptor(const std::wstring& text) {

@@ -9,8 +9,12 @@ namespace host {
 // The user of this process, as the text of its security identifier; empty where it cannot be told.
 std::wstring UserSid();
 
-// Whether the administrators' group is in this process's token and grants what it may: not in that
-// of a low process, which has it for refusals only.
+// Whether the token of a process has the Administrators group enabled, as SYSTEM's own has it. A
+// group that is only there to be denied, as in the token of an administrator who has not elevated,
+// does not count; nor does the user SYSTEM alone, who is still that of a process whose rights were
+// taken away. `token` is open for TOKEN_QUERY and TOKEN_DUPLICATE.
+bool IsAdministratorToken(HANDLE token);
+// Whether that of this process has.
 bool IsAdministrator();
 
 // What objects are made with, from the system's text form:

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "host/common/host_presence.h"
+#include "host/common/running_process.h"
 #include "host/common/security.h"
 #include "module/frame/scope_guard.h"
 
@@ -135,23 +136,8 @@ uint64_t SystemTime() {
 }
 
 bool IsAdministratorProcess(uint32_t pid, uint64_t connected) {
-  const orn::UniqueHandle process(
-      OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, /*inherit=*/FALSE, pid));
-  FILETIME created;
-  FILETIME other;
-  orn::UniqueHandle token;
-  orn::UniqueHandle copy;
-  if (!process || !GetProcessTimes(process.get(), &created, &other, &other, &other) ||
-      Number(created) > connected ||
-      !OpenProcessToken(process.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) ||
-      !DuplicateToken(token.get(), SecurityIdentification, copy.put())) {
-    return false;
-  }
-  char sid[SECURITY_MAX_SID_SIZE];
-  DWORD size = sizeof(sid);
-  BOOL member = FALSE;
-  return CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size) &&
-         CheckTokenMembership(copy.get(), sid, &member) && member;
+  const RunningProcess process(pid);
+  return process && process.created() <= connected && process.IsAdministrator();
 }
 
 bool IsTrustworthyOwner(HANDLE pipe) {

@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "host/common/file_path.h"
-#include "host/common/running_process.h"
+#include "host/common/security.h"
 #include "host/plugins/common/fake_host.h"
+#include "module/frame/handle.h"
 #include "module/frame/utf.h"
 
 namespace host {
