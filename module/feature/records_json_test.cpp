@@ -9,6 +9,7 @@
 
 #include "module/frame/json_path.h"
 #include "module/frame/testing/json_text.h"
+#include "module/frame/utf.h"
 
 namespace orn::RemoteAccess {
 namespace {
@@ -121,7 +122,7 @@ TEST(RecordsJsonTest, ReportsComeBackWholeOrNotAtAll) {
   auto loaded = ComesBackWholeOrNotAtAll<DownloadMetadata>(
       download(R"("body":{"a":[1]})"), {body, body + "/a", body + "/a[0]", "/data/runContext[0]"});
   EXPECT_EQ(loaded.centralizedStorage.httpResponse.body, "{\"a\":[1]}");
-  EXPECT_EQ(loaded.jobId, L"\u00E4\U0001F600\0\"\\\n"s);
+  EXPECT_EQ(loaded.jobId, ToWide("\xC3\xA4\xF0\x9F\x98\x80\0\"\\\n"s));
   const std::string other = download(R"("body64":"aGk=")");
   ComesBackWholeOrNotAtAll<DownloadMetadata>(other, {body + "64", "/data/runContext[0]"});
   // A body that is in the record already does not stay beside the other.

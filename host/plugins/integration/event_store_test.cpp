@@ -43,26 +43,16 @@ class EventStoreTest : public testing::Test {
   std::optional<EventStore> store_;
 };
 
-TEST_F(EventStoreTest, NumbersRiseForEverAndEventsStayUntilTheyAreForgotten) {
+TEST_F(EventStoreTest, NumbersRiseForEverAndReadsAreBounded) {
   EventStore* store = &Reopen();
-  const std::string id = store->id();
-  EXPECT_EQ(id.size(), 36u);
   for (const char* const name : {"a", "b", "\xc3\xa4"})
     EXPECT_TRUE(store->Append(name, R"({"data":1})"));
-  store = &Reopen();
-  EXPECT_EQ(store->id(), id);
   EXPECT_EQ(Read(*store), (Names{"1 a", "2 b", "3 \xc3\xa4"}));
   EXPECT_EQ(store->After(2, 1, 0).at(0).payload, R"({"data":1})");
   // At most so many, so many bytes, but one at least.
   EXPECT_EQ(Read(*store, 1, 1), Names{"2 b"});
   EXPECT_EQ(Read(*store, 0, 100, 22), (Names{"1 a", "2 b"}));
   EXPECT_EQ(Read(*store, 0, 100, 1), Names{"1 a"});
-
-  store->Forget(2);
-  EXPECT_EQ(Read(*store), Names{"3 \xc3\xa4"});
-  store->Forget(3);
-  store = &Reopen();
-  EXPECT_TRUE(store->Append("d", "1"));
   // The server knows more than a file that was taken from a copy.
   store->Forget(100);
   store = &Reopen();

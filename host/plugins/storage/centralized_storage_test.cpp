@@ -342,15 +342,12 @@ TEST_F(CentralizedStorageTest, ProfilesDecideWhoComesAndHowMuchMayPass) {
   const std::wstring path = folder_ + L"a.zip";
   const std::wstring secret = folder_ + L"secret";
   files_.Write(L"a.zip", "x");
-  Set(L"machineId", L"machine-1");
   Set(L"p.keyFile", secret);
   Start(L"whole");
   EXPECT_EQ(Upload(path), 5);  // The key cannot be read.
   files_.Write(L"secret", "the-key\r\n");
   EXPECT_EQ(Upload(path), 0);
   EXPECT_EQ(body_["authorization"], "Bearer the-key");
-  EXPECT_EQ(body_["machine"], "machine-1");
-  EXPECT_EQ(body_["run"], "eyJydW4iOjF9");
   Set(L"p.keyFile", L"");
   Set(L"p.user", L"user");
   Set(L"p.passwordFile", secret);

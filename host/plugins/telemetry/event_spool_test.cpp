@@ -3,25 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <thread>
 #include <vector>
 
+#include "module/frame/testing/test_folder.h"
+
 namespace host {
 namespace {
 
-std::vector<std::string> Lines(const std::filesystem::path& path) {
-  std::ifstream file(path);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);)
-    lines.push_back(line);
-  return lines;
-}
-
 TEST(EventSpool, KeepsTheLatestLinesWholeUnderManyWriters) {
-  const auto folder = std::filesystem::temp_directory_path() /
-                      (L"event_spool_test." + std::to_wstring(GetCurrentProcessId()));
+  const TestFolder test_folder;
+  const std::filesystem::path folder = test_folder / L"new";
   auto spool = std::make_unique<EventSpool>(folder, L"events", /*limit=*/1000);
   std::vector<std::thread> writers;
   for (int i = 0; i < 4; ++i) {
@@ -32,15 +25,16 @@ TEST(EventSpool, KeepsTheLatestLinesWholeUnderManyWriters) {
   }
   for (std::thread& writer : writers)
     writer.join();
-  EXPECT_EQ(Lines(folder / L"events.1.jsonl"), std::vector<std::string>(100, "123456789"));
-  EXPECT_EQ(Lines(folder / L"events.jsonl"), std::vector<std::string>(100, "123456789"));
+  std::string hundred;
+  for (int n = 0; n < 100; ++n)
+    hundred += "123456789\n";
+  EXPECT_EQ(test_folder.Read(L"new\\events.1.jsonl"), hundred);
+  EXPECT_EQ(test_folder.Read(L"new\\events.jsonl"), hundred);
   spool.reset();
   // A new process goes on where the last one ended.
   spool = std::make_unique<EventSpool>(folder, L"events", /*limit=*/2000);
   EXPECT_EQ(spool->Append("next\n"), 0u);
-  EXPECT_EQ(Lines(folder / L"events.jsonl").size(), 101u);
-  spool.reset();
-  std::filesystem::remove_all(folder);
+  EXPECT_EQ(test_folder.Read(L"new\\events.jsonl"), hundred + "next\n");
 }
 
 }  // namespace

@@ -69,18 +69,7 @@ test("a job says how it ended, a transfer for each of its items", () => {
   expect(run("uploadFailed", 3)).toMatchObject({ problem: { code: 170, said: "busy" } });
 });
 
-test("sizes and times are short, and rounded before their unit is chosen", () => {
-  expect([1, 999, 99_960, 999_600, 2e15].map(size)).toEqual([
-    "1 byte",
-    "999 bytes",
-    "100 kB",
-    "1.0 MB",
-    "2000 TB",
-  ]);
-  expect([999, 59_600, 125_000, 7_200_000].map(duration)).toEqual([
-    "1 s",
-    "1 min",
-    "2 min 5 s",
-    "2 h",
-  ]);
+test("sizes and times are rounded before their unit is chosen", () => {
+  expect([1, 99_960, 999_600].map(size)).toEqual(["1 byte", "100 kB", "1.0 MB"]);
+  expect([999, 59_600, 125_000].map(duration)).toEqual(["1 s", "1 min", "2 min 5 s"]);
 });
