@@ -10,7 +10,7 @@ namespace {
 
 class EchoClient : public messaging::rpc::client<IEcho> {
  public:
-  virtual ~EchoClient() = default;
+  ~EchoClient() override = default;
 
   int32_t Echo(const std::string& request, std::string& answer) override {
     messaging::rpc::ParameterList input;

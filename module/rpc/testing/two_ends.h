@@ -106,7 +106,7 @@ struct raw_client final : rpc::client_base {
     EXPECT_EQ(init(main, module), 0);
     EXPECT_TRUE(wait_for_connection(60000));
   }
-  ~raw_client() { uninit(); }
+  ~raw_client() override { uninit(); }
 
   int32_t call(int32_t method, const rpc::ParameterList& input = {}) {
     rpc::ParameterList output;
