@@ -22,7 +22,7 @@ namespace {
 // The first answer, or none once nobody is left who could give one.
 class awaited_answer final : public ReplyTarget {
  public:
-  ~awaited_answer() {
+  ~awaited_answer() override {
     if (!is_given_) answer_.set_value(std::nullopt);
   }
   void Reply(const MessageContent& answer) override {
