@@ -106,7 +106,7 @@ TEST(HostProcess, AStopThatTakesTooLongIsEndedWithALogLine) {
   EXPECT_EQ(runner.Wait(), 1u);
   std::ifstream log(std::filesystem::path(runner.folder() + L"\\h.log"));
   const std::string text{std::istreambuf_iterator<char>(log), {}};
-  EXPECT_NE(text.find("ERR TsrSecurityService: "), std::string::npos) << text;
+  EXPECT_NE(text.find("ERR host::Report: "), std::string::npos) << text;
   EXPECT_NE(text.find("did not stop in time"), std::string::npos) << text;
 }
 
