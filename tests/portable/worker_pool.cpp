@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/plugins/common/sync.h"
+#include "host/common/sync.h"
 
 using host::Clock;
 

@@ -7,6 +7,15 @@ import { Stack } from "../support/stack.ts";
 
 const api = sharedApi();
 
+async function agentDoor(headers: Record<string, string>): Promise<WebSocket | number> {
+  const socket = new WebSocket(`${api.address.replace("http", "ws")}/api/agent`, { headers });
+  return new Promise((answer) => {
+    socket.on("open", () => answer(socket));
+    socket.on("unexpected-response", (_request, response) => answer(response.statusCode ?? 0));
+    socket.on("error", () => {});
+  });
+}
+
 test("a lost connection ends the sessions, and the agent comes back by itself", async () => {
   const { id, name } = await api.machine();
   const [first, second] = [await api.shell(), await api.shell()];
@@ -19,9 +28,8 @@ test("a lost connection ends the sessions, and the agent comes back by itself", 
     "X-Machine-Id": id,
     "X-Machine-Name": encodeURIComponent(name),
   };
-  const intruder = new WebSocket(`${api.address.replace("http", "ws")}/api/agent`, { headers });
-  const hello = JSON.stringify({ type: "hello", version: 1, enabled: true });
-  intruder.on("open", () => intruder.send(hello));
+  const intruder = (await agentDoor(headers)) as WebSocket;
+  intruder.send(JSON.stringify({ type: "hello", version: 1, enabled: true }));
   for (const shell of [first, second]) {
     expect(await shell.closed).toEqual({ code: 1000, reason: "machineLost" });
   }
@@ -33,6 +41,20 @@ test("a lost connection ends the sessions, and the agent comes back by itself", 
   const shell = await api.shell();
   await shell.echo("after");
   await shell.close();
+});
+
+test("who has the wrong key or token stays outside", async () => {
+  const headers = { "X-Machine-Id": "0123456789abcdef", "X-Machine-Name": "stranger" };
+  expect(await agentDoor({ ...headers, Authorization: "Bearer wrong" })).toBe(401);
+  for (const path of ["/api/machines", "/api/live", "/api/machines/x/events"]) {
+    expect((await fetch(api.address + path)).status).toBe(401);
+  }
+  const unknown = await fetch(`${api.address}/api/machines/nobody/rpc/Nope`, {
+    method: "POST",
+    headers: api.headers,
+    body: "{}",
+  });
+  expect(unknown.status).toBe(404);
 });
 
 test("a machine whose switch is off opens nothing", async () => {

@@ -1,4 +1,4 @@
-import { createHash, randomFillSync } from "node:crypto";
+import { createHash, randomFillSync, randomUUID } from "node:crypto";
 import {
   chmodSync,
   closeSync,
@@ -44,18 +44,48 @@ test("files come down to the machine, and a missing one fails alone", async () =
   expect(readdirSync(remote.file("down")).sort()).toEqual(["new", "second.txt"]);
 });
 
-test("names that lead elsewhere are refused, and so is an unknown profile", async () => {
+test("names that lead elsewhere are refused on both ways, and so is an unknown profile", async () => {
   await remote.store("plain.txt", "x");
-  const names =
-    "..\\plain.txt|a/../../plain.txt|C:plain.txt|plain.txt:stream|http://other/x|NUL".split("|");
+  const names = [
+    "..\\plain.txt",
+    "a/../../plain.txt",
+    "C:plain.txt",
+    "plain.txt:stream",
+    "http://other/x",
+    "NUL",
+  ];
   const items = names.map((sourceUri) => ({ sourceUri, to: "C:\\refused.txt" }));
   const { output } = await remote.download(items);
   const finished = await remote.downloadFinished(output.jobId);
   expect(finished.status).toBe("failed");
   expect(finished.items.map((item) => item.errorCode)).toEqual(names.map(() => 123));
   expect(existsSync(remote.file("refused.txt"))).toBe(false);
+
+  for (const name of ["..%2Fmachines.json", "a%5Cb", "con.txt", "a:b", "tail.", "%01"]) {
+    expect((await remote.storage(name, { method: "PUT", body: "x" })).status).toBe(400);
+  }
   const nowhere = { centralizedStorage: { profile: "nowhere", postItems: [] } };
   expect((await remote.download([{ sourceUri: "a", to: "C:\\a" }], nowhere)).status).toBe(1168);
+});
+
+test("a cancelled download leaves nothing of what had arrived", async () => {
+  await remote.store("small.txt", "small");
+  await remote.store("large.bin", new Uint8Array(256 * mebibyte));
+  const jobId = "cancel-me";
+  const items = ["small.txt", ...Array(8).fill("large.bin")].map((sourceUri: string, index) => ({
+    sourceUri,
+    to: `C:\\cancelled\\${index}`,
+  }));
+  expect((await remote.download(items, { jobId })).status).toBe(0);
+  expect((await remote.download(items, { jobId })).status).toBe(1375);
+  await expect.poll(() => existsSync(remote.file("cancelled/0")), { timeout: 60_000 }).toBe(true);
+  expect(await remote.policy("CancelDownload", { jobId })).toMatchObject({
+    status: 0,
+    output: { jobId },
+  });
+  expect((await remote.downloadFinished(jobId)).status).toBe("aborted");
+  expect(readdirSync(remote.file("cancelled"))).toEqual([]);
+  expect((await remote.policy("CancelDownload", { jobId })).status).toBe(6);
 });
 
 test("a folder comes up as an archive, without the file that somebody has locked", async () => {
@@ -84,6 +114,20 @@ test("a folder comes up as an archive, without the file that somebody has locked
   rmSync(sign);
   expect((await holder.finished()).exitCode).toBe(0);
   await expect.poll(archives, { timeout: 60_000 }).toEqual([]);
+});
+
+test("a name that is taken in the storage gets another, and a password is asked for", async () => {
+  remote.write("secret/a.txt", "hidden");
+  const name = `same-${randomUUID()}`;
+  const first = await upload(["C:\\secret"], { name, password: "right horse" });
+  const second = await upload(["C:\\secret"], { name });
+  const [locked, open] = [
+    await remote.uploadFinished(first.output.jobId),
+    await remote.uploadFinished(second.output.jobId),
+  ];
+  expect([stored(locked), stored(open)]).toEqual([`${name}.zip`, `${name} (2).zip`]);
+  expect((await remote.entry(`${name} (2).zip`, "secret/a.txt")).toString()).toBe("hidden");
+  expect((await remote.storage(`${name}.zip?entry=secret/a.txt`)).status).toBe(400);
 });
 
 test("a large file is packed while thirty uploads wait, and one more is refused", async () => {

@@ -73,7 +73,12 @@ test("a run needs a command and a limit, and what hinders its start is one code"
   expect((await remote.run("cmd", { execute: { workingDir: "relative" } })).status).toBe(160);
 });
 
-test("an id may be chosen or not, and a number where a text belongs is read as its text", async () => {
+test("job ids are bounded, taken once, and unknown ones are not cancelled", async () => {
+  const long = "x".repeat(51);
+  expect(await remote.download([], { jobId: long })).toMatchObject({
+    status: 8348,
+    output: { message: "jobId too long" },
+  });
   const answer = await remote.download([], { jobId: true, runContext: 5 });
   expect(answer).toMatchObject({ status: 0, output: { message: "N/A", runContext: 5 } });
   expect(answer.output.jobId).toMatch(/^[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}$/);
@@ -86,8 +91,18 @@ test("an id may be chosen or not, and a number where a text belongs is read as i
     output: { message: "invalid jobId", jobId: "7" },
   });
   expect((await remote.policy("CancelUpload", { jobId: "nobody" })).status).toBe(6);
-  const input = remote.upload(["C:\\missing"], { name: 5 });
-  const named = await remote.policy("StartUploadArchive", input);
+
+  const refused = await remote.policy("StartUploadArchive", remote.upload([], { name: "fine" }));
+  expect(refused).toMatchObject({ status: 4306, output: { message: "empty input" } });
+  for (const name of ["", "a/b", "a\\b", "a<b"]) {
+    const bad = await remote.policy("StartUploadArchive", remote.upload(["C:\\x"], { name }));
+    expect(bad).toMatchObject({ status: 123, output: { message: "invalid archive name" } });
+  }
+  // A number where a text belongs is read as its text.
+  const named = await remote.policy(
+    "StartUploadArchive",
+    remote.upload(["C:\\missing"], { name: 5 }),
+  );
   expect(await remote.uploadFinished(named.output.jobId)).toMatchObject({
     name: "5",
     status: "gather items failed",
