@@ -1,0 +1,295 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <optional>
+#include <thread>
+
+#include "module/frame/error_codes.h"
+#include "module/platform/framework.h"
+#include "module/rpc/properties.h"
+#include "module/rpc/testing/manual_queue.h"
+#include "module/rpc/testing/tales.h"
+#include "module/rpc/testing/two_ends.h"
+#include "module/rpc/wire.h"
+
+// An interface that counts, its client and its server against each other, and an end of their
+// channel by hand, which says what a well-behaved one never says.
+
+using messaging::testing::tales;
+
+inline constexpr uint32_t kParameter = 0x0101;
+inline constexpr int32_t kCounted = 7;  // The event's method.
+
+struct ICounter {
+  static constexpr InterfaceId kInterfaceId =
+      ParseInterfaceId("{11111111-2222-3333-4444-555555555555}");
+  static constexpr const wchar_t* kTypeName = L"ICounter";
+
+  struct IEvent {
+    virtual void OnCounted(uint32_t count) = 0;
+
+   protected:
+    ~IEvent() = default;
+  };
+  struct IOther {};  // Events that no server knows.
+
+  virtual uint32_t Count(uint32_t by) = 0;
+
+ protected:
+  ~ICounter() = default;
+};
+
+struct EventChannel final : messaging::rpc::client_subscriber<ICounter::IEvent> {
+  int32_t handle(int32_t method_id, const messaging::rpc::ParameterList& input,
+                 messaging::rpc::ParameterList& output) override {
+    uint32_t count = 0;
+    if (method_id != kCounted || !input.ReadValue(kParameter, count)) return error::kBadParameter;
+    target()->OnCounted(count);
+    return output.AddValue(kParameter, count + 1) ? kCounted : error::kFailed;
+  }
+};
+struct OtherChannel final : messaging::rpc::client_subscriber<ICounter::IOther> {
+  int32_t handle(int32_t, const messaging::rpc::ParameterList&,
+                 messaging::rpc::ParameterList&) override {
+    return 0;
+  }
+};
+
+namespace messaging::rpc {
+
+template <>
+inline constexpr const char* module_name<ICounter> = "Counter";
+template <>
+struct event_interface<ICounter::IEvent> {
+  static constexpr int32_t kNumber = 1;
+  using subscriber = EventChannel;
+};
+template <>
+struct event_interface<ICounter::IOther> {
+  static constexpr int32_t kNumber = 2;
+  using subscriber = OtherChannel;
+};
+
+using EnterpriseIntegration::CallerInfo;
+using testing::memory_process;
+using Told = std::vector<std::string>;
+
+struct Counter final : IOrnBaseInterface, ICounter {
+  std::atomic<uint32_t> count{0};
+  std::vector<IEvent*> observers;
+  std::map<std::string, std::string> properties;  // Of the last subscriber.
+  tales told;                                     // By the servers.
+  // A count by 0 announces itself and waits.
+  Semaphore begun;
+  Semaphore go_on;
+
+  static inline Counter* current = nullptr;
+  Counter() { current = this; }
+
+  void* GetInterface(const InterfaceId& id) override {
+    if (id == IOrnBaseInterface::kInterfaceId) return static_cast<IOrnBaseInterface*>(this);
+    return id == ICounter::kInterfaceId ? static_cast<ICounter*>(this) : nullptr;
+  }
+  uint32_t Count(uint32_t by) override {
+    if (by == 0) {
+      begun.Release();
+      go_on.Acquire();
+    }
+    return count += by;
+  }
+};
+
+struct CounterSubscriber final : server_subscriber, ICounter::IEvent {
+  void OnCounted(uint32_t count) override {
+    ParameterList event;
+    event.AddValue(kParameter, count);
+    send_event(kCounted, event);
+  }
+};
+
+// 1: anybody may count; 2: administrators may.
+struct CounterServer final : server<ICounter> {
+  Counter& counter = *Counter::current;
+
+  CounterServer() {
+    register_method(1, &CounterServer::Count);
+    register_method(1, &CounterServer::Count, /*admin_required=*/false);
+    register_method(2, &CounterServer::Count);
+    register_callbacks(1, &CounterServer::Add, &CounterServer::Remove);
+  }
+  int32_t on_created() override {
+    counter.told.tell("born");
+    return 0;
+  }
+  void on_destroyed() override { counter.told.tell("died"); }
+  void on_unknown_subscriber_added(int32_t interface_id, const channel_subscriber&) override {
+    counter.told.tell("unknown " + std::to_string(interface_id));
+  }
+  int32_t on_unknown_method(int32_t method_id, method_info& info) override {
+    counter.told.tell(info.caller->path + (info.impersonated ? " claimed" : " real"));
+    return server::on_unknown_method(method_id, info);
+  }
+  int32_t Count(const ParameterList& input, ParameterList& output) {
+    uint32_t by = 0;
+    if (!input.ReadValue(kParameter, by)) return 87;
+    return output.AddValue(kParameter, (*target)->Count(by)) ? 0 : 1627;
+  }
+  bool Add(CounterSubscriber* subscriber, const channel_subscriber& entry) {
+    const bool is_welcome = entry.id != "unwelcome";
+    if (is_welcome) counter.observers.push_back(subscriber);
+    counter.properties = entry.properties;
+    counter.told.tell("+" + entry.id);
+    return is_welcome;
+  }
+  bool Remove(CounterSubscriber* subscriber, const channel_subscriber& entry) {
+    std::erase(counter.observers, subscriber);
+    counter.told.tell("-" + entry.id);
+    return false;
+  }
+};
+
+struct CounterClient final : client<ICounter> {
+  using client::client_id;
+  using client::first_request_timeout;
+  using client::own_pid;
+  using client::register_subscriber;
+  using client::send_request;
+  using client::unregister_subscriber;
+
+  uint32_t Count(uint32_t by) override { return static_cast<uint32_t>(Call(1, by)); }
+  int32_t Call(int32_t method, uint32_t by = 1, uint32_t timeout = 0) {
+    ParameterList input;
+    input.AddValue(kParameter, by);
+    output = ParameterList();
+    return send_request(method, input, output, timeout);
+  }
+  ParameterList output;  // Of the last call, where only one thread calls.
+};
+
+// Keeps what it hears, and can hold an event up.
+struct Listener final : ICounter::IEvent, ICounter::IOther {
+  tales heard;
+  Semaphore may_leave;
+  bool holds = false;
+  std::atomic<bool> is_inside{false};
+
+  void OnCounted(uint32_t count) override {
+    EXPECT_FALSE(is_inside.exchange(true));
+    heard.tell(std::to_string(count));
+    if (holds) may_leave.Acquire();
+    is_inside = false;
+  }
+};
+
+using Change = std::function<void(message&)>;
+
+// An end of the channel by hand.
+struct Hand {
+  memory_process& process;
+  const std::string id;
+  channel_gateway* const gateway = process.create({.channel = "TsrComm.Counter"});
+  channel* const line = gateway->get_factory()->open_channel("");
+  Change on_message;
+
+  Hand(memory_process& of, std::string name) : process(of), id(std::move(name)) {}
+  ~Hand() { process.destroy(gateway); }
+
+  // What arrives from now on is handled so; a handler that runs has ended by then.
+  void AnswerWith(Change handler) {
+    line->close_receiver(line->get_receiver());
+    on_message = std::move(handler);
+    line->get_receiver()->set_callback(
+        [](message* received, void* user) { static_cast<Hand*>(user)->on_message(*received); },
+        this, 0);
+  }
+  channel_subscriber Entry(int32_t type, const char* subscriber = "") const {
+    channel_subscriber entry{.pid = 0, .channel = "TsrComm.Counter", .id = id, .properties = {}};
+    write_int_property(entry, kSubscriberType, type);
+    entry.properties[kClientId] = id;
+    if (type != kEventSubscriber) return entry;
+    entry.id = subscriber;
+    entry.properties[kSubscriberId] = subscriber;
+    write_int_property(entry, kInterfaceNumber, 1);
+    return entry;
+  }
+  void Announce(int32_t type = kClient) { gateway->add_subscriber(Entry(type)); }
+  void Withdraw(int32_t type = kClient) { gateway->remove_subscriber(Entry(type)); }
+
+  message_ptr Make(int32_t type = 0) const {
+    auto made = message_ptr::adopt(gateway->get_factory()->create_message(0));
+    made->set_type(type);
+    return made;
+  }
+  // The answer; empty where nobody gives one.
+  message_ptr Ask(const message_ptr& request) const {
+    message* answer = nullptr;
+    line->send(request.get(), &answer, 60000 | channel::kMilliseconds);
+    return message_ptr::adopt(answer);
+  }
+  // The status, if there is an answer.
+  std::optional<int32_t> Call(int32_t method, uint32_t by = 1, const Change& change = {}) const {
+    const auto call = Make(kMethodCall);
+    call->set_int(kMethodId, method);
+    call->set_string(kClientId, id.c_str());
+    ParameterList input;
+    input.AddValue(kParameter, by);
+    input.SaveTo(*call);
+    if (change) change(*call);
+    const auto answer = Ask(call);
+    return answer ? int_field(*answer, kReturnValue) : std::nullopt;
+  }
+  std::future<std::optional<int32_t>> CallAside(uint32_t by, const Change& change = {}) const {
+    return std::async(std::launch::async, [this, by, change] { return Call(1, by, change); });
+  }
+};
+
+inline void Serialise(message& call) {
+  call.set_int(kSerialize, 1);
+}
+
+// A claim to call for another process.
+inline Change Claim(std::optional<int32_t> admin) {
+  return [admin](message& call) {
+    call.set_int(kImpersonatedPid, 77);
+    call.set_string(kImpersonatedPath, "other");
+    if (admin) call.set_int(kImpersonatedAdmin, *admin);
+  };
+}
+
+struct RpcTest : testing::two_ends<CounterClient, CounterServer, Counter>,
+                 IOrnBaseInterface,
+                 Framework::IPluginConfig,
+                 EnterpriseIntegration::ICallerInfoQuery {
+  static constexpr int32_t kUser = 2, kTrusted = 3;
+  const wchar_t* allow_impersonation = nullptr;
+  std::optional<CallerInfo> caller;
+  memory_process& user_end = bus.start(kUser);
+  Hand admin{near_end, "a"};
+  Hand user{user_end, "u"};
+
+  RpcTest() {
+    processes.known[kTrusted] = {.pid = kTrusted, .path = "trusted", .admin = false, .kind = 1};
+    client.first_request_timeout = 600'000;
+  }
+  void SetUp() override {}  // The tests start what they need.
+  void Connect() {
+    two_ends::SetUp();
+    EXPECT_EQ(target.told.await(1), Told{"born"});
+  }
+  Told Await(size_t count) { return target.told.await(count); }
+
+  void* GetInterface(const InterfaceId& id) override {
+    return id == IPluginConfig::kInterfaceId ? static_cast<void*>(static_cast<IPluginConfig*>(this))
+                                             : static_cast<ICallerInfoQuery*>(this);
+  }
+  const wchar_t* GetValue(const wchar_t* key) override {
+    EXPECT_EQ(std::wstring_view(key), L"messaging::rpc.AllowImpersonation");
+    return allow_impersonation;
+  }
+  const CallerInfo* GetCaller() override { return caller ? &*caller : nullptr; }
+};
+
+}  // namespace messaging::rpc
