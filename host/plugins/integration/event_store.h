@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/common/sync.h"
-#include "host/plugins/common/sqlite.h"
+#include "host/sqlite/sqlite.h"
 
 namespace host::integration {
 

@@ -1,4 +1,4 @@
-#include "host/plugins/common/sqlite.h"
+#include "host/sqlite/sqlite.h"
 
 #include "module/frame/log.h"
 #include "module/frame/windows.h"
