@@ -6,10 +6,10 @@
 #include <optional>
 #include <unordered_map>
 
+#include "module/frame/id_hash.h"
 #include "module/frame/path_string.h"
 #include "module/frame/string.h"
 #include "module/jobs/file_operation.h"
-#include "module/jobs/id_hash.h"
 #include "module/jobs/job_map.h"
 #include "module/jobs/upload_archive_worker.h"
 

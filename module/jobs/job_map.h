@@ -5,8 +5,8 @@
 #include <optional>
 #include <unordered_map>
 
+#include "module/frame/id_hash.h"
 #include "module/jobs/file_operation.h"
-#include "module/jobs/id_hash.h"
 
 namespace orn::RemoteAccess {
 

@@ -9,11 +9,11 @@
 #include "module/feature/enabled_setting.h"
 #include "module/feature/remote_access.h"
 #include "module/frame/handle.h"
+#include "module/frame/id_hash.h"
 #include "module/frame/observers.h"
 #include "module/frame/path_string.h"
 #include "module/frame/thread_pool.h"
 #include "module/jobs/child_process.h"
-#include "module/jobs/id_hash.h"
 
 namespace orn::RemoteAccess {
 
