@@ -2,6 +2,10 @@
 // place that knows all their classes.
 
 #include "module/agent/remote_access_agent.h"
+#include "module/console/active_task_provider.h"
+#include "module/console/history_logger.h"
+#include "module/console/history_translator.h"
+#include "module/console/task_provider.h"
 #include "module/feature/remote_access_al.h"
 #include "module/frame/base64.h"
 #include "module/frame/object_declaration.h"
@@ -37,6 +41,14 @@ const ExportedObjectDeclaration<orn::RemoteTerminal::RemoteTerminalMgrCommClient
 const ExportedObjectDeclaration<
     messaging::rpc::server_factory<orn::RemoteTerminal::RemoteTerminalMgrServerPlugin>>
     terminal_manager_server((kRemoteTerminalManager + kServer).c_str());
+const ExportedSingletonDeclaration<orn::RemoteAccess::Console::ActiveTaskProvider>
+    active_task_provider(L"RemoteAccess.Console.ActiveTaskProvider");
+const ExportedSingletonDeclaration<orn::RemoteAccess::Console::HistoryLogger> history_logger(
+    L"RemoteAccess.Console.HistoryLogger");
+const ExportedSingletonDeclaration<orn::RemoteAccess::Console::HistoryTranslator>
+    history_translator(L"RemoteAccess.Console.HistoryTranslator");
+const ExportedSingletonDeclaration<orn::RemoteAccess::Console::TaskProvider> task_provider(
+    L"RemoteAccess.Console.TaskProvider");
 const ExportedObjectDeclaration<orn::RemoteTerminal::RemoteTerminalManager> terminal_manager(
     (kRemoteTerminalManager + kLogic).c_str());
 

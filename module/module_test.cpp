@@ -12,6 +12,7 @@
 #include "module/frame/plugin_interfaces.h"
 #include "module/frame/windows.h"
 #include "module/platform/endpoint_integration.h"
+#include "module/platform/history_translator.h"
 #include "module/rpc/client_handler.h"
 #include "module/terminal/host/remote_terminal_manager_interface.h"
 
@@ -92,12 +93,23 @@ TEST_F(ModuleTest, MakesTheObjectsOfItsTableAndNoOthers) {
   std::string text;
   EXPECT_STREQ(static_cast<Crypt::IBase64*>(object)->Encode("hi", 2, text, true), "aGk=");
   destroy(L"Crypt.Base64", object);
-  void* shared = nullptr;
-  ASSERT_EQ(create(L"RemoteAccess.Agent", EnterpriseIntegration::IAgent::kInterfaceId, &object), 0);
-  ASSERT_EQ(create(L"RemoteAccess.Agent", root, &shared), 0);
-  EXPECT_EQ(object, shared);
-  destroy(L"RemoteAccess.Agent", shared);
-  destroy(L"RemoteAccess.Agent", object);
+  const std::pair<const wchar_t*, InterfaceId> singletons[] = {
+      {L"RemoteAccess.Agent", EnterpriseIntegration::IAgent::kInterfaceId},
+      {L"RemoteAccess.Console.ActiveTaskProvider", root},
+      {L"RemoteAccess.Console.HistoryLogger", root},
+      {L"RemoteAccess.Console.HistoryTranslator", History::IHistoryTranslator::kInterfaceId},
+      {L"RemoteAccess.Console.TaskProvider", root}};
+  for (const auto& [name, face] : singletons) {
+    void* first = nullptr;
+    void* second = nullptr;
+    ASSERT_EQ(create(name, face, &object), 0);
+    ASSERT_EQ(create(name, IServPlugin::kInterfaceId, &first), 0);
+    ASSERT_EQ(create(name, root, &second), 0);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(create(name, feature, &object), 1168);
+    for (int held = 0; held < 3; ++held)
+      destroy(name, first);
+  }
   for (const wchar_t* name :
        {L"remoteaccess.al", L"RemoteAccess.server", L"remoteaccess.agent", L""}) {
     EXPECT_EQ(create(name, root, &object), 1168);
