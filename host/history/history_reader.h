@@ -11,15 +11,15 @@ namespace host::history {
 
 // Reads the machine's history from its file, with no more than the right to read it, while the
 // agent may be adding to it. Keeps nothing open between the operations, so that it always sees the
-// file that is there now. In the place of a record that was removed or cannot be read, all
-// operations give one of OwnEvent::kNotReadable (own_events.h).
+// file that is there now. In the place of a record that was removed, or that is not what its hash
+// says, it gives OwnEvent::kLost (own_events.h).
 //
 // Operations return 0, or what stands in the way:
 //   2 or 3  there is no store yet
 //   5       this user may not read it
 //   21      the agent was ended while it wrote, and has to repair the file first: it does so when
 //           it starts
-//   170     the file stayed locked for two seconds
+//   170     the file stayed locked for some seconds
 //   1392    the file is damaged or no history
 // Any thread; operations of one object wait for nobody but the writer.
 class HistoryReader {

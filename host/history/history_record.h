@@ -36,6 +36,9 @@ std::string EncodeRecord(const HistoryRecord& record);
 // False where the bytes are no such form, to the last one. Any bytes will do.
 bool DecodeRecord(std::string_view bytes, HistoryRecord& record);
 
+// The sequence that such a form begins with; 0 where it is cut off before.
+int64_t EncodedSequence(std::string_view bytes);
+
 // "0123...": 64 characters of 0-9 a-f.
 std::string HexText(const Hash& hash);
 // False where the text is none.

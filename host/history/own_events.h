@@ -14,8 +14,10 @@ inline constexpr wchar_t kOwnFeature[] = L"History";
 enum class OwnEvent {
   kSetAside = 0,       // Key 2: the name under which the damaged store lies in the folder.
   kUnexpectedEnd = 1,  // The agent's last run told no end.
-  kNotReadable = 2,    // Never written: it stands in the place of a record that was removed or
-                       // cannot be read. Its time is 0.
+  kRemoved = 2,        // There was a store, and its file was gone.
+  // Never written: what readers get in the place of a record that was removed or changed. Its time
+  // is 0.
+  kLost = 3,
 };
 
 IHistory::Event::Data OwnEventData(OwnEvent event, std::wstring_view detail = {});

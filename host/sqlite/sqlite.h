@@ -21,9 +21,22 @@ inline bool IsSqliteDamage(int result) {
          result == SQLITE_ERROR;
 }
 
-// Gives the file of a database, and what belongs to it, the name with ".damaged" behind it. False,
-// and a log line, where that is not possible. The database is closed.
-bool SetSqliteFileAside(const std::wstring& path);
+// What a result means in Windows' codes: 170 locked, 112 disk full, 5 denied, 21 the file must be
+// repaired by somebody who may write, 1392 damaged, others of the file system. Of the last failure
+// of `database`, which may be null.
+uint32_t WindowsCodeOf(sqlite3* database, int result);
+
+// Gives the file of a database, and what belongs to it, the name `to`. False, and a log line, where
+// that is not possible. The database is closed.
+bool SetSqliteFileAside(const std::wstring& path, const std::wstring& to);
+// To its name with ".damaged" behind it.
+inline bool SetSqliteFileAside(const std::wstring& path) {
+  return SetSqliteFileAside(path, path + L".damaged");
+}
+
+// From here on, files that this process opens as databases can be given another name meanwhile, as
+// far as this process is concerned.
+void LetSqliteFilesMove();
 
 // The number in the only row of what `sql` gives. SQLITE_OK, or what went wrong; no row is foreign.
 int ReadSqliteNumber(sqlite3* database, const char* sql, uint64_t& number);
@@ -54,6 +67,10 @@ class SqliteStatement {
     sqlite3_bind_text64(statement_, place, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
   }
 
+  void BindBytes(int place, std::string_view bytes) {
+    sqlite3_bind_blob64(statement_, place, bytes.data(), bytes.size(), SQLITE_STATIC);
+  }
+
   // SQLITE_ROW, SQLITE_DONE or what went wrong.
   int Step() {
     if (result_ == SQLITE_OK || result_ == SQLITE_ROW) result_ = sqlite3_step(statement_);
@@ -64,9 +81,11 @@ class SqliteStatement {
   uint64_t Number(int column) const {
     return static_cast<uint64_t>(sqlite3_column_int64(statement_, column));
   }
-  std::string Text(int column) const {
-    const void* const text = sqlite3_column_blob(statement_, column);
-    return {static_cast<const char*>(text),
+  std::string Text(int column) const { return std::string(Bytes(column)); }
+  // Valid until the next Step.
+  std::string_view Bytes(int column) const {
+    const void* const bytes = sqlite3_column_blob(statement_, column);
+    return {static_cast<const char*>(bytes),
             static_cast<size_t>(sqlite3_column_bytes(statement_, column))};
   }
 

@@ -1,0 +1,117 @@
+#include "host/history/verify_history.h"
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+#include "host/history/history_anchor.h"
+#include "host/history/history_file.h"
+#include "module/frame/error_codes.h"
+
+namespace host::history {
+namespace {
+
+using Finding = Verification::Finding;
+
+// What is read at once: meanwhile the agent cannot write.
+constexpr uint64_t kPiece = 1'000;
+
+int ReadPiece(sqlite3* database, int64_t after, std::vector<StoredRecord>& rows) {
+  rows.clear();
+  SqliteStatement select(database, "SELECT " HISTORY_COLUMNS
+                                   " FROM records WHERE sequence > ? ORDER BY sequence LIMIT ?");
+  select.Bind(1, static_cast<uint64_t>(after));
+  select.Bind(2, kPiece);
+  int result = SQLITE_OK;
+  while ((result = select.Step()) == SQLITE_ROW)
+    rows.push_back(TakeRow(select));
+  return result;
+}
+
+// Goes along the chain, record by record.
+class ChainWalk {
+ public:
+  // `anchor` is null where there is none.
+  ChainWalk(Verification& found, const HistoryHead* anchor) : found_(found), anchor_(anchor) {}
+
+  const HistoryHead& last() const { return last_; }
+
+  // False once something is wrong.
+  bool Take(const StoredRecord& row) {
+    const int64_t expected = last_.sequence + 1;
+    if (row.sequence > expected) return Bad(Finding::kRemoved, expected);
+    if (row.sequence < expected || !row.IsWhole(hasher_)) {
+      return Bad(Finding::kChanged, row.sequence);
+    }
+    // A record that fits its own hash, but not what the next one knows of it, was changed together
+    // with its hash. Nobody stands before the first one.
+    if (HashOf(row.previous) != last_.hash) {
+      return Bad(Finding::kChanged, std::max<int64_t>(last_.sequence, 1));
+    }
+    last_ = {.sequence = row.sequence, .hash = HashOf(row.hash)};
+    const bool is_anchored = anchor_ != nullptr && anchor_->sequence == row.sequence;
+    return !is_anchored || anchor_->hash == last_.hash || Bad(Finding::kChanged, row.sequence);
+  }
+  bool Bad(Finding finding, int64_t sequence) {
+    found_.finding = finding;
+    found_.first_bad = sequence;
+    return false;
+  }
+
+ private:
+  Verification& found_;
+  const HistoryHead* const anchor_;
+  RecordHash hasher_;
+  HistoryHead last_;
+};
+
+// What the registry says about the last record.
+void CheckEnd(const std::wstring& path, const HistoryHead& before, ChainWalk& walk) {
+  const int64_t last = walk.last().sequence;
+  if (last < before.sequence) {
+    walk.Bad(Finding::kRemoved, last + 1);
+    return;
+  }
+  // The agent may have written since.
+  HistoryHead now;
+  if (!ReadAnchor(path, now)) now = before;
+  // One record may have been committed and not noted yet, or never, by a run that was ended.
+  if (last > now.sequence + 1) walk.Bad(Finding::kChanged, now.sequence + 2);
+}
+
+}  // namespace
+
+Verification VerifyHistory(const std::wstring& path) {
+  Verification found;
+  HistoryHead anchor;
+  found.anchored = ReadAnchor(path, anchor);
+  UniqueSqlite database;
+  bool empty = false;
+  int result = OpenForReading(path, database);
+  if (result == SQLITE_OK) result = CheckKind(database.get(), empty);
+  found.status = empty ? error::kPathNotFound : WindowsCodeOf(database.get(), result);
+  if (found.status != 0) return found;
+
+  uint64_t records = 0;
+  ReadSqliteNumber(database.get(), "SELECT count(*) FROM records", records);
+  found.records = static_cast<int64_t>(records);
+  ChainWalk walk(found, found.anchored ? &anchor : nullptr);
+  std::vector<StoredRecord> rows;
+  int64_t after = std::numeric_limits<int64_t>::min();
+  do {
+    result = ReadPiece(database.get(), after, rows);
+    for (const StoredRecord& row : rows) {
+      if (!walk.Take(row)) return found;
+      after = row.sequence;
+    }
+  } while (result == SQLITE_DONE && !rows.empty());
+  found.status = WindowsCodeOf(database.get(), result);
+  if (IsSqliteDamage(result)) walk.Bad(Finding::kChanged, walk.last().sequence + 1);
+  if (found.status != 0) return found;
+  found.finding = Finding::kIntact;
+  found.records = walk.last().sequence;
+  if (found.anchored) CheckEnd(path, anchor, walk);
+  return found;
+}
+
+}  // namespace host::history
