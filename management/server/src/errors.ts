@@ -4,12 +4,15 @@ export class ApiError extends Error {
     readonly status: number,
     readonly word: string,
     message: string,
+    /** The machine's own code, where it has said one. */
+    readonly code?: number,
   ) {
     super(message);
   }
 
-  get body(): { error: string; message: string } {
-    return { error: this.word, message: this.message };
+  get body(): { error: string; message: string; code?: number } {
+    const { word: error, message, code } = this;
+    return { error, message, ...(code !== undefined && { code }) };
   }
 }
 
@@ -23,6 +26,10 @@ export const notConnected = () =>
 export const badRequest = (message: string) => new ApiError(400, "bad_request", message);
 export const tooLarge = () => new ApiError(413, "too_large", "The request is too large.");
 export const busy = () => new ApiError(429, "busy", "Too many calls wait for this machine.");
+export const machineFailed = (code: number) =>
+  new ApiError(502, "machine_failed", `The machine answered with the code ${code}.`, code);
+export const badAnswer = () =>
+  new ApiError(502, "bad_answer", "What the machine answered cannot be understood.");
 export const timedOut = () => new ApiError(504, "timeout", "The machine did not answer in time.");
 
 /** WebSocket close codes used here; the first five are the standard's. */

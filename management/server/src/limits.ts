@@ -23,6 +23,8 @@ export interface Limits {
   shutdownMs: number;
   /** Without any progress of a file that is sent or received. */
   transferIdleMs: number;
+  /** How long an action may take before the audit log tells it as under way. */
+  underWayMs: number;
   /** Between two WebSocket pings to a terminal's client. */
   clientPingMs: number;
 }
@@ -37,5 +39,6 @@ export const defaultLimits: Limits = {
   closeMs: 30_000,
   shutdownMs: 3_000,
   transferIdleMs: 60_000,
+  underWayMs: 2_000,
   clientPingMs: 30_000,
 };

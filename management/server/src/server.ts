@@ -10,18 +10,22 @@ import Fastify, {
 import { Access } from "./access/access.ts";
 import { Admission } from "./agent/admission.ts";
 import { agentDoor } from "./agent/agent_door.ts";
+import { AuditLog } from "./audit/audit_log.ts";
+import { RefusedAttempts } from "./audit/refused_attempts.ts";
 import { ApiError, badRequest, CloseCode, notFound, tooLarge } from "./errors.ts";
 import { type ApiContext, apiRoutes } from "./http/api_routes.ts";
+import { ClientAddresses } from "./http/client_addresses.ts";
 import { LiveFeed } from "./http/live_feed.ts";
 import { Metrics } from "./http/metrics.ts";
 import { pageRoutes } from "./http/page_routes.ts";
 import { sendPlainJson } from "./http/plain_json.ts";
+import { recordRoutes } from "./http/record_routes.ts";
 import { pathOf, Upgrades } from "./http/upgrades.ts";
 import { integrationDoor } from "./integration/integration_door.ts";
 import { defaultLimits, type Limits, MAX_MESSAGE_BYTES } from "./limits.ts";
 import { Registry } from "./machines/registry.ts";
 import type { Options } from "./options.ts";
-import { AuditLog } from "./persistence/audit_log.ts";
+import { LogFile } from "./persistence/log_file.ts";
 import { agentStorageRoutes } from "./storage/agent_storage_routes.ts";
 import { Storage } from "./storage/storage.ts";
 import { storageRoutes } from "./storage/storage_routes.ts";
@@ -46,7 +50,7 @@ const securityHeaders = {
   "x-frame-options": "DENY",
 };
 
-/** Puts the server together and starts it. Log lines go to `logTo`, by default standard error. */
+/** Puts the server together and starts it. Log lines go to `logTo`, else to where the options say. */
 export async function startServer(
   options: Options,
   { limits = defaultLimits, logTo }: { limits?: Limits; logTo?: NodeJS.WritableStream } = {},
@@ -54,8 +58,9 @@ export async function startServer(
   for (const name of ["events", "jobs"]) {
     mkdirSync(join(options.dataDir, name), { recursive: true, mode: 0o700 });
   }
+  const logFile = options.logFile === undefined ? undefined : await LogFile.open(options.logFile);
   const app = Fastify({
-    logger: { level: "info", stream: logTo ?? process.stderr },
+    logger: { level: "info", stream: logTo ?? logFile ?? process.stderr },
     // One line of our own per request, without its query, stands for the two that there would be.
     logController: new LogController({ disableRequestLogging: true }),
     forceCloseConnections: true,
@@ -69,10 +74,17 @@ export async function startServer(
 
   const registry = new Registry(options.dataDir, limits, log);
   const access = new Access(options.token, join(options.dataDir, "sessions.json"), onWriteError);
-  const audit = new AuditLog(join(options.dataDir, "audit.log"), onWriteError);
+  const audit = await AuditLog.open({
+    path: join(options.dataDir, "audit.log"),
+    ...options.audit,
+    underWayMs: limits.underWayMs,
+    onError: (error) => log.error({ err: error }, "the audit log has a problem"),
+  });
+  const attempts = new RefusedAttempts(audit);
+  const addresses = new ClientAddresses(options.trustedProxies);
   const metrics = new Metrics();
   const storage = new Storage(join(options.dataDir, "storage"), options.profiles);
-  const context: ApiContext = { access, audit, metrics, registry };
+  const context: ApiContext = { access, addresses, attempts, audit, metrics, registry };
   const admission = new Admission(options.enrolmentKey, registry, metrics, log);
   const upgrades = new Upgrades(
     [
@@ -80,9 +92,11 @@ export async function startServer(
       integrationDoor(admission, registry, limits),
       terminalDoor(context, log),
     ],
+    addresses,
     log,
   );
 
+  app.decorateReply("refusal", undefined);
   app.addHook("onRequest", async (_request, reply) => {
     reply.headers(securityHeaders);
   });
@@ -100,6 +114,7 @@ export async function startServer(
     reply.type("text/plain; version=0.0.4; charset=utf-8").send(metrics.render(registry)),
   );
   await app.register(apiRoutes(context, new LiveFeed(registry)), { prefix: "/api" });
+  await app.register(recordRoutes(context), { prefix: "/api" });
   await app.register(storageRoutes(context, storage, limits), { prefix: "/api" });
   await app.register(agentStorageRoutes({ admission, registry, storage, metrics, limits }), {
     prefix: "/api",
@@ -112,16 +127,18 @@ export async function startServer(
     port: options.port,
     listenTextResolver: () => "listening",
   });
+  audit.started();
   const { address, port } = app.server.address() as AddressInfo;
 
   return {
     url: `http://${address.includes(":") ? `[${address}]` : address}:${port}`,
     async stop() {
-      audit.record({ who: "server", action: "serverStop" });
       await stopSessions(registry, limits.shutdownMs);
       for (const machine of registry.machines) machine.detach(CloseCode.goingAway, "server stops");
       await Promise.all([app.close(), upgrades.drain(limits.shutdownMs)]);
-      await Promise.all([registry.flush(), access.flush(), audit.flush()]);
+      attempts.close();
+      await Promise.all([registry.flush(), access.flush(), audit.close()]);
+      await logFile?.close();
     },
   };
 }
@@ -151,6 +168,7 @@ async function stopSessions(registry: Registry, timeMs: number): Promise<void> {
 
 function refuse(error: FastifyError, reply: FastifyReply): FastifyReply {
   const { status, body } = toApiError(error, reply.log);
+  reply.refusal = body;
   return sendPlainJson(reply.code(status), body);
 }
 

@@ -87,7 +87,7 @@ test("a session outlives a restart, and no secret is in the log or in any file",
   const files = ["audit.log", "sessions.json"].map((name) =>
     readFileSync(join(server.dir, "data", name), "utf8"),
   );
-  expect(files[0]).toMatch(/"who":"session \w{8}","action":"signIn"/);
+  expect(files[0]).toMatch(/"who":"session \w{8}","from":"127.0.0.1","action":"signIn"/);
   for (const text of [server.log, ...files]) {
     expect(text).not.toBe("");
     expect(text).not.toContain(TOKEN);

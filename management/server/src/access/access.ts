@@ -50,8 +50,8 @@ export class Access {
     return equalSecrets(given, this.#token);
   }
 
-  /** Begins a session; `cookie` is the header that gives it to the browser. */
-  signIn(): Identity & { cookie: string } {
+  /** Begins a session; `cookie` is the header that gives it to the browser, `secure` keeps it to TLS. */
+  signIn({ secure = false } = {}): Identity & { cookie: string } {
     const id = randomBytes(32).toString("base64url");
     const key = this.#keyOf(id);
     for (const [old, end] of this.#sessions) {
@@ -59,7 +59,8 @@ export class Access {
     }
     this.#sessions.set(key, Date.now() + SESSION_HOURS * 3_600_000);
     this.#save();
-    const cookie = `${COOKIE}=${id}; Path=/; HttpOnly; SameSite=Strict; Max-Age=${SESSION_HOURS * 3600}`;
+    const kept = `Max-Age=${SESSION_HOURS * 3600}${secure ? "; Secure" : ""}`;
+    const cookie = `${COOKIE}=${id}; Path=/; HttpOnly; SameSite=Strict; ${kept}`;
     return { who: nameOf(key), session: key, cookie };
   }
 

@@ -1,18 +1,24 @@
-import type { FastifyInstance } from "fastify";
+import type { FastifyInstance, FastifyRequest } from "fastify";
 import type { Access } from "../access/access.ts";
+import type { AuditAction } from "../audit/audit_entry.ts";
+import type { AuditLog } from "../audit/audit_log.ts";
+import { namesOfInput, short } from "../audit/names_of_input.ts";
+import type { RefusedAttempts } from "../audit/refused_attempts.ts";
 import { badRequest } from "../errors.ts";
 import { feedJobs } from "../jobs/jobs_feed.ts";
 import { MAX_INTEGRATION_MESSAGE_BYTES } from "../limits.ts";
 import type { Registry } from "../machines/registry.ts";
-import type { AuditLog } from "../persistence/audit_log.ts";
 import { depthOf, MAX_DEPTH } from "../raw_json.ts";
 import { administratorsOnly } from "./administrators.ts";
+import type { ClientAddresses } from "./client_addresses.ts";
 import { EventStream } from "./event_stream.ts";
 import type { LiveFeed } from "./live_feed.ts";
 import type { Metrics } from "./metrics.ts";
 
 export interface ApiContext {
   access: Access;
+  addresses: ClientAddresses;
+  attempts: RefusedAttempts;
   audit: AuditLog;
   metrics: Metrics;
   registry: Registry;
@@ -26,10 +32,10 @@ interface MachineRoute {
 
 /** The calls under /api for administrators and scripts, as docs/protocol.md has them. */
 export function apiRoutes(context: ApiContext, live: LiveFeed) {
-  const { access, audit, metrics, registry } = context;
+  const { metrics, registry } = context;
 
   return async (api: FastifyInstance): Promise<void> => {
-    const whoOf = administratorsOnly(api, access);
+    const { whoOf, note } = administratorsOnly(api, context);
     // Parameters are the module's own business: whatever the content type says, the text goes through as it is.
     api.removeAllContentTypeParsers();
     api.addContentTypeParser("*", { parseAs: "buffer" }, (_request, body, done) =>
@@ -40,29 +46,34 @@ export function apiRoutes(context: ApiContext, live: LiveFeed) {
 
     api.get("/live", (_request, reply) => live.add(reply));
 
-    api.post<MachineRoute>("/machines/:id/rpc/:method", async (request) => {
-      const machine = registry.get(request.params.id);
-      const params = readUtf8(request.body);
-      const { method } = request.params;
-      const { module = "RemoteAccess" } = request.query;
-      if (typeof module !== "string") throw badRequest("module is named more than once.");
-      const who = whoOf(request);
-      audit.record({ who, action: "call", machine: machine.id, details: { module, method } });
-      metrics.count("remote_access_calls_total");
-      return machine.call(module, method, params);
-    });
+    api.post<MachineRoute>(
+      "/machines/:id/rpc/:method",
+      { config: { audit: onMachine("call") } },
+      async (request) => {
+        const machine = registry.get(request.params.id);
+        const params = readUtf8(request.body);
+        const { method } = request.params;
+        const { module = "RemoteAccess" } = request.query;
+        if (typeof module !== "string") throw badRequest("module is named more than once.");
+        note(request, {}, { module: short(module) });
+        metrics.count("remote_access_calls_total");
+        const reply = await machine.call(module, method, params);
+        note(request, { code: reply.result || reply.code });
+        return reply;
+      },
+    );
 
     api.post<MachineRoute>(
       "/machines/:id/policy/:method",
-      { bodyLimit: MAX_INTEGRATION_MESSAGE_BYTES },
+      { bodyLimit: MAX_INTEGRATION_MESSAGE_BYTES, config: { audit: onMachine("policy") } },
       async (request, reply) => {
         const machine = registry.get(request.params.id);
         const input = readJson(request.body);
         const { method } = request.params;
-        const who = whoOf(request);
-        audit.record({ who, action: "policy", machine: machine.id, details: { method } });
+        note(request, {}, namesOfInput(method, input));
         metrics.count("remote_access_policy_calls_total");
-        const { status, output } = await machine.integration.call(method, input, who);
+        const { status, output } = await machine.integration.call(method, input, whoOf(request));
+        note(request, { code: status });
         return reply
           .type("application/json; charset=utf-8")
           .send(`{"status":${status},"output":${output}}`);
@@ -91,6 +102,18 @@ export function apiRoutes(context: ApiContext, live: LiveFeed) {
       const stream = new EventStream(reply, { onReady: sendOn, onEnd: stopFollowing });
       sendOn();
     });
+  };
+}
+
+/** What the audit log says of a request that is for a machine. */
+export function onMachine(action: AuditAction) {
+  return (request: FastifyRequest) => {
+    const { id, method } = request.params as MachineRoute["Params"];
+    return {
+      action,
+      machine: short(id),
+      details: method === undefined ? {} : { method: short(method) },
+    };
   };
 }
 

@@ -5,9 +5,12 @@ import { type WebSocket, WebSocketServer } from "ws";
 import { checkOrigin } from "../access/access.ts";
 import { ApiError, badRequest, notFound } from "../errors.ts";
 import { MAX_MESSAGE_BYTES } from "../limits.ts";
+import type { ClientAddresses } from "./client_addresses.ts";
 
 export interface UpgradeRequest {
   headers: IncomingMessage["headers"];
+  /** The address of who sent it. */
+  from: string;
   url: URL;
   /** What the route's pattern captured. */
   match: RegExpExecArray;
@@ -22,17 +25,21 @@ export interface UpgradeRoute {
   /** The longest message that is taken; by default 1 MiB. */
   maxBytes?: number;
   admit(request: UpgradeRequest): (socket: WebSocket) => void;
+  /** It was refused, by `admit` or before it. */
+  onRefused?(request: UpgradeRequest, refusal: ApiError): void;
 }
 
 /** Decides, before a WebSocket comes about, whether it may. */
 export class Upgrades {
   readonly #routes: UpgradeRoute[];
+  readonly #addresses: ClientAddresses;
   readonly #log: FastifyBaseLogger;
   /** One for each length of messages. */
   readonly #servers = new Map<number, WebSocketServer>();
 
-  constructor(routes: UpgradeRoute[], log: FastifyBaseLogger) {
+  constructor(routes: UpgradeRoute[], addresses: ClientAddresses, log: FastifyBaseLogger) {
     this.#routes = routes;
+    this.#addresses = addresses;
     this.#log = log;
   }
 
@@ -69,12 +76,18 @@ export class Upgrades {
   #admit(request: IncomingMessage): { maxBytes: number; opened(socket: WebSocket): void } {
     if (!URL.canParse(request.url ?? "", "http://localhost")) throw badRequest("No valid address.");
     const url = new URL(request.url ?? "", "http://localhost");
-    checkOrigin(request.headers, false);
     for (const route of this.#routes) {
       const match = route.path.exec(url.pathname);
       if (!match) continue;
-      const opened = route.admit({ headers: request.headers, url, match });
-      return { maxBytes: route.maxBytes ?? MAX_MESSAGE_BYTES, opened };
+      const { headers } = request;
+      const asked = { headers, from: this.#addresses.of(request), url, match };
+      try {
+        checkOrigin(headers, false);
+        return { maxBytes: route.maxBytes ?? MAX_MESSAGE_BYTES, opened: route.admit(asked) };
+      } catch (error) {
+        if (error instanceof ApiError) route.onRefused?.(asked, error);
+        throw error;
+      }
     }
     throw notFound("route");
   }

@@ -1,4 +1,6 @@
 import type { FastifyInstance, FastifyRequest } from "fastify";
+import type { AuditAction } from "../audit/audit_entry.ts";
+import { short } from "../audit/names_of_input.ts";
 import { badRequest } from "../errors.ts";
 import { administratorsOnly } from "../http/administrators.ts";
 import type { ApiContext } from "../http/api_routes.ts";
@@ -16,10 +18,10 @@ interface FileRoute {
 
 /** What administrators and scripts may do with the storage, as docs/protocol.md has it. */
 export function storageRoutes(context: ApiContext, storage: Storage, limits: Limits) {
-  const { audit, metrics } = context;
+  const { metrics } = context;
 
   return async (api: FastifyInstance): Promise<void> => {
-    const whoOf = administratorsOnly(api, context.access);
+    const { note } = administratorsOnly(api, context);
     leaveBodies(api);
     api.addHook("onRequest", async (request, reply) =>
       limitIdleness(request, reply, limits.transferIdleMs),
@@ -39,22 +41,23 @@ export function storageRoutes(context: ApiContext, storage: Storage, limits: Lim
       delete headers["content-type"];
     };
 
-    api.put<FileRoute>(path, { onRequest: forgetType }, async (request, reply) => {
+    const putting = { onRequest: forgetType, config: { audit: onFile("storagePut") } };
+    api.put<FileRoute>(path, putting, async (request, reply) => {
       const profile = storage.get(request.params.profile);
       const name = checkName(request.params["*"]);
-      const details = { profile: profile.name, name };
-      audit.record({ who: whoOf(request), action: "storagePut", details });
       const stored = await profile.store(name, {
         chunks: chunksOf(request, profile.maxSize),
         replace: true,
         onBytes: (bytes) => metrics.count("remote_access_storage_received_bytes_total", bytes),
       });
+      note(request, { bytes: stored.size });
       return reply.code(201).send(stored);
     });
 
     api.route<FileRoute>({
       method: ["GET", "HEAD"],
       url: path,
+      config: { audit: onFile("storageGet") },
       handler: async (request, reply) => {
         const profile = storage.get(request.params.profile);
         const name = checkName(request.params["*"]);
@@ -63,10 +66,14 @@ export function storageRoutes(context: ApiContext, storage: Storage, limits: Lim
           throw badRequest("entry is named more than once.");
         }
         const file = await profile.open(name);
-        const details = { profile: profile.name, name, ...(entry !== undefined && { entry }) };
-        audit.record({ who: whoOf(request), action: "storageGet", details });
+        if (entry !== undefined) note(request, {}, { entry: short(entry) });
         if (entry === undefined) {
-          const onBytes = (n: number) => metrics.count("remote_access_storage_sent_bytes_total", n);
+          let bytes = 0;
+          const onBytes = (n: number) => {
+            metrics.count("remote_access_storage_sent_bytes_total", n);
+            bytes += n;
+            note(request, { bytes });
+          };
           return sendFile(request, reply, file, { name, onBytes });
         }
         const gone = new AbortController();
@@ -79,17 +86,21 @@ export function storageRoutes(context: ApiContext, storage: Storage, limits: Lim
       },
     });
 
-    api.delete<FileRoute>(path, async (request, reply) => {
+    const deleting = { config: { audit: onFile("storageDelete") } };
+    api.delete<FileRoute>(path, deleting, async (request, reply) => {
       const profile = storage.get(request.params.profile);
       const name = checkName(request.params["*"]);
-      audit.record({
-        who: whoOf(request),
-        action: "storageDelete",
-        details: { profile: profile.name, name },
-      });
       await profile.remove(name);
       return reply.code(204).send();
     });
+  };
+}
+
+/** What the audit log says of a request that is for a stored file. */
+function onFile(action: AuditAction) {
+  return (request: FastifyRequest) => {
+    const params = request.params as FileRoute["Params"];
+    return { action, details: { profile: short(params.profile), name: short(params["*"]) } };
   };
 }
 

@@ -229,9 +229,10 @@ test("a stopping server asks every machine to end its sessions and writes down w
   const lines = audit.trimEnd().split("\n");
   const who = { who: "token", machine: "machine-0001" };
   expect(lines.map((line) => JSON.parse(line))).toMatchObject([
-    { ...who, action: "terminalOpen", details: { stream, code: 0 } },
+    { who: "server", action: "serverStart" },
+    { ...who, action: "terminalOpen", details: { stream }, result: { ok: true, code: 0 } },
+    { ...who, action: "terminalEnd", details: { stream }, result: { reason: "serverStopping" } },
     { who: "server", action: "serverStop" },
-    { ...who, action: "terminalEnd", details: { stream, reason: "serverStopping" } },
   ]);
   expect(audit).not.toContain(btoa("secret typing"));
 });

@@ -5,6 +5,7 @@ import { join } from "node:path";
 import { Writable } from "node:stream";
 import { onTestFinished } from "vitest";
 import { defaultLimits, type Limits } from "../limits.ts";
+import type { Options } from "../options.ts";
 import { type RunningServer, startServer } from "../server.ts";
 import { FakeAgent, type FakeAgentOptions } from "./fake_agent.ts";
 import { FakeIntegration, type FakeIntegrationOptions } from "./fake_integration.ts";
@@ -19,10 +20,16 @@ export class TestServer {
   readonly dir = mkdtempSync(join(tmpdir(), "remote-access-"));
   url = "";
   log = "";
+  /** What the server is started with beyond the usual. */
+  options: Partial<Options> = {};
   #server: RunningServer | undefined;
 
-  static async start(limits: Partial<Limits> = {}): Promise<TestServer> {
+  static async start(
+    limits: Partial<Limits> = {},
+    options: Partial<Options> = {},
+  ): Promise<TestServer> {
     const test = new TestServer();
+    test.options = options;
     await mkdir(join(test.dir, "web"));
     writeFileSync(join(test.dir, "web/index.html"), "the page");
     writeFileSync(join(test.dir, "web/sign-in.html"), '<body data-state="asking">');
@@ -49,6 +56,10 @@ export class TestServer {
         webDir: join(this.dir, "web"),
         token: TOKEN,
         enrolmentKey: KEY,
+        audit: { maxBytes: 1024 * 1024, maxFiles: 20 },
+        trustedProxies: [],
+        logFile: undefined,
+        ...this.options,
         profiles: [
           { name: "default", maxSize: 64 * 1024 * 1024 },
           { name: "small", maxSize: 1000 },
