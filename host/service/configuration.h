@@ -12,6 +12,7 @@ struct PluginEntry {
   std::wstring library;  // A relative path lies in the program's folder.
   std::wstring object;   // As the library exports it.
   std::map<std::wstring, std::wstring> options;
+  bool optional = false;  // The host does without it where it cannot be started.
   int line = 0;
 };
 

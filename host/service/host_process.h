@@ -4,14 +4,13 @@
 #include <memory>
 #include <vector>
 
-#include "host/common/host_intake.h"
 #include "host/common/host_presence.h"
 #include "host/service/component_manager.h"
 #include "host/service/configuration.h"
 #include "host/service/configuration_object.h"
 #include "host/service/log_session.h"
+#include "host/service/plugin_sequence.h"
 #include "host/service/supervision.h"
-#include "module/frame/exported_object.h"
 #include "module/frame/plugin_interfaces.h"
 
 namespace host {
@@ -56,20 +55,11 @@ class HostProcess : public IServMain {
   [[noreturn]] void Run();
 
  private:
-  struct Plugin {
-    const PluginEntry* entry = nullptr;  // The configuration's.
-    ExportedObject<IServPlugin> object;
-    IHostIntake* intake = nullptr;  // Null for most.
-  };
-
   bool Prepare();
   bool DeclareHosts();
   bool StartPlugins();
-  bool StartPlugin(Plugin& plugin);
   void WaitForStop() const;
   void StopPlugins();
-  void Step() const;
-  std::vector<Plugin*> StopOrder() const;
   void StartStopLimit();
   [[noreturn]] void End(uint32_t exit_code);
 
@@ -79,9 +69,9 @@ class HostProcess : public IServMain {
   ComponentManager components_;
   LogSession log_;
   std::vector<std::unique_ptr<HostPresence>> hosts_;
-  // Those that started, in their order.
-  std::vector<std::unique_ptr<Plugin>> plugins_;
-  bool intakes_open_ = false;
+  PluginSequence plugins_{configuration_, *this, components_, [this] {
+                            if (watcher_ != nullptr) watcher_->OnStep();
+                          }};
   Supervision supervision_;
 };
 

@@ -54,9 +54,8 @@ int wmain(int count, wchar_t** arguments) {
   static host::Configuration configuration;
   host::ConfigurationProblem problem;
   if (!host::ReadConfiguration(command_line->configuration, configuration, problem)) {
-    host::ReportError(command_line->configuration +
-                      (problem.line > 0 ? L"(" + std::to_wstring(problem.line) + L")" : L"") +
-                      L": " + problem.text + L": " + host::DescribeCode(problem.code));
+    host::ReportError(host::DescribeProblem(command_line->configuration, problem.line, problem.text,
+                                            problem.code));
     return 1;
   }
   SetEnvironmentVariableW(host::kConfigurationFolderVariable, configuration.folder.c_str());

@@ -33,6 +33,13 @@ std::wstring DescribeCode(uint32_t code) {
   return description;
 }
 
+std::wstring DescribeProblem(const std::wstring& file, int line, const std::wstring& what,
+                             uint32_t code) {
+  std::wstring text = file;
+  if (line > 0) text += L'(' + std::to_wstring(line) + L')';
+  return text + L": " + what + L": " + DescribeCode(code);
+}
+
 void ReportError(const std::wstring& text) {
   WriteLine(STD_ERROR_HANDLE, text);
   ORN_LOG(logging::kError, kFunction, L"%s", text.c_str());
