@@ -28,6 +28,14 @@ std::wstring AbsolutePath(std::wstring_view folder, std::wstring_view path) {
   return full;
 }
 
+std::wstring ConfiguredPath(std::wstring_view folder, const std::wstring& path) {
+  std::wstring expanded(ExpandEnvironmentStringsW(path.c_str(), nullptr, 0), L'\0');
+  const DWORD size =
+      ExpandEnvironmentStringsW(path.c_str(), expanded.data(), static_cast<DWORD>(expanded.size()));
+  expanded.resize(size > 0 ? size - 1 : 0);
+  return AbsolutePath(folder, expanded);
+}
+
 std::wstring ProgramPath() {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {

@@ -47,7 +47,7 @@ std::string ReadLogSettings(const pugi::xml_node& element, const std::wstring& f
     bool good = true;
     if (name == "path") {
       good = !value.empty();
-      settings.path = AbsolutePath(folder, WideText(value));
+      settings.path = ConfiguredPath(folder, WideText(value));
     } else if (name == "level") {
       good = ReadLevel(value, settings.level_mask);
     } else if (name == "maxSize") {

@@ -102,15 +102,17 @@ class Reader {
   }
 
   bool ReadHost(const pugi::xml_node& root) {
-    if (!CheckAttributes(root, 2, {"name", "data", "instance", "stopLimit", "rights"}))
+    if (!CheckAttributes(root, 2, {"name", "data", "history", "instance", "stopLimit", "rights"}))
       return false;
     configuration_.folder = FolderOf(configuration_.file);
     configuration_.name = WideText(root.attribute("name").value());
     configuration_.data =
-        AbsolutePath(configuration_.folder, WideText(root.attribute("data").value()));
+        ConfiguredPath(configuration_.folder, WideText(root.attribute("data").value()));
     while (configuration_.data.size() > 3 && configuration_.data.ends_with(L'\\')) {
       configuration_.data.pop_back();
     }
+    configuration_.history =
+        ConfiguredPath(configuration_.folder, WideText(root.attribute("history").value()));
     configuration_.instance = WideText(root.attribute("instance").value());
     if (!configuration_.instance.empty() && !IsHostName(configuration_.instance)) {
       return Fail(root, L"bad instance \"" + configuration_.instance + L"\"");
@@ -170,11 +172,12 @@ class Reader {
   }
 
   bool ReadPlugin(const pugi::xml_node& node) {
-    if (!CheckAttributes(node, 3, {"name", "library", "object"})) return false;
+    if (!CheckAttributes(node, 3, {"name", "library", "object", "optional"})) return false;
     PluginEntry plugin{.name = WideText(node.attribute("name").value()),
                        .library = WideText(node.attribute("library").value()),
                        .object = WideText(node.attribute("object").value()),
                        .options = {},
+                       .optional = node.attribute("optional").as_bool(),
                        .line = LineAt(node.offset_debug())};
     if (plugin.name == kConfigurationName || HasPlugin(plugin.name)) {
       return Fail(node, L"plug-in \"" + plugin.name + L"\" is there already");

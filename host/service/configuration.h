@@ -46,19 +46,22 @@ std::wstring FindConfiguration(const std::wstring& given);
 //   </host>
 //
 // `name` is the host's, which it declares with all those under <declares>; `data` is the folder for
-// its data; `instance` sets this agent apart from others on the machine; `stopLimit` says how many
-// seconds an orderly stop may take; `rights` is "low" for a host that is to run with fewer rights
-// than it was started with (low_rights.h). Plug-ins start in their order here; the first to stop
-// are those under <stop>, in its order, then come the others in the reverse order of their starts.
-// Each <process> is started with `/process /config CONFIG` once all plug-ins have started, and
-// again whenever it ends; a relative `program` lies in the program's folder, a bare `config` is one
-// of FindConfiguration. All other paths are relative to the file's folder. It holds no secret:
-// where a plug-in needs one, an option names the file that has it.
+// its data; `history` is the file of the machine's history, for a host that shows it; `instance`
+// sets this agent apart from others on the machine; `stopLimit` says how many seconds an orderly
+// stop may take; `rights` is "low" for a host that is to run with fewer rights than it was started
+// with (low_rights.h). Plug-ins start in their order here, and the host with them, but for one that
+// is `optional="true"`; the first to stop are those under <stop>, in its order, then come the
+// others in the reverse order of their starts. Each <process> is started with `/process /config
+// CONFIG` once all plug-ins have started, and again whenever it ends; a relative `program` lies in
+// the program's folder, a bare `config` is one of FindConfiguration. All other paths are relative
+// to the file's folder, and may name environment variables as in %LOCALAPPDATA%. It holds no
+// secret: where a plug-in needs one, an option names the file that has it.
 struct Configuration {
   std::wstring file;
   std::wstring folder;
   std::wstring name;
   std::wstring data;
+  std::wstring history;  // Empty for none.
   std::wstring instance;
   uint32_t stop_limit = 60;
   bool low_rights = false;

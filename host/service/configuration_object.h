@@ -48,7 +48,7 @@ class ConfigurationObject : public IOrnBaseInterface, public IHostConfiguration 
 
   const wchar_t* ResolvePath(const wchar_t* path) override {
     const std::lock_guard lock(mutex_);
-    return resolved_.emplace_back(AbsolutePath(configuration_.folder, path)).c_str();
+    return resolved_.emplace_back(ConfiguredPath(configuration_.folder, path)).c_str();
   }
 
  private:
