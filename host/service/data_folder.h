@@ -11,12 +11,7 @@ namespace host {
 // the same user has none. Where the host itself is to run with low rights, or is run by somebody
 // who is no administrator, this process's user has access, too.
 //
-// A folder that is there gets the same access unless somebody gave it one of its own (one that is
-// not inherited from above). One that belongs to a stranger is refused: he could change its access
-// again.
-//
-// Returns a status: 0; 267 where the path is a file's; 1307 for a stranger's; or why it cannot be
-// made.
+// A folder that is there is treated as PrepareProtectedFolder does; so are failures.
 uint32_t PrepareDataFolder(const Configuration& configuration);
 
 }  // namespace host
