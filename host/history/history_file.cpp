@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "module/frame/error_codes.h"
 #include "module/frame/utf.h"
 
 namespace host::history {
@@ -60,15 +61,18 @@ int ReadLast(sqlite3* database, StoredRecord& last) {
   return SQLITE_OK;
 }
 
-int OpenForReading(const std::wstring& path, UniqueSqlite& database) {
+uint32_t OpenForReading(const std::wstring& path, UniqueSqlite& database) {
   static std::once_flag once;
   std::call_once(once, LetSqliteFilesMove);
   sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(orn::ToUtf8(path).c_str(), &opened,
-                                     SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, /*zVfs=*/nullptr);
+  int result = sqlite3_open_v2(orn::ToUtf8(path).c_str(), &opened,
+                               SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, /*zVfs=*/nullptr);
   database.reset(opened);
-  if (result == SQLITE_OK) sqlite3_busy_timeout(opened, kPatienceMs);
-  return result;
+  bool empty = false;
+  if (result == SQLITE_OK) result = sqlite3_busy_timeout(opened, kPatienceMs);
+  if (result == SQLITE_OK) result = CheckKind(opened, empty);
+  const uint32_t status = WindowsCodeOf(opened, result);
+  return empty || status == ERROR_PATH_NOT_FOUND ? error::kPathNotFound : status;
 }
 
 }  // namespace host::history

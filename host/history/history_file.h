@@ -6,7 +6,8 @@
 #include "host/history/record_hash.h"
 #include "host/sqlite/sqlite.h"
 
-// The file that the history is, as writer and readers know it. All results are SQLite's.
+// The file that the history is, as writer and readers know it. Results are SQLite's where nothing
+// else is said.
 
 namespace host::history {
 
@@ -38,7 +39,8 @@ int CheckKind(sqlite3* database, bool& empty);
 // The last record; a sequence of 0 where there is none.
 int ReadLast(sqlite3* database, StoredRecord& last);
 
-// Opens the file for reading, in a way that does not keep it from being set aside.
-int OpenForReading(const std::wstring& path, UniqueSqlite& database);
+// Opens the file for reading, in a way that does not keep it from being set aside. Gives a status
+// as HistoryReader has it.
+uint32_t OpenForReading(const std::wstring& path, UniqueSqlite& database);
 
 }  // namespace host::history

@@ -11,24 +11,16 @@
 namespace host::history {
 namespace {
 
-constexpr uint32_t kNoStore = error::kPathNotFound;
-
 // `work` reads one state of the store, with the sequence of its last record, and gives SQLite's
 // result.
 uint32_t ReadStore(const std::wstring& path,
                    const std::function<int(sqlite3* database, int64_t total)>& work) {
   UniqueSqlite database;
-  int result = OpenForReading(path, database);
-  if (result != SQLITE_OK) return WindowsCodeOf(database.get(), result);
+  if (const uint32_t status = OpenForReading(path, database); status != 0) return status;
   SqliteTransaction transaction(database.get());
-  bool empty = false;
-  result = CheckKind(database.get(), empty);
-  if (result == SQLITE_OK && empty) return kNoStore;
   uint64_t total = 0;
-  if (result == SQLITE_OK) {
-    result =
-        ReadSqliteNumber(database.get(), "SELECT ifnull(max(sequence), 0) FROM records", total);
-  }
+  int result =
+      ReadSqliteNumber(database.get(), "SELECT ifnull(max(sequence), 0) FROM records", total);
   if (result == SQLITE_OK) {
     result = work(database.get(), std::max<int64_t>(static_cast<int64_t>(total), 0));
   }

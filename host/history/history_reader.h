@@ -15,12 +15,12 @@ namespace host::history {
 // says, it gives OwnEvent::kLost (own_events.h).
 //
 // Operations return 0, or what stands in the way:
-//   2 or 3  there is no store yet
-//   5       this user may not read it
-//   21      the agent was ended while it wrote, and has to repair the file first: it does so when
+//   2     there is no store yet
+//   5     this user may not read it
+//   21    the agent was ended while it wrote, and has to repair the file first: it does so when
 //           it starts
-//   170     the file stayed locked for some seconds
-//   1392    the file is damaged or no history
+//   170   the file stayed locked for some seconds
+//   1392  the file is damaged or no history
 // Any thread; operations of one object wait for nobody but the writer.
 class HistoryReader {
  public:

@@ -6,7 +6,6 @@
 
 #include "host/history/history_anchor.h"
 #include "host/history/history_file.h"
-#include "module/frame/error_codes.h"
 
 namespace host::history {
 namespace {
@@ -86,10 +85,7 @@ Verification VerifyHistory(const std::wstring& path) {
   HistoryHead anchor;
   found.anchored = ReadAnchor(path, anchor);
   UniqueSqlite database;
-  bool empty = false;
-  int result = OpenForReading(path, database);
-  if (result == SQLITE_OK) result = CheckKind(database.get(), empty);
-  found.status = empty ? error::kPathNotFound : WindowsCodeOf(database.get(), result);
+  found.status = OpenForReading(path, database);
   if (found.status != 0) return found;
 
   uint64_t records = 0;
@@ -98,6 +94,7 @@ Verification VerifyHistory(const std::wstring& path) {
   ChainWalk walk(found, found.anchored ? &anchor : nullptr);
   std::vector<StoredRecord> rows;
   int64_t after = std::numeric_limits<int64_t>::min();
+  int result = SQLITE_OK;
   do {
     result = ReadPiece(database.get(), after, rows);
     for (const StoredRecord& row : rows) {

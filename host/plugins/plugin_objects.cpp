@@ -3,6 +3,7 @@
 #include "host/plugins/connector/veld_connector.h"
 #include "host/plugins/feature_relay/remote_access_relay.h"
 #include "host/plugins/framework_manager/framework_manager.h"
+#include "host/plugins/history/history_logger.h"
 #include "host/plugins/integration/endpoint_integration_manager.h"
 #include "host/plugins/persistent_handlers/persistent_handlers.h"
 #include "host/plugins/process_info/process_info_db.h"
@@ -25,5 +26,6 @@ ExportedObjectDeclaration<host::FrameworkManager> framework{L"Framework.Manager"
 ExportedObjectDeclaration<host::ProcessInfoDb> processes{L"messaging.process_info_db"};
 ExportedObjectDeclaration<host::PersistentHandlers> signals{L"Product.PersistentHandlers"};
 ExportedObjectDeclaration<host::TerminalManagerRelay> relay{L"RemoteTerminalManager.Relay"};
+ExportedObjectDeclaration<host::HistoryLogger> history{L"History.Logger"};
 
 }  // namespace
