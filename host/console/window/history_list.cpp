@@ -1,0 +1,148 @@
+#include "host/console/window/history_list.h"
+
+#include <algorithm>
+#include <climits>
+#include <iterator>
+
+#include "host/console/window/texts.h"
+#include "host/console/window/time_text.h"
+
+namespace host::console {
+namespace {
+
+constexpr int kCopyAtOnce = 500;
+
+}  // namespace
+
+void HistoryList::Create(HWND parent, int id) {
+  list_ = CreateReportList(parent, id, LVS_OWNERDATA);
+}
+
+void HistoryList::Retranslate() {
+  empty_text_ = state_.Translate(texts::kNoHistory);
+  NameColumns(list_, {state_.Translate(texts::kTime), state_.Translate(texts::kEvent),
+                      state_.Translate(texts::kDetails)});
+}
+
+void HistoryList::Refresh() {
+  pages_.Forget();
+  HistoryExtent now;
+  now.size = std::min(state_.GetHistorySize(), static_cast<size_t>(INT_MAX));
+  if (const HistoryLine* newest = pages_.Get(0)) now.newest = newest->sequence;
+
+  const std::optional<size_t> added = RowsAdded(extent_, now);
+  const int top = ListView_GetTopIndex(list_);
+  extent_ = now;
+  if (!added) ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+  ListView_SetItemCountEx(list_, static_cast<int>(now.size),
+                          LVSICF_NOSCROLL | LVSICF_NOINVALIDATEALL);
+  if (added.value_or(0) > 0) {
+    MoveMarks(*added);
+    RECT row = {};
+    if (top > 0 && ListView_GetItemRect(list_, 0, &row, LVIR_BOUNDS)) {
+      ListView_Scroll(list_, 0, static_cast<int>(*added) * (row.bottom - row.top));
+    }
+  }
+  InvalidateRect(list_, /*area=*/nullptr, /*erase=*/TRUE);
+}
+
+// The list knows rows by their numbers only.
+void HistoryList::MoveMarks(size_t rows) {
+  const std::vector<int> selected = SelectedRows(list_);
+  const int focused = ListView_GetNextItem(list_, -1, LVNI_FOCUSED);
+  const int shift = static_cast<int>(rows);
+  ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+  for (const int row : selected)
+    ListView_SetItemState(list_, row + shift, LVIS_SELECTED, LVIS_SELECTED);
+  if (focused >= 0) {
+    ListView_SetItemState(list_, focused + shift, LVIS_FOCUSED, LVIS_FOCUSED);
+    ListView_SetSelectionMark(list_, focused + shift);
+  }
+}
+
+LRESULT HistoryList::OnNotify(NMHDR* header) {
+  switch (header->code) {
+    case LVN_GETDISPINFOW: {
+      LVITEMW& item = reinterpret_cast<NMLVDISPINFOW*>(header)->item;
+      if ((item.mask & LVIF_TEXT) == 0 || item.iItem < 0) return 0;
+      const HistoryLine* line = pages_.Get(static_cast<size_t>(item.iItem));
+      const std::wstring text = line != nullptr ? Cell(*line, item.iSubItem) : std::wstring();
+      lstrcpynW(item.pszText, text.c_str(), item.cchTextMax);
+      return 0;
+    }
+    case LVN_GETINFOTIPW: {
+      auto* tip = reinterpret_cast<NMLVGETINFOTIPW*>(header);
+      const HistoryLine* line = pages_.Get(static_cast<size_t>(tip->iItem));
+      if (line != nullptr) lstrcpynW(tip->pszText, line->details.c_str(), tip->cchTextMax);
+      return 0;
+    }
+    case LVN_GETEMPTYMARKUP: {
+      auto* markup = reinterpret_cast<NMLVEMPTYMARKUP*>(header);
+      markup->dwFlags = EMF_CENTERED;
+      lstrcpynW(markup->szMarkup, empty_text_.c_str(), L_MAX_URL_LENGTH);
+      return TRUE;
+    }
+    case LVN_ODFINDITEMW:
+      return -1;
+    default:
+      return 0;
+  }
+}
+
+std::wstring HistoryList::Cell(const HistoryLine& line, int column) const {
+  switch (column) {
+    case 0:
+      return DescribeTime(line.time, Seconds::kShown);
+    case 1:
+      return line.title;
+    default:
+      return line.details;
+  }
+}
+
+void HistoryList::SizeColumns() {
+  // Any late evening at the end of a year: all its numbers have two digits.
+  constexpr int64_t kWideTime = 1'861'911'000;
+  const int time = std::max(CellWidth(list_, DescribeTime(kWideTime, Seconds::kShown)),
+                            CellWidth(list_, state_.Translate(texts::kTime)));
+  int event = CellWidth(list_, state_.Translate(L"Administrator ended a remote shell connection"));
+  event = std::max(event, CellWidth(list_, state_.Translate(texts::kEvent)));
+  ListView_SetColumnWidth(list_, 0, time);
+  ListView_SetColumnWidth(list_, 1, event);
+  Stretch();
+}
+
+void HistoryList::Stretch() {
+  constexpr int kMinimumDetails = 320;
+  FillLastColumn(list_, MulDiv(kMinimumDetails, static_cast<int>(GetDpiForWindow(list_)), 96));
+}
+
+void HistoryList::SelectAll() {
+  ListView_SetItemState(list_, -1, LVIS_SELECTED, LVIS_SELECTED);
+}
+
+bool HistoryList::Copy() const {
+  CopiedRows rows;
+  const std::vector<int> selected = SelectedRows(list_);
+  for (auto next = selected.begin(); next != selected.end();) {
+    const int first = *next;
+    const auto end = std::lower_bound(next, selected.end(), first + kCopyAtOnce);
+    const auto count = static_cast<size_t>(*std::prev(end) - first) + 1;
+    const auto lines = state_.ReadHistory(static_cast<size_t>(first), count);
+    for (; next != end; ++next) {
+      const auto index = static_cast<size_t>(*next - first);
+      if (index >= lines.size()) continue;
+      rows.Add({Cell(lines[index], 0), Cell(lines[index], 1), Cell(lines[index], 2)});
+    }
+  }
+  return rows.ToClipboard(list_);
+}
+
+std::wstring HistoryList::DescribeFocused() {
+  const int row = ListView_GetNextItem(list_, -1, LVNI_FOCUSED);
+  const HistoryLine* line = row >= 0 ? pages_.Get(static_cast<size_t>(row)) : nullptr;
+  if (line == nullptr) return {};
+  return Cell(*line, 0) + L"\n\n" + line->title + L"\n\n" + line->details;
+}
+
+}  // namespace host::console
