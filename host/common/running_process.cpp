@@ -25,6 +25,12 @@ std::wstring RunningProcess::ImagePath() const {
   return path;
 }
 
+std::wstring RunningProcess::UserSid() const {
+  orn::UniqueHandle token;
+  if (!OpenProcessToken(process_.get(), TOKEN_QUERY, token.put())) return {};
+  return UserOfToken(token.get());
+}
+
 bool RunningProcess::IsAdministrator() const {
   orn::UniqueHandle token;
   return OpenProcessToken(process_.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) &&

@@ -19,6 +19,8 @@ class RunningProcess {
   uint64_t created() const noexcept { return created_; }
   // The image's full path; empty where it cannot be read.
   std::wstring ImagePath() const;
+  // Its user, as the text of the security identifier; empty where its token cannot be read.
+  std::wstring UserSid() const;
   // False where its token cannot be read.
   bool IsAdministrator() const;
 

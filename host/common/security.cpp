@@ -11,11 +11,15 @@ namespace host {
 
 std::wstring UserSid() {
   orn::UniqueHandle token;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put())) return {};
+  return UserOfToken(token.get());
+}
+
+std::wstring UserOfToken(HANDLE token) {
   alignas(TOKEN_USER) std::array<std::byte, sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE> user;
   DWORD length = 0;
   wchar_t* text = nullptr;
-  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put()) ||
-      !GetTokenInformation(token.get(), TokenUser, user.data(), user.size(), &length) ||
+  if (!GetTokenInformation(token, TokenUser, user.data(), user.size(), &length) ||
       !ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid, &text)) {
     return {};
   }

@@ -8,6 +8,8 @@ namespace host {
 
 // The user of this process, as the text of its security identifier; empty where it cannot be told.
 std::wstring UserSid();
+// As UserSid, of a token that is open for TOKEN_QUERY.
+std::wstring UserOfToken(HANDLE token);
 
 // Whether the token of a process has the Administrators group enabled, as SYSTEM's own has it. A
 // group that is only there to be denied, as in the token of an administrator who has not elevated,

@@ -64,11 +64,18 @@ int32_t GatewayFactory::Init(IServMain* main) {
             option(L"workerAccount").c_str());
     return static_cast<int32_t>(error::kBadParameter);
   }
+  auto users = channels::UserRules::Parse(orn::ToUtf8(option(L"users")).view());
+  if (!users) {
+    ORN_LOG(logging::kError, trace.function(), L"Option users names no channels: %s",
+            option(L"users").c_str());
+    return static_cast<int32_t>(error::kBadParameter);
+  }
+  channels::Node::SetUp({.users = *users, .is_users = option(L"door") == L"users"});
   if (option(L"hub") != L"true") return 0;
   const auto worker_channels = Split(orn::ToUtf8(option(L"workerChannels")).view());
   uint32_t status = 0;
   for (DWORD i = 0; i < kHubTries; ++i) {
-    hub_ = std::make_unique<channels::Hub>(worker_channels);
+    hub_ = std::make_unique<channels::Hub>(worker_channels, *users);
     status = hub_->Start();
     if (status != ERROR_ACCESS_DENIED && status != ERROR_PIPE_BUSY) break;
     Sleep(kHubPause);

@@ -16,6 +16,12 @@ namespace host {
 //   hub             "true" in the one process of the agent that has the hub
 //   workerAccount   SID of an account whose processes may connect too; by default SYSTEM, the
 //                   administrators and the process's own account may
+//   users           the channels on which processes of whoever is signed in at the machine may be
+//                   clients, and the interfaces whose events they may hear:
+//                   "TsrComm.A=1;TsrComm.B"; none by default. Where a server of such a channel is,
+//                   and the hub, have to have it alike
+//   door            "users" in a program of a user's: it is treated as one even where it has more
+//                   rights
 //   workerChannels  of the hub: the channels, separated by ';', on which a process without
 //                   administrator rights may announce a server
 class GatewayFactory final : public IServPlugin, public messaging::channel_gateway_factory {

@@ -273,6 +273,12 @@ std::string EncodePresent(std::string_view pipe_suffix) {
   return writer.Take(kHubFrameLimit);
 }
 
+std::string EncodeUsersDoor(std::string_view pipe_suffix) {
+  Writer writer(FrameKind::kUsersDoor);
+  writer.Text<uint16_t>(pipe_suffix);
+  return writer.Take(kHubFrameLimit);
+}
+
 std::optional<std::string> DecodePresent(std::string_view payload) {
   Reader reader(payload);
   std::string suffix = ReadSuffix(reader);

@@ -33,10 +33,12 @@ enum class FrameKind : uint8_t {
   kPresent = 16,
   kAddEntry = 17,
   kRemoveEntry = 18,
+  kUsersDoor = 19,
   // From the hub.
   kEntryAdded = 32,
   kEntryRemoved = 33,
   kNodeGone = 34,
+  kUserEntryAdded = 35,
 };
 
 struct Frame {
@@ -78,9 +80,10 @@ std::string EncodeDelivery(uint32_t id, std::string_view channel, const MessageC
 std::string EncodeAnswer(uint32_t id, const MessageContent& content);
 std::string EncodeLetGo(uint32_t id);
 std::string EncodePresent(std::string_view pipe_suffix);
+std::string EncodeUsersDoor(std::string_view pipe_suffix);
 // kAddEntry or kRemoveEntry. Empty where the entry is too large.
 std::string EncodeEntry(FrameKind kind, const messaging::channel_subscriber& entry);
-// kEntryAdded or kEntryRemoved.
+// kEntryAdded, kUserEntryAdded or kEntryRemoved.
 std::string EncodeRemoteEntry(FrameKind kind, const RemoteEntry& entry);
 std::string EncodeNodeGone(const NodeKey& node);
 
@@ -89,6 +92,7 @@ std::optional<uint64_t> DecodeHello(std::string_view payload);  // Nothing for a
 std::optional<Delivery> DecodeDelivery(const Frame& frame);
 std::optional<Answer> DecodeAnswer(std::string_view payload);
 std::optional<uint32_t> DecodeLetGo(std::string_view payload);
+// Of kUsersDoor too.
 std::optional<std::string> DecodePresent(std::string_view payload);
 std::optional<messaging::channel_subscriber> DecodeEntry(std::string_view payload);
 std::optional<RemoteEntry> DecodeRemoteEntry(std::string_view payload);

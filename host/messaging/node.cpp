@@ -51,28 +51,57 @@ bool IsServer(const messaging::channel_subscriber& entry) {
   return type != entry.properties.end() && type->second == "2";
 }
 
+namespace {
+
+struct Shared {
+  std::mutex mutex;
+  // Guarded by mutex.
+  std::weak_ptr<Node> node;
+  NodeSettings settings;
+};
+
+// Never destroyed: a process that ends does not wait for its threads.
+Shared& TheShared() {
+  static auto* const shared = new Shared;
+  return *shared;
+}
+
+}  // namespace
+
+void Node::SetUp(NodeSettings settings) {
+  Shared& shared = TheShared();
+  const std::lock_guard lock(shared.mutex);
+  shared.settings = std::move(settings);
+}
+
 std::shared_ptr<Node> Node::Get() {
-  // Never destroyed: a process that ends does not wait for its threads.
-  static auto* const mutex = new std::mutex;
-  static auto* const shared = new std::weak_ptr<Node>;
-  const std::lock_guard lock(*mutex);
-  std::shared_ptr<Node> node = shared->lock();
+  Shared& shared = TheShared();
+  const std::lock_guard lock(shared.mutex);
+  std::shared_ptr<Node> node = shared.node.lock();
   if (node != nullptr) return node;
-  node = std::make_shared<Node>();
+  node = std::make_shared<Node>(shared.settings);
   if (const uint32_t status = node->Start(); status != 0) {
     ORN_LOG(logging::kError, L"host::channels::Node", L"No pipe of its own. Error: %u.", status);
     return nullptr;
   }
-  *shared = node;
+  shared.node = node;
   return node;
 }
 
-Node::Node()
+Node::Node(NodeSettings settings)
     : self_{GetCurrentProcessId(), RandomNumber()},
+      settings_(std::move(settings)),
       pipe_suffix_(RandomSuffix()),
+      users_suffix_(RandomSuffix()),
       stop_(CreateEventW(nullptr, /*manualReset=*/TRUE, /*signalled=*/FALSE, nullptr)),
-      server_(NodePipeName(self_.pid, pipe_suffix_), L"Messaging receiver", kFrameLimit,
-              [this](const std::shared_ptr<ServedPipe>& client) { ServePeer(client); }) {}
+      server_(NodePipeName(self_.pid, pipe_suffix_), Door::kAgent, L"Messaging receiver",
+              kFrameLimit,
+              [this](const std::shared_ptr<ServedPipe>& client) { ServePeer(client); }) {
+  if (settings_.users.empty()) return;
+  users_server_ = std::make_unique<PipeServer>(
+      NodePipeName(self_.pid, users_suffix_), Door::kUsers, L"Messaging users", kUserFrameLimit,
+      [this](const std::shared_ptr<ServedPipe>& client) { ServePeer(client); });
+}
 
 Node::~Node() {
   SetEvent(stop_.get());
@@ -83,11 +112,13 @@ Node::~Node() {
     if (hub_ != nullptr) hub_->Break();
   }
   if (hub_thread_.joinable()) hub_thread_.join();
+  if (users_server_ != nullptr) users_server_->Stop();
   server_.Stop();
 }
 
 uint32_t Node::Start() {
-  const uint32_t status = server_.Start();
+  uint32_t status = server_.Start();
+  if (status == 0 && users_server_ != nullptr) status = users_server_->Start();
   if (status == 0) hub_thread_ = std::thread(&Node::RunHub, this);
   return status;
 }
@@ -193,7 +224,7 @@ std::shared_ptr<PeerLink> Node::LinkTo(const NodeKey& peer) {
   if (link == nullptr || link->broken()) {
     broken.swap(link);
     link = std::make_shared<PeerLink>(peer, NodePipeName(peer.pid, found->second.pipe_suffix),
-                                      self_.number);
+                                      self_.number, found->second.user);
   }
   return link;
 }
@@ -278,6 +309,7 @@ void Node::ServePeer(const std::shared_ptr<ServedPipe>& client) {
     number = DecodeHello(frame.payload);
   }
   if (!number) {
+    if (client->user) return;
     ORN_LOG(logging::kWarning, kFunction, L"Process %u does not introduce itself properly.",
             client->pid);
     return;
@@ -293,7 +325,7 @@ void Node::ServePeer(const std::shared_ptr<ServedPipe>& client) {
     if (frame.kind == FrameKind::kCall || frame.kind == FrameKind::kPost) {
       delivery = DecodeDelivery(frame);
     }
-    if (!delivery) {
+    if (!delivery || (client->user && !Admits(*delivery))) {
       ORN_LOG(logging::kWarning, kFunction,
               L"Process %u sent what is no message; its connection is closed.", peer.pid);
       return;
@@ -304,6 +336,7 @@ void Node::ServePeer(const std::shared_ptr<ServedPipe>& client) {
     DeliverHere(receivers, delivery->channel,
                 new Message(std::make_shared<MessageContent>(std::move(delivery->content)), sender,
                             target));
+    client->HoldBack();
   }
   if (client->stream.malformed()) {
     ORN_LOG(logging::kWarning, kFunction,
@@ -322,6 +355,10 @@ std::vector<Gateway*> Node::Receivers(const NodeKey& peer, const Delivery& deliv
   for (Gateway* const gateway : gateways_)
     if (!is_call || gateway->ServesLocked(delivery.channel)) receivers.push_back(gateway);
   return receivers;
+}
+
+bool Node::Admits(const Delivery& delivery) const {
+  return IsCall(delivery.content.type) && settings_.users.Admits(delivery.channel);
 }
 
 bool Node::AwaitServer(const NodeKey& peer, const std::string& channel) {

@@ -16,8 +16,17 @@
 #include "host/messaging/message_codec.h"
 #include "host/messaging/peer_link.h"
 #include "host/messaging/pipe_server.h"
+#include "host/messaging/user_access.h"
 
 namespace host::channels {
+
+// What a process's node is made with.
+struct NodeSettings {
+  // Whom it has a pipe for beside the agent's own processes; none where that is empty.
+  UserRules users;
+  // It goes by the users' door only, even where it could go by another: a process of a user's.
+  bool is_users = false;
+};
 
 // "rpc_subscriber_type" of a server.
 bool IsServer(const messaging::channel_subscriber& entry);
@@ -29,8 +38,10 @@ class Node {
  public:
   // The process's own; a new one where there is none. Null where the pipe cannot be had.
   static std::shared_ptr<Node> Get();
+  // For nodes that are made later.
+  static void SetUp(NodeSettings settings);
 
-  Node();
+  explicit Node(NodeSettings settings);
   Node(const Node&) = delete;
   Node& operator=(const Node&) = delete;
   // Ends all connections, and so this process's presence.
@@ -58,6 +69,7 @@ class Node {
  private:
   struct Peer {
     std::string pipe_suffix;
+    bool user = false;  // It came to the hub by the users' door.
     std::map<Gateway::EntryKey, messaging::channel_subscriber> entries;
     std::shared_ptr<PeerLink> link;  // Null until it is needed, and while nothing is known of it.
   };
@@ -80,12 +92,16 @@ class Node {
   // than the process's own.
   bool AwaitServer(const NodeKey& peer, const std::string& channel);
   std::vector<Gateway*> Receivers(const NodeKey& peer, const Delivery& delivery);
+  // Whether a user may send that.
+  bool Admits(const Delivery& delivery) const;
 
   // The hub's thread.
   void RunHub();
+  // The hub's pipe; empty where there is none, or nobody who is to be believed has it.
+  orn::UniqueFile OpenHub(bool tell) const;
   void ListenToHub(PipeStream& hub);
   bool HandleHub(const Frame& frame);
-  void AddRemote(const RemoteEntry& entry);
+  void AddRemote(const RemoteEntry& entry, bool user);
   void RemoveRemote(const RemoteEntry& entry);
   void RemovePeer(const NodeKey& node);
   // The hub has gone: nothing is known of the others any more. Connections that work stay.
@@ -97,9 +113,12 @@ class Node {
 
   // Fixed after Start.
   const NodeKey self_;
+  const NodeSettings settings_;
   const std::string pipe_suffix_;
+  const std::string users_suffix_;
   const orn::UniqueHandle stop_;
   PipeServer server_;
+  std::unique_ptr<PipeServer> users_server_;  // Null where there is no pipe for users.
   std::thread hub_thread_;
 
   std::atomic<uint32_t> next_call_{0};

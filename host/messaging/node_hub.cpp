@@ -19,23 +19,32 @@ constexpr uint32_t kLongestPause = 250;
 
 }  // namespace
 
+orn::UniqueFile Node::OpenHub(bool tell) const {
+  orn::UniqueFile pipe;
+  if (!settings_.is_users) pipe = OpenPipe(HubPipeName());
+  // Who may not go by the agent's own door is a user.
+  if (settings_.is_users || (!pipe && GetLastError() == ERROR_ACCESS_DENIED)) {
+    pipe = OpenPipe(HubPipeName(Door::kUsers));
+  }
+  if (!pipe || IsTrustworthyOwner(pipe.get())) return pipe;
+  if (tell) {
+    ORN_LOG(logging::kWarning, L"host::channels::Node::RunHub",
+            L"The hub's pipe is held by process %u, which is no hub.", ServerOf(pipe.get()));
+  }
+  return {};
+}
+
 void Node::RunHub() {
   orn::SetThreadName(L"Messaging hub link");
   uint32_t pause = kFirstPause;
   for (;;) {
-    orn::UniqueFile pipe = OpenPipe(HubPipeName());
-    if (pipe && !IsTrustworthyOwner(pipe.get())) {
-      if (pause == kFirstPause) {
-        ORN_LOG(logging::kWarning, L"host::channels::Node::RunHub",
-                L"The hub's pipe is held by process %u, which is no hub.", ServerOf(pipe.get()));
-      }
-      pipe.reset();
-    }
+    orn::UniqueFile pipe = OpenHub(/*tell=*/pause == kFirstPause);
     if (pipe) {
       pause = kFirstPause;
       const auto hub = std::make_shared<PipeStream>(kHubFrameLimit);
       hub->Write(EncodeHello(self_.number), kHubLimit);
       hub->Write(EncodePresent(pipe_suffix_), kHubLimit);
+      if (users_server_ != nullptr) hub->Write(EncodeUsersDoor(users_suffix_), kHubLimit);
       {
         const std::lock_guard lock(mutex_);
         if (stopping_) return;
@@ -81,21 +90,24 @@ bool Node::HandleHub(const Frame& frame) {
     if (node) RemovePeer(*node);
     return node.has_value();
   }
-  if (frame.kind != FrameKind::kEntryAdded && frame.kind != FrameKind::kEntryRemoved) return false;
+  const bool added =
+      frame.kind == FrameKind::kEntryAdded || frame.kind == FrameKind::kUserEntryAdded;
+  if (!added && frame.kind != FrameKind::kEntryRemoved) return false;
   const std::optional<RemoteEntry> entry = DecodeRemoteEntry(frame.payload);
   if (!entry) return false;
-  if (frame.kind == FrameKind::kEntryAdded) {
-    AddRemote(*entry);
+  if (added) {
+    AddRemote(*entry, frame.kind == FrameKind::kUserEntryAdded);
   } else {
     RemoveRemote(*entry);
   }
   return true;
 }
 
-void Node::AddRemote(const RemoteEntry& entry) {
+void Node::AddRemote(const RemoteEntry& entry, bool user) {
   const std::lock_guard lock(mutex_);
   Peer& peer = peers_[entry.node];
   peer.pipe_suffix = entry.pipe_suffix;
+  peer.user = user;
   const auto [place, added] =
       peer.entries.try_emplace({entry.entry.channel, entry.entry.id}, entry.entry);
   if (!added) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/messaging/pipe_access.h"
+#include "host/messaging/user_access.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/log.h"
 #include "module/frame/thread_name.h"
@@ -37,11 +38,12 @@ uint32_t StatusOf(PipeStream::Sent sent) {
 
 }  // namespace
 
-PeerLink::PeerLink(const NodeKey& peer, std::wstring pipe_name, uint64_t own_number)
+PeerLink::PeerLink(const NodeKey& peer, std::wstring pipe_name, uint64_t own_number, bool user)
     : peer_(peer),
       pipe_name_(std::move(pipe_name)),
+      user_(user),
       needed_(CreateEventW(nullptr, /*manualReset=*/FALSE, /*signalled=*/FALSE, nullptr)),
-      stream_(kFrameLimit) {
+      stream_(user ? kUserFrameLimit : kFrameLimit) {
   stream_.Write(EncodeHello(own_number), kPostLimit);
   thread_ = std::thread(&PeerLink::Run, this);
 }
@@ -52,7 +54,8 @@ PeerLink::~PeerLink() {
 }
 
 uint32_t PeerLink::Post(std::string frame) {
-  const PipeStream::Sent sent = stream_.Write(std::move(frame), kPostLimit);
+  const PipeStream::Sent sent =
+      stream_.Write(std::move(frame), user_ ? kUserWaitingLimit : kPostLimit);
   if (sent == PipeStream::kWaiting) SetEvent(needed_.get());
   return StatusOf(sent);
 }
@@ -162,7 +165,7 @@ void PeerLink::Run() {
 }
 
 bool PeerLink::Connect() {
-  orn::UniqueFile pipe = OpenPipe(pipe_name_);
+  orn::UniqueFile pipe = OpenPipe(pipe_name_, /*patient=*/!user_);
   if (!pipe) {
     ORN_LOG(logging::kNotice, L"host::channels::PeerLink",
             L"Process %u cannot be connected to. Error: %u.", peer_.pid, GetLastError());

@@ -22,7 +22,9 @@ namespace host::channels {
 // for several processes.
 class PeerLink {
  public:
-  PeerLink(const NodeKey& peer, std::wstring pipe_name, uint64_t own_number);
+  // With `user`, to the process of a user who may mean harm: it is neither waited for nor does much
+  // wait for it.
+  PeerLink(const NodeKey& peer, std::wstring pipe_name, uint64_t own_number, bool user);
   PeerLink(const PeerLink&) = delete;
   PeerLink& operator=(const PeerLink&) = delete;
   ~PeerLink();
@@ -72,6 +74,7 @@ class PeerLink {
 
   const NodeKey peer_;
   const std::wstring pipe_name_;
+  const bool user_;
   const orn::UniqueHandle needed_;  // Auto-reset: the thread has something to do.
   PipeStream stream_;
 

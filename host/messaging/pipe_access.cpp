@@ -35,7 +35,7 @@ std::wstring Prefix() {
 // Who gets through; from the network nobody does, see CreatePipeEnd. An administrator's pipe
 // belongs to the administrators and is fully theirs alone: a low process of the same user is a
 // guest.
-std::wstring DescriptorText() {
+std::wstring DescriptorText(Door door) {
   wchar_t guest[16];
   swprintf_s(guest, 16, L"0x%lx", kGuestRights);
   const auto allow = [](const std::wstring& rights, const std::wstring& sid) {
@@ -46,7 +46,7 @@ std::wstring DescriptorText() {
   const std::lock_guard lock(account_mutex);
   return L"O:" + (administrator ? L"BA" : user) + L"D:P" + allow(L"GA", L"BA") +
          allow(guest, L"SY") + allow(administrator ? guest : L"GA", user) +
-         allow(guest, admitted_account);
+         allow(guest, admitted_account) + allow(guest, door == Door::kUsers ? L"IU" : L"");
 }
 
 uint64_t Number(const FILETIME& time) {
@@ -60,8 +60,8 @@ void Random(void* bytes, ULONG count) {
 
 }  // namespace
 
-std::wstring HubPipeName() {
-  return Prefix() + L"Hub";
+std::wstring HubPipeName(Door door) {
+  return Prefix() + (door == Door::kUsers ? L"Users" : L"Hub");
 }
 
 std::wstring NodePipeName(uint32_t pid, const std::string& suffix) {
@@ -96,8 +96,8 @@ bool AdmitAccount(const std::wstring& sid) {
   return true;
 }
 
-orn::UniqueFile CreatePipeEnd(const std::wstring& name, bool first) {
-  SecurityDescriptor security(DescriptorText());
+orn::UniqueFile CreatePipeEnd(const std::wstring& name, Door door, bool first) {
+  SecurityDescriptor security(DescriptorText(door));
   if (security.attributes() == nullptr) {
     SetLastError(ERROR_INVALID_SECURITY_DESCR);
     return {};
@@ -109,12 +109,12 @@ orn::UniqueFile CreatePipeEnd(const std::wstring& name, bool first) {
       PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize, /*timeout=*/0, security.attributes()));
 }
 
-orn::UniqueFile OpenPipe(const std::wstring& name) {
+orn::UniqueFile OpenPipe(const std::wstring& name, bool patient) {
   for (int i = 0;; ++i) {
     orn::UniqueFile pipe(CreateFileW(
         name.c_str(), kGuestRights, /*share=*/0, /*security=*/nullptr, OPEN_EXISTING,
         FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
-    if (pipe || GetLastError() != ERROR_PIPE_BUSY || i == kBusyTries) return pipe;
+    if (pipe || GetLastError() != ERROR_PIPE_BUSY || !patient || i == kBusyTries) return pipe;
     WaitNamedPipeW(name.c_str(), kBusyLimit);
   }
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/messaging/pipe_access.h"
 #include "module/frame/log.h"
 #include "module/frame/thread_name.h"
 
@@ -14,12 +13,20 @@ namespace {
 // More than any process of ours needs; each costs a thread.
 constexpr int kConnectionsPerProcess = 16;
 constexpr DWORD kRetryPause = 100;  // Milliseconds, where no further end can be made.
+constexpr DWORD kNamePause = 2000;  // Milliseconds, while a name is somebody else's.
 
 }  // namespace
 
-PipeServer::PipeServer(std::wstring name, const wchar_t* thread_name, size_t frame_limit,
+void ServedPipe::HoldBack() {
+  if (!user) return;
+  const auto wait = frames_.Take();
+  if (wait.count() > 0) Sleep(static_cast<DWORD>(wait.count()));
+}
+
+PipeServer::PipeServer(std::wstring name, Door door, const wchar_t* thread_name, size_t frame_limit,
                        Serve serve)
     : name_(std::move(name)),
+      door_(door),
       thread_name_(thread_name),
       frame_limit_(frame_limit),
       serve_(std::move(serve)),
@@ -27,8 +34,8 @@ PipeServer::PipeServer(std::wstring name, const wchar_t* thread_name, size_t fra
       ended_(CreateEventW(nullptr, /*manualReset=*/FALSE, /*signalled=*/FALSE, nullptr)) {}
 
 uint32_t PipeServer::Start() {
-  orn::UniqueFile end = CreatePipeEnd(name_, /*first=*/true);
-  if (!end) return GetLastError();
+  orn::UniqueFile end = CreatePipeEnd(name_, door_, /*first=*/true);
+  if (!end && door_ != Door::kUsers) return GetLastError();
   listener_ = std::thread([this, taken = std::make_shared<orn::UniqueFile>(std::move(end))] {
     Listen(std::move(*taken));
   });
@@ -46,12 +53,25 @@ void PipeServer::Stop() {
   connections_.clear();
 }
 
+bool PipeServer::AwaitName(orn::UniqueFile& end) {
+  for (bool told = false; !end && !(end = CreatePipeEnd(name_, door_, /*first=*/true));
+       told = true) {
+    if (!told) {
+      ORN_LOG(logging::kWarning, L"host::channels::PipeServer",
+              L"The users' pipe %s cannot be had yet. Error: %u.", name_.c_str(), GetLastError());
+    }
+    if (WaitForSingleObject(stop_.get(), kNamePause) == WAIT_OBJECT_0) return false;
+  }
+  return true;
+}
+
 void PipeServer::Listen(orn::UniqueFile end) {
   orn::SetThreadName(L"Messaging listener");
+  if (!AwaitName(end)) return;
   const orn::UniqueHandle connected(
       CreateEventW(nullptr, /*manualReset=*/TRUE, /*signalled=*/FALSE, nullptr));
   const auto make_end = [&] {
-    while (!(end = CreatePipeEnd(name_, /*first=*/false))) {
+    while (!(end = CreatePipeEnd(name_, door_, /*first=*/false))) {
       if (WaitForSingleObject(stop_.get(), kRetryPause) == WAIT_OBJECT_0) return false;
     }
     return true;
@@ -85,16 +105,17 @@ void PipeServer::Listen(orn::UniqueFile end) {
 
 void PipeServer::Admit(orn::UniqueFile pipe) {
   Reap();
-  const uint32_t pid = ClientOf(pipe.get());
-  const auto count = std::ranges::count_if(
-      connections_, [&](const Connection& connection) { return connection.client->pid == pid; });
-  if (pid == 0 || count >= kConnectionsPerProcess) {
+  auto client = std::make_shared<ServedPipe>(frame_limit_, ClientOf(pipe.get()), door_);
+  std::wstring account = client->user ? client->process.UserSid() : std::wstring();
+  if (!HasRoomFor(*client, account)) {
+    if (client->user && !refusals_.Try()) return;
     ORN_LOG(logging::kWarning, L"host::channels::PipeServer",
-            L"A connection from process %u is refused.", pid);
+            L"A connection from process %u is refused.", client->pid);
     return;
   }
   Connection& connection = connections_.emplace_back();
-  connection.client = std::make_shared<ServedPipe>(frame_limit_, pid, SystemTime());
+  connection.client = std::move(client);
+  connection.account = std::move(account);
   connection.client->stream.Attach(std::move(pipe));
   connection.thread = std::thread([this, &connection] {
     orn::SetThreadName(thread_name_);
@@ -105,6 +126,18 @@ void PipeServer::Admit(orn::UniqueFile pipe) {
   });
 }
 
+bool PipeServer::HasRoomFor(const ServedPipe& client, const std::wstring& account) {
+  if (client.user) {
+    // Another one that has the id of one that connected and ended at once is not taken for it.
+    return client.process && client.process.created() <= client.connected && !account.empty() &&
+           limits_.Enter(client.pid, account, Ration::Clock::now());
+  }
+  const auto count = std::ranges::count_if(connections_, [&](const Connection& connection) {
+    return connection.client->pid == client.pid;
+  });
+  return client.pid != 0 && count < kConnectionsPerProcess;
+}
+
 void PipeServer::Reap() {
   for (auto it = connections_.begin(); it != connections_.end();) {
     if (!it->ended) {
@@ -112,6 +145,7 @@ void PipeServer::Reap() {
       continue;
     }
     it->thread.join();
+    if (it->client->user) limits_.Leave(it->client->pid, it->account);
     it = connections_.erase(it);
   }
 }

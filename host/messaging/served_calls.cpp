@@ -2,15 +2,26 @@
 
 #include <utility>
 
+#include "host/messaging/user_access.h"
+
 namespace host::channels {
 
 namespace {
 
-constexpr size_t kUnservedMessages = 512;
-constexpr size_t kUnservedBytes = 32 * 1024 * 1024;
-// Of answers that the other process does not fetch.
-constexpr size_t kWaitingToPause = 8 * 1024 * 1024;
-constexpr size_t kWaitingLimit = 128 * 1024 * 1024;
+struct Limits {
+  size_t messages;
+  size_t bytes;
+  // Of answers that the other process does not fetch.
+  size_t waiting_to_pause;
+  size_t waiting;
+};
+constexpr Limits kAgentLimits = {512, 32 * 1024 * 1024, 8 * 1024 * 1024, 128 * 1024 * 1024};
+// All users' connections at once leave half of the event queue's threads to others.
+constexpr Limits kUserLimits = {4, 4 * kUserFrameLimit, kUserWaitingLimit, 8 * kUserWaitingLimit};
+
+constexpr const Limits& LimitsOf(const ServedPipe& client) {
+  return client.user ? kUserLimits : kAgentLimits;
+}
 
 }  // namespace
 
@@ -39,8 +50,9 @@ class ServedCalls::Taken final : public ReplyTarget {
 };
 
 bool ServedCalls::IsFull() const {
-  return count_ >= kUnservedMessages || bytes_ >= kUnservedBytes ||
-         client_->stream.waiting() >= kWaitingToPause;
+  const Limits& limits = LimitsOf(*client_);
+  return count_ >= limits.messages || bytes_ >= limits.bytes ||
+         client_->stream.waiting() >= limits.waiting_to_pause;
 }
 
 bool ServedCalls::MayRead() {
@@ -58,7 +70,7 @@ std::shared_ptr<ReplyTarget> ServedCalls::Take(uint32_t id, size_t size) {
 }
 
 void ServedCalls::Send(std::string frame) {
-  if (client_->stream.Write(std::move(frame), kWaitingLimit) == PipeStream::kFull) {
+  if (client_->stream.Write(std::move(frame), LimitsOf(*client_).waiting) == PipeStream::kFull) {
     client_->stream.Break();
   }
 }

@@ -4,7 +4,8 @@
 
 #include <atomic>
 #include <cstring>
-#include <string_view>
+#include <map>
+#include <utility>
 
 #include "host/common/host_configuration.h"
 #include "host/common/host_presence.h"
@@ -18,7 +19,8 @@ constexpr const wchar_t* kParentVariable = L"MESSAGING_TEST_PARENT";
 
 class Configuration final : public IServMain, public IComponentManager, public IHostConfiguration {
  public:
-  explicit Configuration(const wchar_t* worker_channels) : worker_channels_(worker_channels) {}
+  using Options = std::map<std::wstring, const wchar_t*, std::less<>>;
+  explicit Configuration(Options options) : options_(std::move(options)) {}
   IComponentManager* GetComponentManager() override { return this; }
   uint32_t GetObject(const wchar_t*, const InterfaceId&, void** object) override {
     *object = static_cast<IHostConfiguration*>(this);
@@ -26,16 +28,15 @@ class Configuration final : public IServMain, public IComponentManager, public I
   }
   void ReleaseObject(const wchar_t*) override {}
   const wchar_t* GetOption(const wchar_t*, const wchar_t* option) override {
-    const std::wstring_view name = option;
-    if (name == L"hub") return L"true";
-    return name == L"workerChannels" ? worker_channels_ : nullptr;
+    const auto found = options_.find(option);
+    return found == options_.end() ? nullptr : found->second;
   }
   const wchar_t* GetDataFolder() override { return L""; }
   const wchar_t* GetRun() override { return L""; }
   const wchar_t* ResolvePath(const wchar_t* path) override { return path; }
 
  private:
-  const wchar_t* const worker_channels_;
+  const Options options_;
 };
 
 }  // namespace
@@ -49,8 +50,15 @@ void NewInstance() {
   SetEnvironmentVariableW(kParentVariable, std::to_wstring(pid).c_str());
 }
 
-HubProcess::HubProcess(const wchar_t* worker_channels) {
-  Configuration configuration(worker_channels);
+void BecomeUsers() {
+  Configuration configuration(Configuration::Options{{L"door", L"users"}});
+  GatewayFactory factory;
+  EXPECT_EQ(factory.Init(&configuration), 0);
+}
+
+HubProcess::HubProcess(const wchar_t* worker_channels, const wchar_t* users) {
+  Configuration configuration(Configuration::Options{
+      {L"hub", L"true"}, {L"workerChannels", worker_channels}, {L"users", users}});
   EXPECT_EQ(factory_.Init(&configuration), 0);
 }
 

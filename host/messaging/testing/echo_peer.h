@@ -22,14 +22,17 @@ void NewInstance();
 // The factory as the process with the hub has it; its life is the hub's.
 class HubProcess {
  public:
-  // `workerChannels` as the option of that name.
-  explicit HubProcess(const wchar_t* worker_channels = L"");
+  // The options of those names.
+  explicit HubProcess(const wchar_t* worker_channels = L"", const wchar_t* users = L"");
   HubProcess(const HubProcess&) = delete;
   HubProcess& operator=(const HubProcess&) = delete;
 
  private:
   GatewayFactory factory_;
 };
+
+// From now on this process is one of a user's. Before its first Party.
+void BecomeUsers();
 
 // A gateway on kChannel that knows the entries there.
 class Party : public messaging::channel_observer {

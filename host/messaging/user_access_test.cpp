@@ -1,0 +1,192 @@
+#include "host/messaging/user_access.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/messaging/testing/echo_peer.h"
+#include "host/messaging/testing/raw_client.h"
+#include "module/frame/testing/semaphore.h"
+#include "module/jobs/testing/child_roles.h"
+
+namespace host::channels::testing {
+namespace {
+
+using std::chrono::seconds;
+
+constexpr const wchar_t* kUsers = L"TsrComm.Test=1";
+
+messaging::channel_subscriber Entry(const std::string& id,
+                                    std::map<std::string, std::string> properties,
+                                    const char* channel = kChannel) {
+  return {.pid = 0, .channel = channel, .id = id, .properties = std::move(properties)};
+}
+
+messaging::channel_subscriber Subscription(const std::string& id, const std::string& number) {
+  return Entry(id, {{"rpc_subscriber_type", "0"}, {"rpc_interface_id", number}});
+}
+
+TEST(UserRules, AdmitClientsAndTheSubscriptionsThatAreNamedInExactlyThatForm) {
+  const auto rules = UserRules::Parse("TsrComm.Test=1,12;Other");
+  ASSERT_TRUE(rules);
+  EXPECT_TRUE(rules->Admits(Entry("c", {{"rpc_subscriber_type", "1"}, {"rpc_client_id", "c"}})));
+  EXPECT_TRUE(rules->Admits(Subscription("s", "12")));
+  for (const char* number : {"2", "", "01", " 1", "+1", "1 ", "1,12"})
+    EXPECT_FALSE(rules->Admits(Subscription("s", number))) << number;
+  for (const char* type : {"2", "02", " 2", "+2", "3", "", "01"})
+    EXPECT_FALSE(rules->Admits(Entry("e", {{"rpc_subscriber_type", type}}))) << type;
+  EXPECT_FALSE(rules->Admits(Entry("e", {})));
+  EXPECT_FALSE(rules->Admits(Entry("e", {{"rpc_subscriber_type", "1"}, {"more", ""}})));
+  EXPECT_FALSE(rules->Admits(Entry("e", {{"rpc_subscriber_type", "0"}}, "Other")));
+  EXPECT_FALSE(rules->Admits(Entry("e", {{"rpc_subscriber_type", "1"}}, "TsrComm.Tes")));
+  EXPECT_TRUE(UserRules::Parse("")->empty());
+  for (const char* bad : {"=1", ";", "A=x", "A=1,,2", "A=-1", "A=01", "A=9999999999"})
+    EXPECT_FALSE(UserRules::Parse(bad)) << bad;
+}
+
+TEST(DoorLimits, LeaveRoomForOtherProcessesAndOtherAccounts) {
+  DoorLimits limits;
+  Ration::Clock::time_point now{};
+  const auto enter = [&](uint32_t pid, const wchar_t* account) {
+    return limits.Enter(pid, account, now);
+  };
+  for (int i = 0; i < DoorLimits::kPerProcess; ++i)
+    EXPECT_TRUE(enter(1, L"a"));
+  EXPECT_FALSE(enter(1, L"a"));
+  for (int i = DoorLimits::kPerProcess; i < DoorLimits::kPerAccount; ++i)
+    EXPECT_TRUE(enter(static_cast<uint32_t>(i), L"a"));
+  EXPECT_FALSE(enter(100, L"a"));
+  EXPECT_TRUE(enter(101, L"b"));
+  limits.Leave(1, L"a");
+  EXPECT_TRUE(enter(1, L"a"));
+  // Who comes and goes is let in only so often, and others all the same.
+  int entered = 0;
+  for (int i = 0; i < 100; ++i) {
+    if (!enter(200, L"c")) continue;
+    ++entered;
+    limits.Leave(200, L"c");
+  }
+  EXPECT_EQ(entered, 16);
+  EXPECT_TRUE(enter(201, L"d"));
+  now += seconds(2);
+  EXPECT_TRUE(enter(200, L"c"));
+  EXPECT_TRUE(enter(200, L"c"));
+  EXPECT_FALSE(enter(200, L"c"));
+}
+
+// What the hub tells a user's process until it hears of `id`.
+std::vector<std::string> HeardUntil(RawClient& user, const std::string& id, RemoteEntry* last) {
+  std::vector<std::string> heard;
+  while (heard.empty() || heard.back() != id) {
+    const auto [kind, payload] = user.Receive();
+    const auto entry = DecodeRemoteEntry(payload);
+    if (!entry) return heard;
+    heard.push_back(entry->entry.id);
+    *last = *entry;
+  }
+  return heard;
+}
+
+TEST(Users, HearOfServersOnlyAndReachThemByTheirOwnDoorOnly) {
+  NewInstance();
+  HubProcess hub(L"", kUsers);
+  Party administrator;
+  administrator.Announce("administrator", "1");
+  EchoServer server;
+  administrator.AwaitEntry("server");
+
+  RawClient user(HubPipeName(Door::kUsers));
+  user.Send(EncodeHello(7) + EncodePresent(kSuffix) +
+            EncodeEntry(FrameKind::kAddEntry, Subscription("forbidden", "2")) +
+            EncodeEntry(FrameKind::kAddEntry, Entry("forged", {{"rpc_subscriber_type", "2"}})) +
+            EncodeEntry(FrameKind::kAddEntry, Subscription("user", "1")));
+  administrator.AwaitEntry("user");
+  EXPECT_EQ(administrator.TimesAdded("forbidden") + administrator.TimesAdded("forged"), 0);
+  RawClient other(HubPipeName(Door::kUsers));
+  other.Send(EncodeHello(8) + EncodePresent(kSuffix));
+  RemoteEntry known;
+  EXPECT_EQ(HeardUntil(other, "server", &known), std::vector<std::string>{"server"});
+
+  const std::wstring door = NodePipeName(known.node.pid, known.pipe_suffix);
+  {
+    RawClient caller(door);
+    caller.Send(EncodeHello(7) + Request(1, "echo"));
+    EXPECT_EQ(caller.Receive().first, static_cast<uint8_t>(FrameKind::kAnswer));
+  }
+  MessageContent event;
+  event.type = 19;
+  MessageContent large;
+  large.type = 18;
+  large.Set("data", messaging::message::kBinary).bytes = std::string(kUserFrameLimit, 'x');
+  for (const std::string& forbidden :
+       {EncodeDelivery(1, "TsrComm.Other", {18, {}}), EncodeDelivery(0, kChannel, event),
+        EncodeDelivery(1, kChannel, large)}) {
+    RawClient caller(door);
+    caller.Send(EncodeHello(7) + forbidden);
+    caller.AwaitEnd();
+  }
+  EXPECT_EQ(administrator.Ask("echo", "x"), "x");
+}
+
+TEST(Users, ThatFloodOrHoldAllTheyCanDisturbNobody) {
+  NewInstance();
+  HubProcess hub(L"", kUsers);
+  Party administrator;
+  EchoServer server;
+  administrator.AwaitEntry("server");
+  std::vector<std::unique_ptr<RawClient>> silent;
+  for (int i = 0; i < DoorLimits::kPerProcess; ++i)
+    silent.push_back(std::make_unique<RawClient>(HubPipeName(Door::kUsers)));
+  {
+    RawClient refused(HubPipeName(Door::kUsers));
+    refused.AwaitEnd();
+  }
+  silent.pop_back();
+  std::string flood = EncodeHello(7) + EncodePresent(kSuffix);
+  for (size_t i = 0; i <= kUserEntries; ++i) {
+    flood += EncodeEntry(FrameKind::kAddEntry, Subscription("user" + std::to_string(i), "1"));
+  }
+  silent.back()->Send(flood);
+  silent.back()->AwaitEnd();
+  administrator.AwaitNoEntry("user0");
+  EXPECT_EQ(administrator.TimesAdded("user" + std::to_string(kUserEntries)), 0);
+  EXPECT_EQ(administrator.Ask("echo", "x"), "x");
+}
+
+CHILD_ROLE(BeUsers) {
+  BecomeUsers();
+  Party party;
+  struct Heard {
+    Party& party;
+    Semaphore all;
+  } heard{party, {}};
+  party.Listen(
+      [](messaging::message* message, void* user) {
+        if (message->get_string("what") == std::string("last")) {
+          static_cast<Heard*>(user)->all.Release();
+        }
+      },
+      &heard);
+  const int32_t server = party.AwaitEntry("server");
+  party.gateway()->add_subscriber(Subscription(arguments[0], "1"));
+  heard.all.Acquire();
+  return party.Ask("sender") == std::to_string(GetCurrentProcessId()) && server != 0 ? 0 : 1;
+}
+
+TEST(Users, TwoOfThemHearEventsAndCallAtOnce) {
+  NewInstance();
+  HubProcess hub(L"", kUsers);
+  EchoServer server;
+  Child one("BeUsers one");
+  Child two("BeUsers two");
+  for (const char* id : {"one", "two"})
+    EXPECT_EQ(server.party().PostEvent(server.party().AwaitEntry(id), "last"), 0u);
+  EXPECT_EQ(one.Await(), 0u);
+  EXPECT_EQ(two.Await(), 0u);
+  server.party().AwaitNoEntry("one");
+}
+
+}  // namespace
+}  // namespace host::channels::testing
