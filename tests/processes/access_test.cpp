@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <mutex>
 #include <vector>
 
+#include "host/common/file_path.h"
+#include "host/plugins/common/fake_host.h"
 #include "host/service/low_rights.h"
 #include "module/feature/records_json.h"
+#include "module/frame/exported_object.h"
 #include "module/frame/testing/semaphore.h"
 #include "module/jobs/testing/child_roles.h"
 #include "module/rpc/comm/json_data.h"
@@ -126,6 +130,82 @@ TEST(AccessToRemoteCalls, IsByTheRightsThatTheCallersProcessHas) {
   EXPECT_EQ(states.seen, std::vector<std::string>{"on"});
   EXPECT_EQ(client.UnregisterStateEvent(&states, 0, 0), 0u);
   client.UnInit();
+}
+
+struct Runs final : IRemoteAccess::IProcessOperationsEvent {
+  std::atomic<int> seen{0};
+  Semaphore came;
+
+  uint32_t OnProcessFinished(const ProcessExecutionMetadata&) override {
+    ++seen;
+    came.Release();
+    return 0;
+  }
+};
+
+// Of this process: the messaging library that everybody in it shares.
+uint32_t ComeByTheUsersDoor(ExportedObject<IServPlugin>& library) {
+  const uint32_t status = library.Load(
+      (host::FolderOf(host::ProgramPath()) + L"\\messaging_tsr.dll").c_str(), kChannelGateway);
+  if (status != 0) return status;
+  host::FakeHost host;
+  host.SetOption(kChannelGateway, L"door", L"users");
+  return static_cast<uint32_t>(library.get()->Init(&host));
+}
+
+// Somebody at the machine, who asks for all there is and tells what he got.
+CHILD_ROLE(AtTheMachine) {
+  ExportedObject<IServPlugin> library;
+  if (ComeByTheUsersDoor(library) != 0) return 1;
+  RemoteAccessCommClientPlugin client;
+  States states;
+  Runs runs;
+  if (client.Init(/*main=*/nullptr) != 0) return 2;
+  client.RegisterProcessOperationsEvent(&runs, 0, 0);
+  client.RegisterStateEvent(&states, 0, 0);
+  RawClient access(kAccess);
+  std::string statuses;
+  for (const int32_t method : {1, 2, 3, 4, 5, 6, 7, 8, kUnknownMethod})
+    statuses += std::to_string(access.Call(method)) + " ";
+  Print(statuses);
+  RawClient terminals(kTerminals, /*first_timeout=*/0);
+  Print(std::to_string(terminals.Call(1)));
+  states.came.Acquire();
+  Print(states.seen.front() + " " + std::to_string(runs.seen));
+  StayAsLongAs(std::stoul(arguments[0]));
+}
+
+TEST(AccessToRemoteCalls, OfWhoeverSitsAtTheMachineEndsAtTheSessionsThatAreOpen) {
+  const orn::UniqueHandle begun = SharedEvent(kBegun);
+  const ServiceProcess service;
+  orn::UniqueHandle token;
+  ASSERT_EQ(host::MakeLowToken(token), 0u);
+  PeerProcess one("AtTheMachine", token.get());
+  EXPECT_EQ(one.ReadLine(), "5 0 0 5 5 5 5 5 5 ");
+  WaitForSingleObject(begun.get(), INFINITE);
+  ResetEvent(begun.get());
+  PeerProcess two("AtTheMachine", token.get());
+  EXPECT_EQ(two.ReadLine(), "5 0 0 5 5 5 5 5 5 ");
+  WaitForSingleObject(begun.get(), INFINITE);
+
+  RemoteAccessCommClientPlugin administrator;
+  Runs runs;
+  States states;
+  ASSERT_EQ(administrator.Init(/*main=*/nullptr), 0);
+  ASSERT_EQ(administrator.RegisterProcessOperationsEvent(&runs, 0, 0), 0u);
+  ResetEvent(begun.get());
+  ASSERT_EQ(administrator.RegisterStateEvent(&states, 0, 0), 0u);
+  WaitForSingleObject(begun.get(), INFINITE);
+  EXPECT_EQ(administrator.SetEnabled(true), 0u);
+  states.came.Acquire();
+  runs.came.Acquire();
+  for (PeerProcess* user : {&one, &two}) {
+    EXPECT_EQ(user->ReadLine(), std::to_string(2250)) << "the terminals";
+    EXPECT_EQ(user->ReadLine(), "on 0");
+  }
+  administrator.UnregisterProcessOperationsEvent(&runs, 0, 0);
+  administrator.UnregisterStateEvent(&states, 0, 0);
+  administrator.UnInit();
 }
 
 TEST(AccessToRemoteCalls, OfAnAdministratorIsLoweredByAClaimAndNeverRaised) {

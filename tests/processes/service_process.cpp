@@ -20,7 +20,8 @@ ServiceProcess::ServiceProcess(bool servers) {
   std::string plugins =
       Plugin("GlobalEventQueue", "framework.dll", "GlobalEventQueue") +
       Plugin("messaging.channel_gateway", "messaging_tsr.dll", "messaging.channel_gateway",
-             host::testing::Option("hub", "true")) +
+             host::testing::Option("hub", "true") +
+                 host::testing::Option("users", "TsrComm.RemoteAccess=1")) +
       Plugin("messaging.process_info_db", "AgentPlugins.dll", "messaging.process_info_db");
   if (servers) plugins += Server("RemoteAccess") + Server("RemoteTerminalManager");
   host_.Configure(plugins);

@@ -6,7 +6,7 @@
 
 namespace remote_calls {
 
-// A real host with the hub; with both servers over the targets of RemoteCallsTestPlugin.dll unless
+// A real host with the hub, which users may use as the deployed one; with both servers over the targets of RemoteCallsTestPlugin.dll unless
 // `servers` is false. Runs when constructed.
 class ServiceProcess {
  public:

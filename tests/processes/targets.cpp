@@ -35,11 +35,16 @@ class Target : public IServPlugin, public I {
 
 class FakeRemoteAccess : public Target<IRemoteAccess> {
  public:
-  // Tells the observers of states, of a session with that state as its name.
+  // Tells the observers of runs, and then those of states, of a session with that state as its
+  // name.
   uint32_t SetEnabled(bool enabled) override {
     IStateEvent::TerminalSessionState state;
     state.terminalId = enabled ? "on" : "off";
     const std::lock_guard lock(mutex_);
+    IProcessOperationsEvent::ProcessExecutionMetadata run;
+    run.runContext = run.upload.runContext = L"{}";
+    for (IProcessOperationsEvent* observer : run_observers_)
+      observer->OnProcessFinished(run);
     for (IStateEvent* observer : observers_)
       observer->OnTerminalSessionStateChanged(state);
     return 0;
@@ -64,7 +69,10 @@ class FakeRemoteAccess : public Target<IRemoteAccess> {
                         ProcessExecutionResponse&) override {
     return 0;
   }
-  uint32_t RegisterProcessOperationsEvent(IProcessOperationsEvent*, uint32_t, uint32_t) override {
+  uint32_t RegisterProcessOperationsEvent(IProcessOperationsEvent* observer, uint32_t,
+                                          uint32_t) override {
+    const std::lock_guard lock(mutex_);
+    run_observers_.push_back(observer);
     return 0;
   }
   uint32_t RegisterFileOperationEvent(IFileOperationEvent*, uint32_t, uint32_t) override {
@@ -76,7 +84,10 @@ class FakeRemoteAccess : public Target<IRemoteAccess> {
     SetEvent(SharedEvent(kBegun).get());
     return 0;
   }
-  uint32_t UnregisterProcessOperationsEvent(IProcessOperationsEvent*, uint32_t, uint32_t) override {
+  uint32_t UnregisterProcessOperationsEvent(IProcessOperationsEvent* observer, uint32_t,
+                                            uint32_t) override {
+    const std::lock_guard lock(mutex_);
+    std::erase(run_observers_, observer);
     return 0;
   }
   uint32_t UnregisterFileOperationEvent(IFileOperationEvent*, uint32_t, uint32_t) override {
@@ -90,7 +101,9 @@ class FakeRemoteAccess : public Target<IRemoteAccess> {
 
  private:
   std::mutex mutex_;
-  std::vector<IStateEvent*> observers_;  // Guarded by mutex_.
+  // Guarded by mutex_.
+  std::vector<IStateEvent*> observers_;
+  std::vector<IProcessOperationsEvent*> run_observers_;
 };
 
 class FakeManager : public Target<RemoteTerminal::IRemoteTerminalManager> {
