@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "host/common/file_path.h"
 #include "host/common/host_presence.h"
 #include "host/service/command_line.h"
 #include "host/service/configuration.h"
@@ -66,8 +67,8 @@ int wmain(int count, wchar_t** arguments) {
     case host::CommandLine::Verb::kStop:
       return StopHost(configuration);
     case host::CommandLine::Verb::kInstall:
-      return Tell(configuration, host::InstallService(configuration), L" is installed",
-                  L" cannot be installed: ");
+      return Tell(configuration, host::InstallService(configuration, host::ProgramPath()),
+                  L" is installed", L" cannot be installed: ");
     case host::CommandLine::Verb::kUninstall:
       return Tell(configuration, host::UninstallService(configuration), L" is removed",
                   L" cannot be removed: ");

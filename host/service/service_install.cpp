@@ -2,20 +2,42 @@
 
 #include <memory>
 
-#include "host/common/file_path.h"
 #include "host/service/report.h"
 #include "module/frame/handle.h"
 
 namespace host {
 namespace {
 
+constexpr DWORD kPause = 50;           // Milliseconds.
+constexpr DWORD kLongestStep = 60000;  // As the service hints, for one plug-in.
+
+// Keeps GetLastError.
 struct CloseService {
-  void operator()(SC_HANDLE handle) const { CloseServiceHandle(handle); }
+  void operator()(SC_HANDLE handle) const {
+    const DWORD error = GetLastError();
+    CloseServiceHandle(handle);
+    SetLastError(error);
+  }
 };
 using UniqueService = std::unique_ptr<SC_HANDLE__, CloseService>;
 
 UniqueService OpenManager(DWORD access) {
   return UniqueService(OpenSCManagerW(/*machine=*/nullptr, /*database=*/nullptr, access));
+}
+
+// Null on failure, with GetLastError.
+UniqueService Open(const std::wstring& name, DWORD access) {
+  const UniqueService manager = OpenManager(SC_MANAGER_CONNECT);
+  return UniqueService(manager ? OpenServiceW(manager.get(), name.c_str(), access) : nullptr);
+}
+
+std::wstring CommandLineOf(const Configuration& configuration, const std::wstring& program) {
+  return L"\"" + program + L"\" /service /config \"" + configuration.file + L"\"";
+}
+
+// Milliseconds in which the service's process is gone, whatever happens in it.
+uint32_t StopLimit(const Configuration& configuration) {
+  return 1000 * (configuration.stop_limit + 5);
 }
 
 bool RestartAfterFailures(SC_HANDLE service) {
@@ -29,6 +51,20 @@ bool RestartAfterFailures(SC_HANDLE service) {
   SERVICE_FAILURE_ACTIONS_FLAG always = {.fFailureActionsOnNonCrashFailures = TRUE};
   return ChangeServiceConfig2W(service, SERVICE_CONFIG_FAILURE_ACTIONS, &failures) &&
          ChangeServiceConfig2W(service, SERVICE_CONFIG_FAILURE_ACTIONS_FLAG, &always);
+}
+
+// What the manager shows of the service, and what it does when that ends.
+void Describe(SC_HANDLE service, const Configuration& configuration) {
+  std::wstring text = L"Remote administration of this machine: shell, files, commands.";
+  SERVICE_DESCRIPTIONW description = {.lpDescription = text.data()};
+  ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &description);
+  // Windows alone would give ten seconds.
+  SERVICE_PRESHUTDOWN_INFO limit = {.dwPreshutdownTimeout = configuration.stop_limit * 1000};
+  ChangeServiceConfig2W(service, SERVICE_CONFIG_PRESHUTDOWN_INFO, &limit);
+  if (!RestartAfterFailures(service)) {
+    ReportError(L"Service " + configuration.name + L" will not be started again after a failure: " +
+                DescribeCode(GetLastError()));
+  }
 }
 
 // Asks the service to stop and waits until its process has ended. By that process and not by its
@@ -56,39 +92,66 @@ uint32_t StopAndWait(SC_HANDLE service, uint32_t limit) {
 
 }  // namespace
 
-uint32_t InstallService(const Configuration& configuration) {
+uint32_t InstallService(const Configuration& configuration, const std::wstring& program) {
   const UniqueService manager = OpenManager(SC_MANAGER_CREATE_SERVICE);
   if (!manager) return GetLastError();
-  const std::wstring command_line =
-      L"\"" + ProgramPath() + L"\" /service /config \"" + configuration.file + L"\"";
   const UniqueService service(CreateServiceW(
       manager.get(), configuration.name.c_str(), configuration.name.c_str(),
       SERVICE_CHANGE_CONFIG | SERVICE_START, SERVICE_WIN32_OWN_PROCESS, SERVICE_AUTO_START,
-      SERVICE_ERROR_NORMAL, command_line.c_str(), /*group=*/nullptr, /*tag=*/nullptr,
-      /*dependencies=*/nullptr, /*account=*/nullptr, /*password=*/nullptr));
+      SERVICE_ERROR_NORMAL, CommandLineOf(configuration, program).c_str(), /*group=*/nullptr,
+      /*tag=*/nullptr, /*dependencies=*/nullptr, /*account=*/nullptr, /*password=*/nullptr));
   if (!service) return GetLastError();
-
-  std::wstring text = L"Remote administration of this machine: shell, files, commands.";
-  SERVICE_DESCRIPTIONW description = {.lpDescription = text.data()};
-  ChangeServiceConfig2W(service.get(), SERVICE_CONFIG_DESCRIPTION, &description);
-  // Windows alone would give ten seconds.
-  SERVICE_PRESHUTDOWN_INFO limit = {.dwPreshutdownTimeout = configuration.stop_limit * 1000};
-  ChangeServiceConfig2W(service.get(), SERVICE_CONFIG_PRESHUTDOWN_INFO, &limit);
-  if (!RestartAfterFailures(service.get())) {
-    ReportError(L"Service " + configuration.name + L" will not be started again after a failure: " +
-                DescribeCode(GetLastError()));
-  }
+  Describe(service.get(), configuration);
   return 0;
 }
 
-uint32_t UninstallService(const Configuration& configuration) {
-  const UniqueService manager = OpenManager(SC_MANAGER_CONNECT);
-  if (!manager) return GetLastError();
-  const UniqueService service(OpenServiceW(manager.get(), configuration.name.c_str(),
-                                           DELETE | SERVICE_STOP | SERVICE_QUERY_STATUS));
+uint32_t UpdateService(const Configuration& configuration, const std::wstring& program) {
+  const UniqueService service = Open(configuration.name, SERVICE_CHANGE_CONFIG | SERVICE_START);
   if (!service) return GetLastError();
-  const uint32_t limit = 1000 * (configuration.stop_limit + 5);
-  if (const uint32_t status = StopAndWait(service.get(), limit); status != 0) return status;
+  if (!ChangeServiceConfigW(service.get(), SERVICE_NO_CHANGE, SERVICE_AUTO_START, SERVICE_NO_CHANGE,
+                            CommandLineOf(configuration, program).c_str(), /*group=*/nullptr,
+                            /*tag=*/nullptr, /*dependencies=*/nullptr, /*account=*/nullptr,
+                            /*password=*/nullptr, /*displayName=*/nullptr)) {
+    return GetLastError();
+  }
+  Describe(service.get(), configuration);
+  return 0;
+}
+
+uint32_t StartInstalledService(const std::wstring& name) {
+  const UniqueService service = Open(name, SERVICE_START | SERVICE_QUERY_STATUS);
+  if (!service) return GetLastError();
+  if (!StartServiceW(service.get(), 0, nullptr) &&
+      GetLastError() != ERROR_SERVICE_ALREADY_RUNNING) {
+    return GetLastError();
+  }
+  DWORD checkpoint = 0;
+  for (DWORD waited = 0;; waited += kPause) {
+    SERVICE_STATUS status{};
+    if (!QueryServiceStatus(service.get(), &status)) return GetLastError();
+    if (status.dwCurrentState == SERVICE_RUNNING) return 0;
+    if (status.dwCurrentState != SERVICE_START_PENDING) return ERROR_SERVICE_SPECIFIC_ERROR;
+    if (status.dwCheckPoint != checkpoint) waited = 0;
+    checkpoint = status.dwCheckPoint;
+    if (waited > kLongestStep) return ERROR_TIMEOUT;
+    Sleep(kPause);
+  }
+}
+
+uint32_t StopService(const Configuration& configuration, bool& running) {
+  const UniqueService service = Open(configuration.name, SERVICE_STOP | SERVICE_QUERY_STATUS);
+  if (!service) return GetLastError();
+  SERVICE_STATUS status{};
+  running = QueryServiceStatus(service.get(), &status) && status.dwCurrentState != SERVICE_STOPPED;
+  return StopAndWait(service.get(), StopLimit(configuration));
+}
+
+uint32_t UninstallService(const Configuration& configuration) {
+  const UniqueService service =
+      Open(configuration.name, DELETE | SERVICE_STOP | SERVICE_QUERY_STATUS);
+  if (!service) return GetLastError();
+  if (const uint32_t status = StopAndWait(service.get(), StopLimit(configuration)); status != 0)
+    return status;
   return DeleteService(service.get()) ? 0 : GetLastError();
 }
 
