@@ -1,0 +1,217 @@
+#include "host/setup/uninstall.h"
+
+#include <shlwapi.h>
+#include <wchar.h>
+
+#include <vector>
+
+#include "host/common/file_path.h"
+#include "host/service/service_install.h"
+#include "host/setup/folder_replacement.h"
+#include "host/setup/installation.h"
+#include "host/setup/registry_changes.h"
+#include "host/setup/running_programs.h"
+#include "module/frame/directory_walk.h"
+#include "module/frame/handle.h"
+#include "module/frame/windows.h"
+
+namespace host::setup {
+namespace {
+
+constexpr const wchar_t* kProfilesKey =
+    L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
+// What the module packs and runs in, in the temporary folders, as far as the service was killed.
+constexpr const wchar_t* kTemporary[] = {L"\\Tessaro.{899B55B7-2737-4C6E-AE15-51B2D361C85E}",
+                                         L"\\Tessaro.{013D0CD6-1A80-4332-AC26-D4538ABF0971}"};
+
+std::wstring Expanded(const std::wstring& text) {
+  std::wstring expanded(ExpandEnvironmentStringsW(text.c_str(), nullptr, 0), L'\0');
+  if (expanded.empty()) return text;
+  ExpandEnvironmentStringsW(text.c_str(), expanded.data(), static_cast<DWORD>(expanded.size()));
+  expanded.pop_back();
+  return expanded;
+}
+
+std::vector<std::wstring> SubKeys(HKEY root, const wchar_t* key) {
+  std::vector<std::wstring> names;
+  HKEY opened = nullptr;
+  if (RegOpenKeyExW(root, key, /*options=*/0, KEY_ENUMERATE_SUB_KEYS, &opened) != ERROR_SUCCESS)
+    return names;
+  wchar_t name[256];
+  for (DWORD index = 0, size = 256; RegEnumKeyExW(opened, index, name, &size, nullptr, nullptr,
+                                                  nullptr, nullptr) == ERROR_SUCCESS;
+       ++index, size = 256) {
+    names.emplace_back(name);
+  }
+  RegCloseKey(opened);
+  return names;
+}
+
+class Remover {
+ public:
+  Remover(const SetupOptions& options, SetupLog& log)
+      : options_(options), log_(log), found_(FindInstallation()) {}
+
+  ExitCode Run() {
+    if (!found_.present && !PathIsDirectoryW((found_.data + L"\\config").c_str())) {
+      log_.Fail(L"RemoteAccess is not installed");
+      return ExitCode::kNotInstalled;
+    }
+    log_.Tell(L"Removing RemoteAccess " + found_.version);
+    // Programs that still run would make anew what is removed.
+    if (!RemoveService()) return ExitCode::kNotAllRemoved;
+    if (!EndProgramsIn(found_.programs, log_)) return ExitCode::kNotAllRemoved;
+    if (found_.present) RemovePrograms();
+    RemoveTracesOfUsers();
+    if (options_.keep_data) {
+      log_.Tell(found_.data + L" stays, with the machine's identity, its key and its history");
+    } else {
+      RemoveData();
+    }
+    RemoveRegistry();
+    if (!complete_) {
+      log_.Fail(
+          L"Not everything could be removed; see above. Close what uses it and run this again");
+      return ExitCode::kNotAllRemoved;
+    }
+    if (remove_own_folder_ && !RemoveOwnFolder()) return ExitCode::kNotAllRemoved;
+    log_.Tell(L"Done. RemoteAccess is removed");
+    return ExitCode::kDone;
+  }
+
+ private:
+  void Check(const std::wstring& what, uint32_t status) {
+    if (status != 0) complete_ = log_.Fail(what + L" cannot be removed", status);
+  }
+
+  bool RemoveService() {
+    Configuration configuration;
+    configuration.name = kServiceName;
+    const uint32_t status = UninstallService(configuration);
+    if (status == 0) log_.Tell(L"The service has stopped and is removed");
+    if (status == ERROR_SERVICE_MARKED_FOR_DELETE) {
+      log_.Tell(
+          L"The service goes once nobody holds it any more: when what shows or watches "
+          L"services is closed, or Windows restarts");
+    }
+    return status == 0 || status == ERROR_SERVICE_DOES_NOT_EXIST ||
+           status == ERROR_SERVICE_MARKED_FOR_DELETE ||
+           log_.Fail(L"The service cannot be removed", status);
+  }
+
+  void RemovePrograms() {
+    for (const wchar_t* rest : {L".new", L".old"})
+      Check(found_.programs + rest, RemoveFolder(found_.programs + rest));
+    const std::wstring own = ProgramPath();
+    remove_own_folder_ =
+        _wcsnicmp(own.c_str(), (found_.programs + L'\\').c_str(), found_.programs.size() + 1) == 0;
+    if (!remove_own_folder_) {
+      Check(found_.programs, RemoveFolder(found_.programs));
+      return;
+    }
+    std::vector<orn::DirectoryEntry> entries;
+    orn::WalkDirectory(found_.programs.c_str(), [&](const orn::DirectoryEntry& entry) {
+      // What is in a folder goes with it.
+      if (FolderOf(entry.path).size() == found_.programs.size()) entries.push_back(entry);
+      return true;
+    });
+    for (const orn::DirectoryEntry& entry : entries) {
+      if (_wcsicmp(entry.path.c_str(), own.c_str()) == 0) continue;
+      if (entry.is_directory) {
+        Check(entry.path, RemoveFolder(entry.path));
+      } else {
+        SetFileAttributesW(entry.path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        Check(entry.path, DeleteFileW(entry.path.c_str()) ? 0 : GetLastError());
+      }
+    }
+  }
+
+  void RemoveData() {
+    for (const wchar_t* part :
+         {L"\\config", L"\\config.new", L"\\config.old", L"\\worker", L"\\data"}) {
+      Check(found_.data + part, RemoveFolder(found_.data + part));
+    }
+    // Somebody may have put something else there.
+    if (!RemoveDirectoryW(found_.data.c_str()) && GetLastError() == ERROR_DIR_NOT_EMPTY)
+      log_.Tell(found_.data + L" stays: there is something in it that is not ours");
+    std::wstring temporary(MAX_PATH + 1, L'\0');
+    temporary.resize(GetTempPathW(MAX_PATH + 1, temporary.data()) - 1);
+    for (const std::wstring& folder : {temporary, Expanded(L"%SystemRoot%\\Temp")}) {
+      for (const wchar_t* name : kTemporary)
+        Check(folder + name, RemoveFolder(folder + name));
+    }
+  }
+
+  // The settings of those who are signed in, and every user's files.
+  void RemoveTracesOfUsers() {
+    Check(L"Settings of the user", RemoveKey(HKEY_CURRENT_USER, kSettingsKey));
+    for (const std::wstring& user : SubKeys(HKEY_USERS, L""))
+      Check(L"Settings of a user", RemoveKey(HKEY_USERS, user + L'\\' + kSettingsKey));
+    std::vector<std::wstring> folders = {Expanded(L"%LOCALAPPDATA%")};
+    for (const std::wstring& user : SubKeys(HKEY_LOCAL_MACHINE, kProfilesKey)) {
+      wchar_t path[MAX_PATH + 1] = {};
+      DWORD size = sizeof(path);
+      const std::wstring key = std::wstring(kProfilesKey) + L'\\' + user;
+      if (RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"ProfileImagePath", RRF_RT_REG_SZ,
+                       /*type=*/nullptr, path, &size) == ERROR_SUCCESS) {
+        folders.push_back(std::wstring(path) + L"\\AppData\\Local");
+      }
+    }
+    for (const std::wstring& folder : folders)
+      Check(folder + L"\\Tessaro", RemoveFolder(folder + L"\\Tessaro"));
+  }
+
+  void RemoveRegistry() {
+    const LSTATUS status = RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kRunKey, kRunValue);
+    Check(kRunKey, status == ERROR_FILE_NOT_FOUND ? 0 : static_cast<uint32_t>(status));
+    const std::wstring shortcut = ShortcutPath();
+    Check(shortcut,
+          DeleteFileW(shortcut.c_str()) || !PathFileExistsW(shortcut.c_str()) ? 0 : GetLastError());
+    Check(kSettingsKey, RemoveKey(HKEY_LOCAL_MACHINE, kSettingsKey));
+    // The last: while it is there, a further run knows where to go on.
+    if (complete_) Check(kUninstallKey, RemoveKey(HKEY_LOCAL_MACHINE, kUninstallKey));
+  }
+
+  // A program that runs cannot delete itself. A command processor tries until it has ended.
+  bool RemoveOwnFolder() {
+    const std::wstring own = ProgramPath();
+    const std::wstring system = Expanded(L"%SystemRoot%\\System32");
+    // The pause between two tries is a second of waiting for an answer of this machine itself.
+    std::wstring command = L"\"" + system +
+                           L"\\cmd.exe\" /d /c for /l %i in (1,1,60) do (del /f /q \"" + own +
+                           L"\" & if not exist \"" + own + L"\" (rd \"" + found_.programs +
+                           L"\" & exit) else ping -n 2 127.0.0.1)";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    if (CreateProcessW((system + L"\\cmd.exe").c_str(), command.data(), /*processSecurity=*/nullptr,
+                       /*threadSecurity=*/nullptr, /*inheritHandles=*/FALSE, CREATE_NO_WINDOW,
+                       /*environment=*/nullptr, system.c_str(), &startup, &process)) {
+      CloseHandle(process.hThread);
+      CloseHandle(process.hProcess);
+      log_.Tell(own + L" and its folder are removed as soon as it has ended");
+      return true;
+    }
+    log_.Note(L"No command processor: " + std::to_wstring(GetLastError()));
+    if (MoveFileExW(own.c_str(), /*to=*/nullptr, MOVEFILE_DELAY_UNTIL_REBOOT) &&
+        MoveFileExW(found_.programs.c_str(), /*to=*/nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+      log_.Tell(own + L" and its folder are removed when Windows starts again");
+      return true;
+    }
+    return log_.Fail(own + L" cannot be removed", GetLastError());
+  }
+
+  const SetupOptions& options_;
+  SetupLog& log_;
+  const Installation found_;
+  bool complete_ = true;
+  bool remove_own_folder_ = false;
+};
+
+}  // namespace
+
+ExitCode Uninstall(const SetupOptions& options, SetupLog& log) {
+  return Remover(options, log).Run();
+}
+
+}  // namespace host::setup
