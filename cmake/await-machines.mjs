@@ -1,9 +1,22 @@
-// Ends well as soon as COUNT machines are connected to the server and answer a policy method, and with 1 after a minute without:
-//   node await-machines.mjs ADDRESS TOKEN-FILE COUNT
+// Waits for machines, for scripts that start some.
 import { readFileSync } from "node:fs";
 import { setTimeout as delay } from "node:timers/promises";
 
-const [address, tokenFile, count] = process.argv.slice(2);
+const usage = `Usage: node await-machines.mjs ADDRESS TOKEN-FILE COUNT
+Waits until COUNT machines are connected to the server at ADDRESS and answer a policy method.
+  --help    tell this
+Exit code: 0 they are there, 1 they are not after a minute or the server cannot be asked, 2 an argument is wrong.`;
+
+const given = process.argv.slice(2);
+const [address, tokenFile, count] = given;
+if (given.includes("--help") || given.includes("-h")) {
+  console.log(usage);
+  process.exit(0);
+}
+if (given.length !== 3 || !URL.canParse(address) || !/^\d{1,6}$/.test(count)) {
+  console.error("ADDRESS, TOKEN-FILE and COUNT, a number, are needed; try --help");
+  process.exit(2);
+}
 const headers = {
   authorization: `Bearer ${readFileSync(tokenFile, "utf8").trim()}`,
   "content-type": "application/json",

@@ -30,6 +30,15 @@ die() {
   exit 1
 }
 
+# For who has called a script the wrong way: one line, and the exit code that only this has.
+wrong_use() { # wrong_use WHAT
+  say "$*; try $0 --help"
+  exit 2
+}
+
+# Of all that is shipped.
+project_version() { sed -n 's/^project(RemoteAccess VERSION \([0-9.]*\).*/\1/p' "$repository/CMakeLists.txt"; }
+
 # Runs a command silently; shows what it printed only when it fails: quietly DOING COMMAND...
 quietly() {
   local doing=$1 log
@@ -70,6 +79,15 @@ prepare() ( # prepare run|test TARGETS...
   "$repository/cmake/setup" "$1" 8>&-
   shift
   build_agent "$@" 8>&-
+  build_management 8>&-
+)
+
+# As prepare, for who needs the server and the page only.
+prepare_management() (
+  mkdir -p "$cache"
+  exec 8>"$cache/prepare-lock"
+  flock 8
+  "$repository/cmake/setup" run 8>&-
   build_management 8>&-
 )
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env node
-import { readFileSync } from "node:fs";
+import { existsSync, readFileSync } from "node:fs";
 import { type Options, readCommandLine, usage } from "./options.ts";
 import { startServer } from "./server.ts";
 
@@ -12,15 +12,15 @@ function optionsOrEnd(): Options {
     console.log(options.tell === "usage" ? usage : version());
     process.exit(0);
   } catch (error) {
-    console.error(messageOf(error));
-    console.error("Try --help.");
+    console.error(`${messageOf(error).replace(/\.$/, "")}; try --help`);
     process.exit(WRONG_USE);
   }
 }
 
 function version(): string {
-  const text = readFileSync(new URL("../package.json", import.meta.url), "utf8");
-  return JSON.parse(text).version ?? "not packed";
+  // Beside the package's folder with this program; there is none before it is packed.
+  const file = new URL("../../package.json", import.meta.url);
+  return existsSync(file) ? JSON.parse(readFileSync(file, "utf8")).version : "not packed";
 }
 
 function messageOf(error: unknown): string {

@@ -1,0 +1,67 @@
+import { type ChildProcess, execFileSync, spawn, spawnSync } from "node:child_process";
+import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { createInterface } from "node:readline";
+import { expect, onTestFinished, test } from "vitest";
+
+async function addressOf(server: ChildProcess): Promise<string> {
+  if (!server.stdout) throw new Error("no output");
+  for await (const line of createInterface(server.stdout)) {
+    const [, address] = /^Listening on (http:\S+)$/.exec(line) ?? [];
+    if (address) return address;
+  }
+  throw new Error("the server has ended");
+}
+
+test("the packed server is installed without a network, serves the page and stops in order", async () => {
+  const dir = mkdtempSync(join(tmpdir(), "remote-access-"));
+  onTestFinished(() => rmSync(dir, { recursive: true }));
+  const packed = execFileSync("management/pack", [dir], { encoding: "utf8" }).trim();
+  const npm = ["install", "--global", "--offline", "--prefix", dir, packed];
+  // Neither what is fetched already nor what npm is told elsewhere helps it.
+  execFileSync("npm", [...npm, "--cache", join(dir, "cache")], { stdio: "pipe" });
+  const program = join(dir, "bin/remote-access-server");
+  const version = /-([\d.]+)\.tgz$/.exec(packed)?.[1];
+  expect(execFileSync(program, ["--version"], { encoding: "utf8" })).toBe(`${version}\n`);
+  const wrong = spawnSync(program, ["--no-such-option"], { encoding: "utf8" });
+  expect([wrong.status, wrong.stdout]).toEqual([2, ""]);
+  expect(wrong.stderr).toMatch(/^.*--no-such-option.*try --help\n$/);
+
+  const server = spawn(program, ["--data", join(dir, "data"), "--port", "0"], {
+    env: { ...process.env, REMOTE_ACCESS_TOKEN: "t", REMOTE_ACCESS_ENROLMENT_KEY: "k" },
+    cwd: dir,
+    stdio: ["ignore", "pipe", "ignore"],
+  });
+  onTestFinished(() => void server.kill("SIGKILL"));
+  const address = await addressOf(server);
+  expect(await (await fetch(`${address}/healthz`)).json()).toEqual({ status: "ok" });
+  expect(await (await fetch(address)).text()).toContain("Sign in");
+  const signedIn = await fetch(`${address}/?token=t`, { redirect: "manual" });
+  const cookie = signedIn.headers.get("set-cookie") ?? "";
+  const page = await (await fetch(address, { headers: { cookie } })).text();
+  const [script] = /\/assets\/[^"]*\.js/.exec(page) ?? [];
+  expect((await fetch(`${address}${script}`)).status).toBe(200);
+  const ended = new Promise((resolve) => server.once("exit", (code) => resolve(code)));
+  server.kill("SIGTERM");
+  expect(await ended).toBe(0);
+  const audit = readFileSync(join(dir, "data/audit.log"), "utf8").trimEnd().split("\n");
+  expect(audit.at(-1)).toContain("serverStop");
+
+  const installed = join(dir, "lib/node_modules/remote-access-server");
+  const { dependencies } = JSON.parse(readFileSync(join(installed, "package.json"), "utf8"));
+  for (const [name, exact] of Object.entries(dependencies)) {
+    expect(existsSync(join(installed, `licences/${name.replace("/", "-")}-${exact}.txt`))).toBe(
+      true,
+    );
+  }
+  if (!existsSync("/usr/bin/systemd-analyze")) return;
+  const unit = readFileSync(join(installed, "packaging/remote-access-server.service"), "utf8");
+  const here = unit.replace("ExecStart=", `ExecStart=${join(dir, "bin")}/`);
+  writeFileSync(join(dir, "remote-access-server.service"), here);
+  const verify = ["verify", join(dir, "remote-access-server.service")];
+  expect(spawnSync("systemd-analyze", verify, { encoding: "utf8" })).toMatchObject({
+    status: 0,
+    stderr: "",
+  });
+});
