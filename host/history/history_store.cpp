@@ -15,6 +15,8 @@ namespace host::history {
 namespace {
 
 constexpr uint32_t kDamaged = ERROR_FILE_CORRUPT;
+// Somebody else has put a record at the end.
+constexpr uint32_t kStale = ERROR_REVISION_MISMATCH;
 constexpr size_t kLargestRecord = 64 * 1024;
 constexpr int kPatienceMs = 5'000;
 
@@ -49,6 +51,7 @@ uint32_t HistoryStore::Add(const IHistory::Event::Data& data, const wchar_t* fea
   const Lock lock(mutex_);
   uint32_t status = in_run_ ? PrepareLocked() : error::kNotReady;
   if (status == 0) status = AppendLocked(data, feature);
+  if (status == kStale && (status = PrepareLocked()) == 0) status = AppendLocked(data, feature);
   if (status == kDamaged && (status = RenewLocked()) == 0) status = AppendLocked(data, feature);
   if (status != 0) {
     ORN_LOG(logging::kError, L"HistoryStore::Add",
@@ -183,7 +186,6 @@ uint32_t HistoryStore::AppendLocked(const IHistory::Event::Data& data, const wch
   if (bytes.size() > kLargestRecord) return error::kSizeLimit;
   HistoryHead next{.sequence = before.sequence + 1};
   if (!hasher_.Compute(before.hash, bytes, next.hash)) return error::kInternal;
-  int result = SQLITE_OK;
   uint32_t status = 0;
   {
     SqliteStatement insert(database_.get(),
@@ -192,9 +194,8 @@ uint32_t HistoryStore::AppendLocked(const IHistory::Event::Data& data, const wch
     insert.BindBytes(2, BytesOf(before.hash));
     insert.BindBytes(3, bytes);
     insert.BindBytes(4, BytesOf(next.hash));
-    result = insert.Step();
-    // Somebody else put a record at the end.
-    status = result == SQLITE_CONSTRAINT ? kDamaged : CodeLocked(result);
+    const int result = insert.Step();
+    status = result == SQLITE_CONSTRAINT ? kStale : CodeLocked(result);
   }
   if (status != 0) {
     // A commit that failed may have happened: what is in the file has to be read again.
