@@ -1,7 +1,8 @@
 #include "host/history/history_store.h"
 
-#include <algorithm>
 #include <ctime>
+#include <cwchar>
+#include <iterator>
 
 #include "host/history/history_anchor.h"
 #include "host/history/history_file.h"
@@ -17,6 +18,7 @@ namespace {
 constexpr uint32_t kDamaged = ERROR_FILE_CORRUPT;
 // Somebody else has put a record at the end.
 constexpr uint32_t kStale = ERROR_REVISION_MISMATCH;
+constexpr size_t kLongestFeature = 256;
 constexpr size_t kLargestRecord = 64 * 1024;
 constexpr int kPatienceMs = 5'000;
 
@@ -47,7 +49,8 @@ uint32_t HistoryStore::Open() {
 }
 
 uint32_t HistoryStore::Add(const IHistory::Event::Data& data, const wchar_t* feature) {
-  if (feature == nullptr || *feature == L'\0') return error::kBadParameter;
+  const size_t length = feature == nullptr ? 0 : std::wcslen(feature);
+  if (length == 0 || length > kLongestFeature) return error::kBadParameter;
   const Lock lock(mutex_);
   uint32_t status = in_run_ ? PrepareLocked() : error::kNotReady;
   if (status == 0) status = AppendLocked(data, feature);

@@ -33,8 +33,8 @@ class HistoryStore {
   uint32_t Open();
 
   // Appends a record with the present time. 0 once it is on the disk; otherwise it is lost, with
-  // one line in the log, and no other is. 87 without a feature, 223 where the record is longer than
-  // 64 KiB, 21 outside a run.
+  // one line in the log, and no other is. 87 where the feature has not 1 to 256
+  // characters, 223 where the record is longer than 64 KiB, 21 outside a run.
   uint32_t Add(const IHistory::Event::Data& data, const wchar_t* feature);
 
   // Notes the orderly end of the run.
