@@ -66,10 +66,10 @@ class EventQueue::Group final : public IEventGroup {
 };
 
 void* EventQueue::GetInterface(const InterfaceId& id) {
-  if (id == IServPlugin::kInterfaceId || id == IOrnBaseInterface::kInterfaceId) {
-    return static_cast<IServPlugin*>(this);
+  if (id == IServPlugin::kInterfaceId) return static_cast<IServPlugin*>(&plugin_);
+  if (id == IEventQueue::kInterfaceId || id == IOrnBaseInterface::kInterfaceId) {
+    return static_cast<IEventQueue*>(this);
   }
-  if (id == IEventQueue::kInterfaceId) return static_cast<IEventQueue*>(this);
   return nullptr;
 }
 

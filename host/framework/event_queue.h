@@ -15,7 +15,11 @@ namespace host {
 // no host. Tasks begin in the order in which they were queued, each on a thread that has nothing
 // else to do. Up to kMostThreads may block at the same time before others have to wait for them.
 // How many may wait is not limited.
-class EventQueue : public IServPlugin, public IEventQueue {
+//
+// As a plug-in it goes on after Stop, with all others stopped, and ends in UnInit: whoever uses it
+// does so until its own UnInit, which comes before. Calls from other processes that arrive
+// meanwhile are still answered.
+class EventQueue : public IEventQueue {
  public:
   static constexpr uint32_t kMostThreads = 512;
 
@@ -26,9 +30,6 @@ class EventQueue : public IServPlugin, public IEventQueue {
 
   void* GetInterface(const InterfaceId& id) override;
 
-  int32_t Init(IServMain*) override { return 0; }
-  void UnInit() override {}
-  int32_t Start() override { return static_cast<int32_t>(Start(0)); }
   // 170 where it runs already. After Stop it may be started again.
   uint32_t Start(uint32_t options) override;
   void Stop() override;
@@ -48,6 +49,20 @@ class EventQueue : public IServPlugin, public IEventQueue {
   class Group;
   enum class State { kStopped, kRunning, kStopping };
 
+  // The queue as the host drives it. Stop means another thing here.
+  class PluginFace final : public IServPlugin {
+   public:
+    explicit PluginFace(EventQueue& queue) : queue_(queue) {}
+    void* GetInterface(const InterfaceId& id) override { return queue_.GetInterface(id); }
+    int32_t Init(IServMain*) override { return 0; }
+    void UnInit() override { queue_.Stop(); }
+    int32_t Start() override { return static_cast<int32_t>(queue_.Start(0)); }
+    void Stop() override {}
+
+   private:
+    EventQueue& queue_;
+  };
+
   static void CALLBACK OnTask(PTP_CALLBACK_INSTANCE, void* task);
   static void CALLBACK OnTimer(PTP_CALLBACK_INSTANCE, void* queue, PTP_TIMER);
 
@@ -61,6 +76,7 @@ class EventQueue : public IServPlugin, public IEventQueue {
   void LeaveGroupLocked(EqTask* task);
   static void ReleaseLocked(EqTask* task);
 
+  PluginFace plugin_{*this};
   const uint32_t most_threads_;
   WorkerPool pool_;  // Opened and closed by Start and Stop; synchronises itself in between.
 

@@ -6,8 +6,8 @@
 
 namespace remote_calls {
 
-// A real host with the hub, which users may use as the deployed one; with both servers over the targets of RemoteCallsTestPlugin.dll unless
-// `servers` is false. Runs when constructed.
+// A real host with the hub, which users may use as the deployed one; with both servers over the
+// targets of RemoteCallsTestPlugin.dll unless `servers` is false. Runs when constructed.
 class ServiceProcess {
  public:
   explicit ServiceProcess(bool servers = true);

@@ -86,7 +86,7 @@ CHILD_ROLE(NarrowServer) {
   ExportedObject<IOrnBaseInterface> target;
   target.Load(L"RemoteCallsTestPlugin.dll", L"RemoteAccess.Fake");
   host::ProcessInfoDb processes;
-  faces.Add(kGlobalEventQueue, static_cast<IServPlugin*>(&queue));
+  faces.Add(kGlobalEventQueue, &queue);
   faces.Add(kChannelGateway, messaging_library.get());
   faces.Add(kProcessInfoDb, static_cast<IServPlugin*>(&processes));
   faces.Add(L"RemoteAccess", target.get());
@@ -184,6 +184,21 @@ TEST(RemoteCalls, ThatTheServerDropsUnrunGet1223) {
   EXPECT_EQ(calls[0].get(), 0);
   for (size_t i = 1; i < calls.size(); ++i)
     EXPECT_EQ(calls[i].get(), 1223);
+}
+
+TEST(RemoteCalls, AreAnsweredUntilTheServerGoesThoughEverythingHasStopped) {
+  const orn::UniqueHandle begun = SharedEvent(kBegun);
+  const orn::UniqueHandle go_on = SharedEvent(kGoOn);
+  const orn::UniqueHandle hold = SharedEvent(kHold);
+  ServiceProcess service;
+  RawClient client(kAccess);
+  ASSERT_EQ(client.Call(Comm::kGetEnabled), 0);
+  SetEvent(hold.get());
+  service.AskToStop();
+  WaitForSingleObject(begun.get(), INFINITE);
+  EXPECT_EQ(client.Call(Comm::kGetEnabled), 0);
+  SetEvent(go_on.get());
+  EXPECT_EQ(service.Wait(), 0u);
 }
 
 TEST(RemoteCalls, WithoutTheLibrariesFailWithoutASend) {

@@ -110,6 +110,11 @@ class FakeManager : public Target<RemoteTerminal::IRemoteTerminalManager> {
  public:
   using Subscriber = IRemoteTerminalManagerNotifications;
 
+  void UnInit() override {
+    if (WaitForSingleObject(SharedEvent(kHold).get(), 0) != WAIT_OBJECT_0) return;
+    SetEvent(SharedEvent(kBegun).get());
+    WaitForSingleObject(SharedEvent(kGoOn).get(), INFINITE);
+  }
   uint32_t OpenTerminal(const StringT<char>&, const RemoteTerminal::TerminalSize&,
                         StringT<wchar_t>&, StringT<wchar_t>&) override {
     return 0;

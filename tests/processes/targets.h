@@ -13,6 +13,8 @@ namespace remote_calls {
 
 inline constexpr const wchar_t* kBegun = L"begun";
 inline constexpr const wchar_t* kGoOn = L"go-on";
+// Set for a host whose "RemoteTerminalManager.Fake" is to set kBegun and wait for kGoOn in UnInit.
+inline constexpr const wchar_t* kHold = L"hold";
 // Of the test's own.
 inline constexpr const wchar_t* kStop = L"stop";
 

@@ -69,7 +69,7 @@ struct two_ends : ::testing::Test, rpc::notifications {
   }
   void furnish(host::FakeHost& host, memory_process& process) {
     host.Add(kChannelGateway, &process);
-    host.Add(kGlobalEventQueue, static_cast<IServPlugin*>(&queue));
+    host.Add(kGlobalEventQueue, &queue);
   }
 
   // Connected when the test begins.
