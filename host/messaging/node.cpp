@@ -19,6 +19,7 @@ constexpr int32_t kCall = 18;
 constexpr int32_t kOneWayEvent = 19;
 constexpr int32_t kEvent = 20;
 constexpr const char* kReceiverProcess = "rpc_subscriber_pid";
+constexpr const char* kCaller = "rpc_client_id";
 
 constexpr std::chrono::seconds kEntryPatience{1};
 constexpr uint32_t kHelloLimit = 10000;  // Milliseconds.
@@ -330,7 +331,7 @@ void Node::ServePeer(const std::shared_ptr<ServedPipe>& client) {
               L"Process %u sent what is no message; its connection is closed.", peer.pid);
       return;
     }
-    const std::vector<Gateway*> receivers = Receivers(peer, *delivery);
+    const std::vector<Gateway*> receivers = Receivers(peer, *delivery, client->user);
     // Where nobody takes it, its end tells the sender so.
     const auto target = calls->Take(delivery->id, frame.payload.size());
     DeliverHere(receivers, delivery->channel,
@@ -344,12 +345,21 @@ void Node::ServePeer(const std::shared_ptr<ServedPipe>& client) {
   }
 }
 
-std::vector<Gateway*> Node::Receivers(const NodeKey& peer, const Delivery& delivery) {
+std::vector<Gateway*> Node::Receivers(const NodeKey& peer, const Delivery& delivery, bool user) {
   std::vector<Gateway*> receivers;
   const bool is_call = IsCall(delivery.content.type);
-  if (!is_call &&
-      (!IsEvent(delivery.content.type) || !AwaitServer(peer, std::string(delivery.channel)))) {
+  if (!is_call && !(IsEvent(delivery.content.type) && AwaitEntry(peer, delivery.channel, IsServer)))
     return receivers;
+  // A server makes an object for each client, and holds all others back while it does. A user has
+  // as many as the hub lets him announce.
+  if (user) {
+    const MessageField* const id = delivery.content.Find(kCaller, messaging::message::kString);
+    if (id == nullptr || !AwaitEntry(peer, delivery.channel, [&](const auto& entry) {
+          const auto client = entry.properties.find(kCaller);
+          return client != entry.properties.end() && client->second == id->bytes;
+        })) {
+      return receivers;
+    }
   }
   const std::lock_guard lock(mutex_);
   for (Gateway* const gateway : gateways_)
@@ -361,16 +371,17 @@ bool Node::Admits(const Delivery& delivery) const {
   return IsCall(delivery.content.type) && settings_.users.Admits(delivery.channel);
 }
 
-bool Node::AwaitServer(const NodeKey& peer, const std::string& channel) {
+bool Node::AwaitEntry(const NodeKey& peer, std::string_view channel,
+                      const std::function<bool(const messaging::channel_subscriber&)>& is_wanted) {
   std::unique_lock lock(mutex_);
-  const auto serves = [&] {
+  const auto is_there = [&] {
     const auto found = peers_.find(peer);
     return found != peers_.end() && std::ranges::any_of(found->second.entries, [&](const auto& it) {
-             return it.first.first == channel && IsServer(it.second);
+             return it.first.first == channel && is_wanted(it.second);
            });
   };
-  return entries_changed_.wait_for(lock, kEntryPatience, [&] { return stopping_ || serves(); }) &&
-         serves();
+  return entries_changed_.wait_for(lock, kEntryPatience, [&] { return stopping_ || is_there(); }) &&
+         is_there();
 }
 
 }  // namespace host::channels

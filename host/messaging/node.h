@@ -88,10 +88,11 @@ class Node {
 
   // A connection from another process, on its own thread.
   void ServePeer(const std::shared_ptr<ServedPipe>& client);
-  // Whether that process serves the channel; waits a moment for the hub's word, which may be slower
-  // than the process's own.
-  bool AwaitServer(const NodeKey& peer, const std::string& channel);
-  std::vector<Gateway*> Receivers(const NodeKey& peer, const Delivery& delivery);
+  // Whether that process has such an entry on the channel; waits a moment for the hub's word, which
+  // may be slower than the process's own.
+  bool AwaitEntry(const NodeKey& peer, std::string_view channel,
+                  const std::function<bool(const messaging::channel_subscriber&)>& is_wanted);
+  std::vector<Gateway*> Receivers(const NodeKey& peer, const Delivery& delivery, bool user);
   // Whether a user may send that.
   bool Admits(const Delivery& delivery) const;
 

@@ -16,6 +16,8 @@ constexpr size_t kHubLimit = 16 * 1024 * 1024;  // Bytes that may wait for the h
 // Milliseconds from try to try.
 constexpr uint32_t kFirstPause = 10;
 constexpr uint32_t kLongestPause = 250;
+// A user's program may be there for days without the agent.
+constexpr uint32_t kLongestUserPause = 1000;
 
 }  // namespace
 
@@ -61,7 +63,7 @@ void Node::RunHub() {
       DropDeadPeers();
     }
     if (WaitForSingleObject(stop_.get(), pause) == WAIT_OBJECT_0) return;
-    pause = std::min(2 * pause, kLongestPause);
+    pause = std::min(2 * pause, settings_.is_users ? kLongestUserPause : kLongestPause);
   }
 }
 

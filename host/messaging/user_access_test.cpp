@@ -101,7 +101,8 @@ TEST(Users, HearOfServersOnlyAndReachThemByTheirOwnDoorOnly) {
   user.Send(EncodeHello(7) + EncodePresent(kSuffix) +
             EncodeEntry(FrameKind::kAddEntry, Subscription("forbidden", "2")) +
             EncodeEntry(FrameKind::kAddEntry, Entry("forged", {{"rpc_subscriber_type", "2"}})) +
-            EncodeEntry(FrameKind::kAddEntry, Subscription("user", "1")));
+            EncodeEntry(FrameKind::kAddEntry,
+                        Entry("user", {{"rpc_subscriber_type", "1"}, {"rpc_client_id", "user"}})));
   administrator.AwaitEntry("user");
   EXPECT_EQ(administrator.TimesAdded("forbidden") + administrator.TimesAdded("forged"), 0);
   RawClient other(HubPipeName(Door::kUsers));
@@ -110,10 +111,12 @@ TEST(Users, HearOfServersOnlyAndReachThemByTheirOwnDoorOnly) {
   EXPECT_EQ(HeardUntil(other, "server", &known), std::vector<std::string>{"server"});
 
   const std::wstring door = NodePipeName(known.node.pid, known.pipe_suffix);
-  {
+  // Only as a client that it has announced: not by the hub's connection with another number.
+  for (const uint64_t number : {7, 8}) {
     RawClient caller(door);
-    caller.Send(EncodeHello(7) + Request(1, "echo"));
-    EXPECT_EQ(caller.Receive().first, static_cast<uint8_t>(FrameKind::kAnswer));
+    caller.Send(EncodeHello(number) + Request(1, "echo"));
+    EXPECT_EQ(caller.Receive().first,
+              static_cast<uint8_t>(number == 7 ? FrameKind::kAnswer : FrameKind::kLetGo));
   }
   MessageContent event;
   event.type = 19;
@@ -170,6 +173,7 @@ CHILD_ROLE(BeUsers) {
       },
       &heard);
   const int32_t server = party.AwaitEntry("server");
+  party.Announce("client " + arguments[0], "1");
   party.gateway()->add_subscriber(Subscription(arguments[0], "1"));
   heard.all.Acquire();
   return party.Ask("sender") == std::to_string(GetCurrentProcessId()) && server != 0 ? 0 : 1;

@@ -77,7 +77,9 @@ void Party::End() {
 }
 
 void Party::Announce(const std::string& id, const char* type) {
-  gateway_->add_subscriber({0, kChannel, id, {{"rpc_subscriber_type", type}}});
+  if (type[0] == '1') client_ = id;
+  gateway_->add_subscriber(
+      {0, kChannel, id, {{"rpc_subscriber_type", type}, {"rpc_client_id", id}}});
 }
 
 void Party::Withdraw(const std::string& id) {
@@ -105,6 +107,7 @@ std::string Party::Ask(const std::string& what, const std::string& data, uint32_
   messaging::message* const request = messages_->create_message(0);
   request->set_type(18);
   request->set_string("what", what.c_str());
+  request->set_string("rpc_client_id", client_.c_str());
   request->set_binary("data", data.data(), static_cast<uint32_t>(data.size()));
   messaging::message* answer = nullptr;
   const uint32_t result =

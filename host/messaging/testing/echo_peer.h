@@ -42,7 +42,7 @@ class Party : public messaging::channel_observer {
   Party& operator=(const Party&) = delete;
   virtual ~Party() { End(); }
 
-  // Announces an entry: type 0 subscriber, 1 client, 2 server.
+  // Announces an entry: type 0 subscriber, 1 client, 2 server. Calls are the last client's.
   void Announce(const std::string& id, const char* type);
   void Withdraw(const std::string& id);
   // Waits until the entry is there, or gone; its process id.
@@ -74,6 +74,7 @@ class Party : public messaging::channel_observer {
   messaging::channel_gateway* gateway_;
   messaging::channel_factory* messages_;
   messaging::channel* channel_;
+  std::string client_;
 
   std::mutex mutex_;
   std::condition_variable changed_;

@@ -65,6 +65,7 @@ inline std::string Request(uint32_t id, const char* what) {
   MessageContent content;
   content.type = 18;
   content.Set("what", messaging::message::kString).bytes = what;
+  content.Set("rpc_client_id", messaging::message::kString).bytes = "user";
   content.Set("rpc_impersonated_pid", messaging::message::kInt).number = 4;
   content.Set("data", messaging::message::kBinary).bytes = "d";
   return EncodeDelivery(id, kChannel, content);
