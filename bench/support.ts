@@ -5,7 +5,8 @@ import { readFileSync } from "node:fs";
 import { join } from "node:path";
 import { promisify } from "node:util";
 
-const [bin, prefix] = process.argv.slice(2) as [string, string];
+// Where the programs are, and a Wine prefix for the benchmarks' own.
+export const [bin, prefix] = process.argv.slice(2) as [string, string];
 const environment = { ...process.env, WINEPREFIX: prefix, WINEDEBUG: "-all" };
 
 // How often each thing is measured.
