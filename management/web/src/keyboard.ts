@@ -1,5 +1,5 @@
 import { signal } from "@preact/signals";
-import { goTo, route, type View } from "./routing";
+import { goTo, goToAudit, route, type View } from "./routing";
 import type { Session } from "./sessions/session";
 import {
   closeSession,
@@ -18,12 +18,13 @@ export const drawerShown = signal(false);
 
 /** Shown in the help, in this order. */
 export const shortcuts: Array<{ keys: string[]; text: string }> = [
-  { keys: ["Ctrl", "Alt", "1"], text: "Shell; 2 to 4: Files, Commands, Events" },
+  { keys: ["Ctrl", "Alt", "1"], text: "Shell; 2 to 5: Files, Commands, Events, History" },
   { keys: ["Ctrl", "Alt", "T"], text: "Open a new terminal" },
   { keys: ["Ctrl", "Alt", "W"], text: "Close the terminal" },
   { keys: ["Ctrl", "Alt", "→"], text: "Next terminal" },
   { keys: ["Ctrl", "Alt", "←"], text: "Previous terminal" },
   { keys: ["Ctrl", "Alt", "M"], text: "Go to the list of machines" },
+  { keys: ["Ctrl", "Alt", "L"], text: "Show the audit log" },
   { keys: ["Ctrl", "Shift", "C"], text: "Copy the selection" },
   { keys: ["Ctrl", "Shift", "V"], text: "Paste" },
   { keys: ["Shift", "PgUp"], text: "Scroll back" },
@@ -36,6 +37,8 @@ const actions: Record<string, () => void> = {
   Digit2: () => showView("files"),
   Digit3: () => showView("commands"),
   Digit4: () => showView("events"),
+  Digit5: () => showView("history"),
+  KeyL: showAudit,
   KeyT: openTerminal,
   KeyW: closeTerminal,
   ArrowRight: () => stepTerminal(1),
@@ -89,6 +92,11 @@ function showView(view: View): void {
     if (view === "shell" || document.activeElement?.closest(".view, .topbar")) return;
     document.querySelector<HTMLElement>(".view-nav a[aria-current]")?.focus();
   });
+}
+
+function showAudit(): void {
+  goToAudit();
+  requestAnimationFrame(() => document.querySelector<HTMLElement>(".audit-link")?.focus());
 }
 
 // Terminals that are out of sight are not to be closed or turned by a key.

@@ -8,6 +8,7 @@ import "./styles/views.css";
 import "./styles/files.css";
 import "./styles/commands.css";
 import "./styles/events.css";
+import "./styles/records.css";
 import { effect } from "@preact/signals";
 import { render } from "preact";
 import { App } from "./components/app";
@@ -16,7 +17,7 @@ import { watchLeftovers } from "./files/leftovers";
 import { listenToShortcuts } from "./keyboard";
 import { announceMachines } from "./live/announce_machines";
 import { followServer } from "./live/live_feed";
-import { followAddress } from "./routing";
+import { followAddress, route } from "./routing";
 import { openScriptingDoor } from "./scripting";
 import { selectedMachine } from "./sessions/sessions";
 
@@ -28,7 +29,8 @@ followServer();
 watchLeftovers();
 guardAgainstDrops();
 effect(() => {
-  const name = selectedMachine.value?.name;
+  const audit = route.value.view === "audit";
+  const name = audit ? "Audit log" : selectedMachine.value?.name;
   document.title = name ? `${name} · RemoteAccess` : "RemoteAccess";
 });
 render(<App />, document.body);

@@ -1,18 +1,24 @@
 import { signal } from "@preact/signals";
 
-export const views = ["shell", "files", "commands", "events"] as const;
+/** Of each machine. */
+export const views = ["shell", "files", "commands", "events", "history"] as const;
 export type View = (typeof views)[number];
 
 export interface Route {
   /** Undefined leaves the choice to the page. */
   machineId: string | undefined;
-  view: View;
+  /** "audit" is the server's own view. */
+  view: View | "audit";
 }
+
+/** No machine's: their identifiers are longer. */
+export const AUDIT_HASH = "#/audit";
 
 export const route = signal<Route>({ machineId: undefined, view: "shell" });
 
 /** "#/machine-0001/files" names a machine and one of its views; whatever can't be read is the shell. */
 export function readRoute(hash: string): Route {
+  if (hash === AUDIT_HASH) return { machineId: undefined, view: "audit" };
   const [machine = "", name = ""] = hash.replace(/^#\/?/, "").split("/");
   const view = views.find((known) => known === name) ?? "shell";
   try {
@@ -31,6 +37,12 @@ export function goTo(machineId: string, view: View): void {
   const hash = hashOf(machineId, view);
   if (location.hash !== hash) history.pushState(null, "", hash);
   route.value = { machineId, view };
+}
+
+/** Shows the server's audit log; the machine stays chosen. */
+export function goToAudit(): void {
+  if (location.hash !== AUDIT_HASH) history.pushState(null, "", AUDIT_HASH);
+  route.value = { ...route.value, view: "audit" };
 }
 
 export function followAddress(): void {

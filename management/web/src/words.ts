@@ -147,10 +147,11 @@ function since(time: string | number): string {
   return `since ${moment(time)}`;
 }
 
-export function moment(time: string | number, now = new Date()): string {
+export function moment(time: string | number, { seconds = false } = {}): string {
   const date = new Date(time);
-  const clock = date.toLocaleTimeString([], { hour: "2-digit", minute: "2-digit" });
-  if (date.toDateString() === now.toDateString()) return clock;
+  const form = { hour: "2-digit", minute: "2-digit" } as const;
+  const clock = date.toLocaleTimeString([], seconds ? { ...form, second: "2-digit" } : form);
+  if (date.toDateString() === new Date().toDateString()) return clock;
   const day = date.toLocaleDateString([], { day: "numeric", month: "short" });
   return `${day}, ${clock}`;
 }

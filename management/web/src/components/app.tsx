@@ -1,6 +1,8 @@
 import { announcement } from "../announce";
 import { drawerShown } from "../keyboard";
 import { loaded, serverLink } from "../live/live_feed";
+import { AuditView } from "../records/audit_view";
+import { route } from "../routing";
 import { selectedMachine } from "../sessions/sessions";
 import { HelpDialog } from "./help_dialog";
 import { ServerNotice } from "./server_notice";
@@ -9,6 +11,7 @@ import { Welcome } from "./welcome";
 import { Workspace } from "./workspace";
 
 export function App() {
+  const audit = route.value.view === "audit";
   const classes = ["app"];
   if (drawerShown.value) classes.push("drawer-open");
   if (serverLink.value.state === "lost") classes.push("stale");
@@ -25,8 +28,9 @@ export function App() {
       />
       <main class="main">
         <ServerNotice />
-        {selectedMachine.value && <Workspace machine={selectedMachine.value} />}
-        {loaded.value && !selectedMachine.value && <Welcome />}
+        {selectedMachine.value && <Workspace machine={selectedMachine.value} hidden={audit} />}
+        {loaded.value && !selectedMachine.value && !audit && <Welcome />}
+        {audit && <AuditView />}
       </main>
       <HelpDialog />
       <div class="visually-hidden" role="status">

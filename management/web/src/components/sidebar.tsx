@@ -1,5 +1,6 @@
 import { drawerShown, helpShown } from "../keyboard";
 import { loaded, type MachineInfo, machines, type RefusedAgent, refused } from "../live/live_feed";
+import { AUDIT_HASH, goToAudit, route } from "../routing";
 import { selectedMachine, selectMachine, sessionsOf } from "../sessions/sessions";
 import { currentTheme, toggleTheme } from "../theme";
 import { describeMachine, describeRefusal, moment } from "../words";
@@ -41,6 +42,21 @@ export function Sidebar() {
           <p class="none-yet">None has connected yet.</p>
         )}
       </nav>
+      <a
+        class="audit-link"
+        href={AUDIT_HASH}
+        aria-current={route.value.view === "audit" ? "page" : undefined}
+        title="What administrators did (Ctrl+Alt+L)"
+        onClick={(event) => {
+          if (event.ctrlKey || event.metaKey || event.shiftKey) return;
+          event.preventDefault();
+          goToAudit();
+          drawerShown.value = false;
+        }}
+      >
+        <Icon name="log" />
+        Audit log
+      </a>
       <Footer />
     </aside>
   );
@@ -62,7 +78,7 @@ function MachineRow({ machine }: { machine: MachineInfo }) {
     <button
       type="button"
       class="machine"
-      aria-current={machine.id === selectedMachine.value?.id}
+      aria-current={route.value.view !== "audit" && machine.id === selectedMachine.value?.id}
       title={words.long}
       onClick={() => {
         selectMachine(machine.id);

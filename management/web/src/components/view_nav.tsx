@@ -5,6 +5,7 @@ const titles: Record<View, string> = {
   files: "Files",
   commands: "Commands",
   events: "Events",
+  history: "History",
 };
 
 /** The views of a machine, as addresses of their own. */

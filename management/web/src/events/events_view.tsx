@@ -1,6 +1,7 @@
-import { useEffect, useMemo, useRef, useState } from "preact/hooks";
+import { useMemo, useState } from "preact/hooks";
 import { FeedNote } from "../components/feed_note";
 import { Icon } from "../components/icons";
+import { More } from "../components/more";
 import { eventsOf, type MachineEvent } from "../live/events_feed";
 import { jobsOf } from "../live/jobs_feed";
 import type { MachineInfo } from "../live/live_feed";
@@ -88,23 +89,6 @@ export function EventsView({ machine }: { machine: MachineInfo }) {
         )}
       </div>
     </section>
-  );
-}
-
-/** Stands below the last event that is shown, and asks for more when it comes into sight. */
-function More({ onReached }: { onReached(): void }) {
-  const button = useRef<HTMLButtonElement>(null);
-  useEffect(() => {
-    const observer = new IntersectionObserver((entries) => {
-      if (entries.some((entry) => entry.isIntersecting)) onReached();
-    });
-    if (button.current) observer.observe(button.current);
-    return () => observer.disconnect();
-  });
-  return (
-    <button ref={button} type="button" class="button quiet more" onClick={onReached}>
-      Show more
-    </button>
   );
 }
 

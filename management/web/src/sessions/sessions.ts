@@ -34,7 +34,7 @@ export function isReachable(machineId: string): boolean {
 
 /** Shows a machine, in the view that is shown. Its terminal takes the keys, also when it was in front already. */
 export function selectMachine(id: string): void {
-  const { view } = route.value;
+  const view = route.value.view === "audit" ? "shell" : route.value.view;
   goTo(id, view);
   if (view === "shell") front.value[id]?.terminal.focus();
 }
