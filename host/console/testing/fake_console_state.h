@@ -43,7 +43,7 @@ class FakeConsoleState final : public IConsoleState {
       const auto sequence = static_cast<int64_t>(history_size_ - row);
       lines.push_back({sequence, kFirstTime + sequence * 600,
                        TextLocked(L"Administrator ended a remote shell connection"),
-                       L"Record " + std::to_wstring(sequence)});
+                       DetailsLocked(sequence)});
     }
     lines_read_ += lines.size();
     return lines;
@@ -101,6 +101,16 @@ class FakeConsoleState final : public IConsoleState {
     if (texts == texts_.end()) return english;
     const auto text = texts->second.find(english);
     return text == texts->second.end() ? english : text->second;
+  }
+
+  std::wstring DetailsLocked(int64_t sequence) const {
+    std::wstring details = TextLocked(L"Session Started: [%1]. Session Ended: [%2]");
+    const std::wstring clock = L" 3, 09:" + std::to_wstring(10 + sequence % 40);
+    for (const wchar_t* place : {L"[%1]", L"[%2]"}) {
+      const size_t found = details.find(place);
+      if (found != std::wstring::npos) details.replace(found, 4, TextLocked(L"May") + clock);
+    }
+    return details;
   }
 
   std::mutex mutex_;

@@ -37,11 +37,16 @@ void HistoryList::Refresh() {
   ListView_SetItemCountEx(list_, static_cast<int>(now.size),
                           LVSICF_NOSCROLL | LVSICF_NOINVALIDATEALL);
   if (added.value_or(0) > 0) {
+    SetWindowRedraw(list_, FALSE);
     MoveMarks(*added);
+    // Marking a row may have scrolled to it.
+    const int wanted_top = top > 0 ? top + static_cast<int>(*added) : 0;
     RECT row = {};
-    if (top > 0 && ListView_GetItemRect(list_, 0, &row, LVIR_BOUNDS)) {
-      ListView_Scroll(list_, 0, static_cast<int>(*added) * (row.bottom - row.top));
+    if (ListView_GetItemRect(list_, 0, &row, LVIR_BOUNDS)) {
+      const int rows = wanted_top - ListView_GetTopIndex(list_);
+      ListView_Scroll(list_, 0, rows * (row.bottom - row.top));
     }
+    SetWindowRedraw(list_, TRUE);
   }
   InvalidateRect(list_, /*area=*/nullptr, /*erase=*/TRUE);
 }

@@ -32,7 +32,7 @@ enum Command {
 };
 
 constexpr int kShownSessions = 3;
-constexpr SIZE kFirstSize = {860, 600};
+constexpr SIZE kFirstSize = {940, 620};
 
 HWND CreateControl(HWND parent, const wchar_t* window_class, DWORD style, int id = -1) {
   return CreateWindowExW(0, window_class, L"", WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, parent,
@@ -394,7 +394,7 @@ void MainWindow::ShowView(const View& view) {
   sessions_.Show(view_.sessions);
   const bool is_other_headline = SetText(headline_, banner_.headline);
   const bool is_other_details = SetText(details_, banner_.details);
-  if (is_other_look) Restyle();
+  if (is_other_look) ShowConnection();
   if (is_other_headline || is_other_details) Arrange();
   // Screen readers say it wherever they are.
   if (is_other_headline) NotifyWinEvent(EVENT_SYSTEM_ALERT, headline_, OBJID_CLIENT, CHILDID_SELF);
@@ -435,39 +435,45 @@ void MainWindow::ChooseLanguage() {
   Refresh();
 }
 
+// Fonts only when they are others: a list with a new font may forget where it stood.
 void MainWindow::Restyle() {
-  const UINT dpi = GetDpiForWindow(window_);
-  style_.Update(dpi, view_.connection);
-  for (const HWND control : {details_, sessions_label_, sessions_.window(), history_label_,
-                             history_.window(), language_label_, language_, about_}) {
-    SetWindowFont(control, style_.text_font(), /*redraw=*/FALSE);
+  if (style_.UpdateFonts(GetDpiForWindow(window_))) {
+    for (const HWND control : {details_, sessions_label_, sessions_.window(), history_label_,
+                               history_.window(), language_label_, language_, about_}) {
+      SetWindowFont(control, style_.text_font(), /*redraw=*/FALSE);
+    }
+    SetWindowFont(headline_, style_.headline_font(), /*redraw=*/FALSE);
+    history_.SizeColumns();
   }
-  SetWindowFont(headline_, style_.headline_font(), /*redraw=*/FALSE);
   for (const HWND list : {sessions_.window(), history_.window()})
     ApplySystemColours(list);
-
-  UniqueIcon small_icon =
-      LoadConnectionIcon(view_.connection, GetSystemMetricsForDpi(SM_CXSMICON, dpi));
-  UniqueIcon large_icon =
-      LoadConnectionIcon(view_.connection, GetSystemMetricsForDpi(SM_CXICON, dpi));
-  SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(small_icon.get()));
-  SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(large_icon.get()));
-  small_icon_ = std::move(small_icon);
-  large_icon_ = std::move(large_icon);
-
+  ShowConnection();
   Arrange();
-  sessions_.SizeColumns();
-  history_.SizeColumns();
   RedrawWindow(window_, /*area=*/nullptr, /*region=*/nullptr,
                RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
-SIZE MainWindow::Measure(const std::wstring& text, HFONT font) const {
+void MainWindow::ShowConnection() {
+  style_.ShowConnection(view_.connection);
+  UniqueIcon small_icon =
+      LoadConnectionIcon(view_.connection, GetSystemMetricsForDpi(SM_CXSMICON, style_.dpi()));
+  UniqueIcon large_icon =
+      LoadConnectionIcon(view_.connection, GetSystemMetricsForDpi(SM_CXICON, style_.dpi()));
+  SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(small_icon.get()));
+  SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(large_icon.get()));
+  small_icon_ = std::move(small_icon);
+  large_icon_ = std::move(large_icon);
+  for (const HWND control : {headline_, details_})
+    InvalidateRect(control, /*area=*/nullptr, /*erase=*/TRUE);
+  InvalidateRect(window_, &layout_.banner, /*erase=*/FALSE);
+}
+
+SIZE MainWindow::Measure(const std::wstring& text, HFONT font, UINT format) const {
   const HDC device = GetDC(window_);
   const HGDIOBJ former = SelectObject(device, font);
   RECT area = {};
   DrawTextW(device, text.c_str(), static_cast<int>(text.size()), &area,
-            DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
+            DT_CALCRECT | DT_SINGLELINE | format);
   SelectObject(device, former);
   ReleaseDC(window_, device);
   return {area.right, area.bottom};
@@ -475,21 +481,21 @@ SIZE MainWindow::Measure(const std::wstring& text, HFONT font) const {
 
 Layout MainWindow::ArrangeIn(SIZE client) const {
   const HFONT font = style_.text_font();
-  const auto size_of = [&](HWND control) { return Measure(TextOf(control), font); };
+  const auto size_of = [&](HWND control) { return Measure(TextOf(control), font, /*format=*/0); };
   LayoutInput input;
   input.dpi = style_.dpi();
   input.icon = {style_.Scale(32), style_.Scale(32)};
-  input.headline = Measure(banner_.headline, style_.headline_font());
-  input.details = Measure(banner_.details.empty() ? L" " : banner_.details, font);
+  input.headline = Measure(banner_.headline, style_.headline_font(), DT_NOPREFIX);
+  input.details = Measure(banner_.details, font, DT_NOPREFIX);
   input.label_height = static_cast<int>(size_of(sessions_label_).cy);
-  input.sessions_height = sessions_.HeightFor(kShownSessions);
+  input.sessions_height = sessions_.HeightFor(kShownSessions, input.label_height);
   input.language_label = size_of(language_label_);
   RECT combo = {};
   GetWindowRect(language_, &combo);
   input.language = {style_.Scale(80), combo.bottom - combo.top};
   for (const Language& language : languages_)
-    input.language.cx =
-        std::max(input.language.cx, Measure(language.name, font).cx + style_.Scale(36));
+    input.language.cx = std::max(input.language.cx,
+                                 Measure(language.name, font, DT_NOPREFIX).cx + style_.Scale(36));
   const SIZE about = size_of(about_);
   input.about = {std::max<LONG>(about.cx + style_.Scale(24), style_.Scale(88)),
                  about.cy + style_.Scale(10)};

@@ -55,9 +55,10 @@ class MainWindow final : public IConsoleState::IListener {
   void FillLanguages();
   void ChooseLanguage();
   void Restyle();
+  void ShowConnection();
   void Arrange();
   Layout ArrangeIn(SIZE client) const;
-  SIZE Measure(const std::wstring& text, HFONT font) const;
+  SIZE Measure(const std::wstring& text, HFONT font, UINT format) const;
   void Paint();
   void ShowForward();
   void Hide();

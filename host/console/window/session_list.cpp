@@ -67,8 +67,13 @@ void SessionList::SizeColumns() {
   FillLastColumn(list_, description);
 }
 
-int SessionList::HeightFor(int rows) const {
-  return static_cast<int>(HIWORD(ListView_ApproximateViewRect(list_, -1, -1, rows)));
+int SessionList::HeightFor(int rows, int text_height) const {
+  const UINT dpi = GetDpiForWindow(list_);
+  const auto scale = [&](int length) { return MulDiv(length, static_cast<int>(dpi), 96); };
+  // What a row and the line of headings have around their texts; a list without rows does not tell.
+  const int row = text_height + scale(5);
+  const int headings = text_height + scale(12);
+  return headings + rows * row + 2 * GetSystemMetricsForDpi(SM_CYEDGE, dpi);
 }
 
 bool SessionList::Copy() const {

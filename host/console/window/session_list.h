@@ -19,7 +19,8 @@ class SessionList {
   LRESULT OnNotify(NMHDR* header);
   // For a new font or size: the widths of the columns.
   void SizeColumns();
-  int HeightFor(int rows) const;
+  // How high it is for that many rows of such a text.
+  int HeightFor(int rows, int text_height) const;
   bool Copy() const;
 
  private:

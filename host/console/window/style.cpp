@@ -1,26 +1,29 @@
 #include "host/console/window/style.h"
 
+#include <cstring>
+
 #include "host/console/window/resource.h"
 
 namespace host::console {
 namespace {
 
-bool IsHighContrast() {
+// In high contrast, and with window colours of the user's own, which ours would not go with.
+bool WantsSystemColours() {
   HIGHCONTRASTW contrast = {};
   contrast.cbSize = sizeof contrast;
-  return SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof contrast, &contrast, /*change=*/0) &&
-         (contrast.dwFlags & HCF_HIGHCONTRASTON) != 0;
+  const bool is_known = SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof contrast, &contrast,
+                                              /*change=*/0) != FALSE;
+  return (is_known && (contrast.dwFlags & HCF_HIGHCONTRASTON) != 0) ||
+         GetSysColor(COLOR_WINDOW) != RGB(255, 255, 255);
 }
 
-// Own colours come in pairs, so that a text is readable whatever the system's are.
+// Colours come in pairs that are made for each other, the system's as well as ours.
 Style::Colours BannerColours(Connection connection) {
-  if (IsHighContrast()) {
-    if (connection == Connection::kConnected) {
-      return {GetSysColor(COLOR_HIGHLIGHT), GetSysColor(COLOR_HIGHLIGHTTEXT),
-              GetSysColor(COLOR_HIGHLIGHTTEXT)};
-    }
-    return {GetSysColor(COLOR_WINDOW), GetSysColor(COLOR_WINDOWTEXT),
-            GetSysColor(COLOR_WINDOWTEXT)};
+  if (WantsSystemColours()) {
+    const bool stands_out = connection == Connection::kConnected;
+    const COLORREF background = GetSysColor(stands_out ? COLOR_HIGHLIGHT : COLOR_WINDOW);
+    const COLORREF text = GetSysColor(stands_out ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT);
+    return {background, text, stands_out ? background : text};
   }
   switch (connection) {
     case Connection::kConnected:
@@ -54,15 +57,21 @@ UniqueIcon LoadConnectionIcon(Connection connection, int size) {
                                                   IMAGE_ICON, size, size, LR_DEFAULTCOLOR)));
 }
 
-void Style::Update(UINT dpi, Connection connection) {
-  dpi_ = dpi;
+void Style::ShowConnection(Connection connection) {
   banner_ = BannerColours(connection);
   banner_brush_.reset(CreateSolidBrush(banner_.background));
+}
+
+bool Style::UpdateFonts(UINT dpi) {
+  dpi_ = dpi;
   LOGFONTW font = MessageFont(dpi);
+  if (text_font_ != nullptr && std::memcmp(&font, &message_font_, sizeof font) == 0) return false;
+  message_font_ = font;
   text_font_.reset(CreateFontIndirectW(&font));
   font.lfHeight = MulDiv(font.lfHeight, 4, 3);
-  font.lfWeight = FW_SEMIBOLD;
+  font.lfWeight = FW_BOLD;
   headline_font_.reset(CreateFontIndirectW(&font));
+  return true;
 }
 
 }  // namespace host::console

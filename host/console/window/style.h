@@ -35,9 +35,11 @@ class Style {
   Style(const Style&) = delete;
   Style& operator=(const Style&) = delete;
 
-  // To be called first, and whenever the settings or the window's scale have changed. Fonts that
-  // were given out before are gone when this has returned.
-  void Update(UINT dpi, Connection connection);
+  // Both are to be called first, and whenever the settings have changed.
+  void ShowConnection(Connection connection);
+  // For the window's scale. Whether the fonts are others now; those that were given out before are
+  // gone then.
+  bool UpdateFonts(UINT dpi);
 
   UINT dpi() const { return dpi_; }
   int Scale(int length_at_96) const { return MulDiv(length_at_96, static_cast<int>(dpi_), 96); }
@@ -48,6 +50,7 @@ class Style {
 
  private:
   UINT dpi_ = 96;
+  LOGFONTW message_font_ = {};
   Colours banner_ = {};
   UniqueFont text_font_;
   UniqueFont headline_font_;
