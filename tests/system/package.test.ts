@@ -1,0 +1,131 @@
+import { execFileSync } from "node:child_process";
+import { appendFileSync, readFileSync, renameSync, truncateSync, writeFileSync } from "node:fs";
+import { join } from "node:path";
+import { afterAll, beforeAll, expect, test } from "vitest";
+import { BareMachine, type Outcome } from "../support/bare_machine.ts";
+import { testProgram } from "../support/remote.ts";
+
+let machine: BareMachine;
+beforeAll(async () => {
+  execFileSync("package/build");
+  machine = await BareMachine.start();
+});
+afterAll(() => machine.stop());
+
+const programs = "Program Files/Tessaro";
+const data = "ProgramData/Tessaro";
+const uninstallKey = "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Tessaro";
+
+function windowsPath(path: string): string {
+  return `Z:${path.replaceAll("/", "\\")}`;
+}
+
+function unpack(): string {
+  const folder = join(machine.folder, "unpacked package");
+  execFileSync("bash", ["-c", 'unzip -qo build/package/*-win64.zip -d "$0"', folder]);
+  return folder;
+}
+
+// One of the package's two commands.
+function command(name: string, ...args: string[]): Promise<Outcome> {
+  return machine.run(windowsPath(join(unpack(), name)), ...args);
+}
+
+async function succeeds(outcome: Promise<Outcome>): Promise<string> {
+  const { code, output } = await outcome;
+  expect(code, output).toBe(0);
+  return output;
+}
+
+async function connects(): Promise<string> {
+  const { id } = await machine.api.machineThat(({ connected }) => connected);
+  return id;
+}
+
+async function usesShell(): Promise<void> {
+  const shell = await machine.api.shell();
+  await shell.echo("installed");
+  await shell.close();
+}
+
+async function historySize(id: string): Promise<number> {
+  const answer = await fetch(`${machine.api.address}/api/machines/${id}/history`, {
+    headers: machine.api.headers,
+  });
+  return ((await answer.json()) as { total: number }).total;
+}
+
+test("the package installs, upgrades in place, and is removed without a trace", async () => {
+  const before = await machine.snapshot();
+  const install = [
+    ...["/server", machine.api.address],
+    ...["/key-file", windowsPath(join(machine.folder, "key"))],
+  ];
+
+  // What cannot be done changes nothing.
+  expect(await command("install.cmd")).toMatchObject({
+    code: 2,
+    output: expect.stringContaining("/server is needed"),
+  });
+  expect((await command("install.cmd", "/server", "http://example.org")).code).toBe(2);
+  expect((await command("install.cmd", ...install.slice(0, 3), "Z:\\nothing")).code).toBe(2);
+  expect((await command("uninstall.cmd")).code).toBe(3);
+  truncateSync(join(unpack(), "bin/RemoteAccess.dll"), 1000);
+  const damaged = windowsPath(join(machine.folder, "unpacked package/bin/TsrSetup.exe"));
+  expect(await machine.run(damaged, "install", ...install)).toMatchObject({
+    code: 6,
+    output: expect.stringContaining("RemoteAccess.dll is damaged"),
+  });
+  expect(machine.exists(programs) || machine.exists(data)).toBe(false);
+
+  await succeeds(command("install.cmd", ...install, "/feature", "on", "/name", "Büro 7"));
+  const id = await connects();
+  expect((await machine.api.machine()).name).toBe("Büro 7");
+  await usesShell();
+  const records = await historySize(id);
+
+  // A file that is in use holds an upgrade up, and what runs goes on.
+  const held = "C:\\Program Files\\Tessaro\\README.txt";
+  const holder = machine.run(testProgram, "hold", held, "C:\\held");
+  await expect.poll(() => machine.exists("held"), { timeout: 60_000 }).toBe(true);
+  expect(await command("install.cmd")).toMatchObject({
+    code: 1,
+    output: expect.stringContaining(`${held} is in use`),
+  });
+  expect(await connects()).toBe(id);
+  await machine.run("cmd", "/c", "del", "C:\\held");
+  await holder;
+
+  // An upgrade keeps who the machine is, what happened on it and what was changed by hand.
+  const configuration = machine.file(`${data}/config/TsrSecurityService.exe.xml`);
+  appendFileSync(configuration, "<!-- by hand -->\n");
+  await machine.run("reg", "add", uninstallKey, "/v", "DisplayVersion", "/d", "0.9.0", "/f");
+  expect(await succeeds(command("install.cmd"))).toContain("Upgrading version 0.9.0");
+  expect(await connects()).toBe(id);
+  await usesShell();
+  expect(await historySize(id)).toBeGreaterThan(records);
+  expect(readFileSync(configuration, "utf8")).toContain("by hand");
+
+  // A version that does not start gives way to the one before; a newer one stays.
+  writeFileSync(configuration, "<host/>");
+  expect((await command("install.cmd")).code).toBe(1);
+  renameSync(machine.file(`${data}/config/as-installed/TsrSecurityService.exe.xml`), configuration);
+  await machine.run("reg", "add", uninstallKey, "/v", "DisplayVersion", "/d", "1.10.0", "/f");
+  expect((await command("install.cmd")).code).toBe(7);
+
+  await succeeds(command("uninstall.cmd", "/keep-data"));
+  expect(machine.exists(programs)).toBe(false);
+  expect(machine.exists(`${data}/config/enrolment-key`)).toBe(true);
+
+  // What is kept makes it the same machine again; the switch is off.
+  await succeeds(command("install.cmd"));
+  expect(await connects()).toBe(id);
+  expect((await machine.api.machine()).enabled).not.toBe(true);
+
+  const installed = "C:\\Program Files\\Tessaro\\TsrSetup.exe";
+  await succeeds(machine.run(installed, "uninstall"));
+  await expect.poll(() => machine.exists(programs), { timeout: 60_000 }).toBe(false);
+  const after = await machine.snapshot();
+  expect(after.registry).toEqual(before.registry);
+  expect(after.files.filter((path) => !/TsrSetup-[^/]*\.log$/.test(path))).toEqual(before.files);
+});
