@@ -68,7 +68,7 @@ export class BareMachine {
     return existsSync(this.file(path));
   }
 
-  // The names of all files and folders of drive C: and all that is in the registry, but for what Windows keeps for itself.
+  // The names of all files and folders of drive C:, and what programs and services have in the registry.
   // Ends what runs on the machine: only then is the registry on the disk.
   async snapshot(): Promise<{ files: string[]; registry: string[] }> {
     await this.run("wineboot", "--end-session", "--shutdown");
@@ -78,8 +78,13 @@ export class BareMachine {
       ),
     );
     // Links lead to the home of who runs this.
-    const found = execFileSync("find", ["-P", this.file("."), "-printf", "%P\n"], { encoding: "utf8" });
-    return { files: found.split("\n").sort(), registry: ["system.reg", "user.reg"].flatMap((name) => this.registry(name)) };
+    const found = execFileSync("find", ["-P", this.file("."), "-printf", "%P\n"], {
+      encoding: "utf8",
+    });
+    return {
+      files: found.split("\n").sort(),
+      registry: ["system.reg", "user.reg"].flatMap((name) => this.registry(name)),
+    };
   }
 
   // A line for each key and each value.
@@ -91,7 +96,9 @@ export class BareMachine {
       if (line.startsWith("[")) lines.push(key);
       else if (/^["@]/.test(line)) lines.push(`${key} ${line}`);
     }
-    return lines.sort();
+    return lines
+      .filter((each) => /^(Software|System\\\\CurrentControlSet\\\\Services)/.test(each))
+      .sort();
   }
 
   private async startServer(): Promise<void> {
@@ -106,7 +113,10 @@ export class BareMachine {
       stdio: ["ignore", "pipe", "ignore"],
     });
     const line = await firstLine(this.server, /^Listening on http\S+/);
-    this.api = new Api(line.trim().replace("Listening on ", "").replace(/\/$/, ""), "token-of-this-test");
+    this.api = new Api(
+      line.trim().replace("Listening on ", "").replace(/\/$/, ""),
+      "token-of-this-test",
+    );
   }
 }
 
@@ -115,7 +125,10 @@ function firstLine(child: ChildProcess, pattern: RegExp): Promise<string> {
     let text = "";
     child.stdout?.on("data", (chunk: Buffer) => {
       text += chunk.toString();
-      const line = text.split("\n").slice(0, -1).find((each) => pattern.test(each));
+      const line = text
+        .split("\n")
+        .slice(0, -1)
+        .find((each) => pattern.test(each));
       if (line) found(line);
     });
     child.once("exit", (code) => failed(new Error(`${child.spawnfile} has ended with ${code}`)));
