@@ -13,7 +13,7 @@ namespace {
 using Finding = Verification::Finding;
 
 // What is read at once: meanwhile the agent cannot write.
-constexpr uint64_t kPiece = 1'000;
+constexpr uint64_t kPiece = 5'000;
 
 int ReadPiece(sqlite3* database, int64_t after, std::vector<StoredRecord>& rows) {
   rows.clear();
@@ -78,6 +78,25 @@ void CheckEnd(const std::wstring& path, const HistoryHead& before, ChainWalk& wa
   if (last > now.sequence + 1) walk.Bad(Finding::kChanged, now.sequence + 2);
 }
 
+// Goes along all records, as far as they are right. SQLITE_DONE, or what went wrong with the file.
+int WalkAll(sqlite3* database, ChainWalk& walk, Verification& found) {
+  found.finding = Finding::kIntact;
+  std::vector<StoredRecord> rows;
+  int64_t after = std::numeric_limits<int64_t>::min();
+  int result = SQLITE_OK;
+  do {
+    result = ReadPiece(database, after, rows);
+    for (const StoredRecord& row : rows) {
+      if (!walk.Take(row)) return SQLITE_DONE;
+      after = row.sequence;
+    }
+  } while (result == SQLITE_DONE && !rows.empty());
+  if (result == SQLITE_DONE) return result;
+  found.finding = Finding::kUnreadable;
+  if (IsSqliteDamage(result)) walk.Bad(Finding::kChanged, walk.last().sequence + 1);
+  return result;
+}
+
 }  // namespace
 
 Verification VerifyHistory(const std::wstring& path) {
@@ -87,27 +106,15 @@ Verification VerifyHistory(const std::wstring& path) {
   UniqueSqlite database;
   found.status = OpenForReading(path, database);
   if (found.status != 0) return found;
-
-  uint64_t records = 0;
-  ReadSqliteNumber(database.get(), "SELECT count(*) FROM records", records);
-  found.records = static_cast<int64_t>(records);
   ChainWalk walk(found, found.anchored ? &anchor : nullptr);
-  std::vector<StoredRecord> rows;
-  int64_t after = std::numeric_limits<int64_t>::min();
-  int result = SQLITE_OK;
-  do {
-    result = ReadPiece(database.get(), after, rows);
-    for (const StoredRecord& row : rows) {
-      if (!walk.Take(row)) return found;
-      after = row.sequence;
-    }
-  } while (result == SQLITE_DONE && !rows.empty());
-  found.status = WindowsCodeOf(database.get(), result);
-  if (IsSqliteDamage(result)) walk.Bad(Finding::kChanged, walk.last().sequence + 1);
-  if (found.status != 0) return found;
-  found.finding = Finding::kIntact;
-  found.records = walk.last().sequence;
-  if (found.anchored) CheckEnd(path, anchor, walk);
+  found.status = WindowsCodeOf(database.get(), WalkAll(database.get(), walk, found));
+  if (found.finding == Finding::kIntact && found.anchored) CheckEnd(path, anchor, walk);
+  // All are counted only where not all were read.
+  auto records = static_cast<uint64_t>(walk.last().sequence);
+  if (found.finding != Finding::kIntact) {
+    ReadSqliteNumber(database.get(), "SELECT count(*) FROM records", records);
+  }
+  found.records = static_cast<int64_t>(records);
   return found;
 }
 
