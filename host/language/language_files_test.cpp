@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -8,6 +7,7 @@
 #include <set>
 
 #include "host/common/file_path.h"
+#include "host/console/window/texts.h"
 #include "host/language/language_file.h"
 #include "module/console/format_template.h"
 
@@ -17,7 +17,6 @@ namespace host {
 namespace {
 
 using Texts = LanguageFile::Texts;
-using TextSet = std::set<std::wstring>;
 
 LanguageFile Language(const std::wstring& code) {
   LanguageFile language;
@@ -36,63 +35,37 @@ std::multiset<std::wstring> Find(const std::wstring& text, const wchar_t* patter
   return found;
 }
 
-bool BracketsMatch(const std::wstring& text) {
-  int depth = 0;
-  for (const wchar_t c : text) {
-    if (c == L'[') ++depth;
-    if (c == L']' && --depth < 0) return false;
-  }
-  return depth == 0;
-}
-
-// Calls `use(text)` for the wide literals in `code`.
-template <class Use>
-void ForEachLiteral(const std::string& code, Use use) {
-  static const std::regex literal(R"x(L"((?:[^"\\]|\\.)*)")x");
-  static const std::regex tab(R"(\\t)");
-  for (std::sregex_iterator at(code.begin(), code.end(), literal), end; at != end; ++at)
-    use(WideText(std::regex_replace(at->str(1), tab, "\t")));
-}
-
-struct Literals {
-  TextSet all;
-  TextSet looked_up;  // For sure: arguments of Translate, and tables of texts.
-};
-
-Literals LiteralsOfTheCode() {
-  const std::regex seam(R"x("\s+L")x");
-  const std::regex look_up(R"x((?:Translate\(|const wchar_t\* k\w+ =)\s*L"(?:[^"\\]|\\.)*")x"
-                           R"x(|std::array<const wchar_t\*, \d+> \w+ = \{[^}]*\})x");
-  Literals literals;
+// The code that uses texts, with literals of several lines on one.
+std::wstring Code() {
+  std::string code;
   for (const char* const folder : {"module/console", "host/console", "host/history"}) {
     const auto root = std::filesystem::path(RA_SOURCE_DIR) / folder;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
       const std::string name = entry.path().filename().string();
-      const bool is_code = name.ends_with(".cpp") || name.ends_with(".h");
-      if (!is_code || name.ends_with("_test.cpp")) continue;
+      if (!name.ends_with(".h") && (!name.ends_with(".cpp") || name.ends_with("_test.cpp")))
+        continue;
       std::ifstream file(entry.path(), std::ios::binary);
-      const std::string text{std::istreambuf_iterator<char>(file), {}};
-      const std::string code = std::regex_replace(text, seam, "");
-      ForEachLiteral(code, [&](std::wstring each) { literals.all.insert(std::move(each)); });
-      for (std::sregex_iterator at(code.begin(), code.end(), look_up), end; at != end; ++at) {
-        // Constants elsewhere are names.
-        if (at->str().starts_with("const wchar_t*") && name != "texts.h") continue;
-        ForEachLiteral(at->str(),
-                       [&](std::wstring each) { literals.looked_up.insert(std::move(each)); });
-      }
+      code.append(std::istreambuf_iterator<char>(file), {});
     }
   }
-  return literals;
+  return std::regex_replace(WideText(code), std::wregex(LR"x("\s+L")x"), L"");
 }
 
 TEST(LanguageFiles, HaveAllTextsThatTheCodeLooksUpAndNoOthers) {
-  const Literals literals = LiteralsOfTheCode();
-  ASSERT_GE(literals.looked_up.size(), 17u);
+  const std::wstring code = Code();
+  std::set<std::wstring> looked_up(std::begin(console::texts::kAll),
+                                   std::end(console::texts::kAll));
+  for (const std::wstring& place :
+       Find(code, LR"x(Translate\(\s*L"[^"]*"|k(Months|Texts) = \{[^}]*\})x")) {
+    for (const std::wstring& literal : Find(place, LR"x(L"[^"]*")x"))
+      looked_up.insert(literal.substr(2, literal.size() - 3));
+  }
   const Texts english = Language(L"en").namespaces[L"console"];
-  for (const std::wstring& text : literals.looked_up)
+  for (const std::wstring& text : looked_up)
     EXPECT_TRUE(english.contains(text)) << text;
   for (const auto& [text, translation] : english) {
-    EXPECT_TRUE(literals.all.contains(text)) << text;
+    const bool is_literal = code.find(L'"' + text + L'"') != code.npos;
+    EXPECT_TRUE(is_literal || looked_up.contains(text)) << text;
     EXPECT_EQ(text, translation);
   }
 }
@@ -111,9 +84,8 @@ TEST(LanguageFiles, AreWholeAndKeepThePlaceholdersOfTheEnglishTexts) {
       EXPECT_TRUE(english.contains(key));
       EXPECT_FALSE(translation.empty());
       // Those of FormatMessage, those of the window, its keys, and what a menu shows behind a tab.
-      EXPECT_EQ(Find(key, L"\\[?%.?\\]?|\\{.?\\}?|&|\t"),
-                Find(translation, L"\\[?%.?\\]?|\\{.?\\}?|&|\t"));
-      EXPECT_TRUE(BracketsMatch(translation));
+      constexpr const wchar_t* kMarks = L"\\[%.\\]|%.?|[\\[\\]]|\\{.?\\}?|&|\t";
+      EXPECT_EQ(Find(key, kMarks), Find(translation, kMarks));
       if (key.find(L'%') == std::wstring::npos) continue;
       const orn::StringT<wchar_t> values[] = {L"\x2460", L"\x2461"};
       const auto text = orn::RemoteAccess::Console::FormatTemplate(translation.c_str(), values);

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "module/frame/exported_plugin.h"
 #include "module/frame/testing/test_folder.h"
 
 namespace host {
@@ -58,7 +57,7 @@ TEST(LanguageManager, ReadsFilesStrictlyAndFallsBackToEnglish) {
   EXPECT_EQ(all, L"de Deutsch; en English; nl nl; ");
 }
 
-TEST(LanguageManager, BeginsWithTheLanguageOfTheUserAndIsOneInTheProcess) {
+TEST(LanguageManager, BeginsWithTheLanguageOfTheUser) {
   // A user's part of the registry for this process alone.
   HKEY key = nullptr;
   const wchar_t* const path = L"Software\\Tessaro\\LanguageManagerTest";
@@ -70,17 +69,9 @@ TEST(LanguageManager, BeginsWithTheLanguageOfTheUserAndIsOneInTheProcess) {
   EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\Tessaro\\Console", L"language", REG_SZ,
                             language, sizeof(language)),
             ERROR_SUCCESS);
-  using Loaded = ExportedPlugin<ILanguageManagerEx, ILanguageManagerEx>;
-  Loaded first;
-  ASSERT_EQ(first.Load(L"LanguageManager.dll", L"LanguageManager"), 0u);
-  EXPECT_EQ(Translated(*first.get(), L"Feb"), L"f\u00E9vr.");
-  {
-    Loaded second;
-    ASSERT_EQ(second.Load(L"LanguageManager.dll", L"LanguageManager"), 0u);
-    EXPECT_EQ(second.get()->SetLanguage(L"de"), 0u);
-  }
-  EXPECT_EQ(Translated(*first.get(), L"Feb"), L"Feb.");
-  first.Unload();
+  LanguageManager manager;
+  EXPECT_EQ(manager.Start(), 0);
+  EXPECT_EQ(Translated(manager, L"Feb"), L"f\u00E9vr.");
   RegDeleteTreeW(HKEY_CURRENT_USER, L"Software");
   RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
   RegCloseKey(key);

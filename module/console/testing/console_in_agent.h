@@ -5,35 +5,29 @@
 #include <map>
 #include <string>
 
-#include "module/frame/plugin_interfaces.h"
 #include "module/rpc/comm/testing/fake_remote_access.h"
 
 namespace orn::RemoteAccess::Console {
 
-// An agent that has the feature and what a test adds, each of which can be taken away.
-struct ConsoleInAgent : testing::Test, IServMain, IComponentManager {
-  struct Feature final : FakeRemoteAccess {
-    uint32_t refusal = 0;  // Of the registration.
-    uint32_t RegisterStateEvent(IStateEvent* observer, uint32_t first, uint32_t second) override {
-      if (refusal != 0) return refusal;
-      return FakeRemoteAccess::RegisterStateEvent(observer, first, second);
-    }
-  } feature;
-  std::map<std::wstring, void*> plugins{{L"RemoteAccess", static_cast<IRemoteAccess*>(&feature)}};
+// An agent that has the feature and what a test adds.
+struct ConsoleInAgent : testing::Test, IServMain, IComponentManager, FakeRemoteAccess {
+  uint32_t refusal = 0;  // Of the registration with the feature.
+  std::map<std::wstring, void*> plugins{{L"RemoteAccess", static_cast<IRemoteAccess*>(this)}};
   int held = 0;  // Plug-ins that were not given back.
 
   IComponentManager* GetComponentManager() override { return this; }
   uint32_t GetObject(const wchar_t* name, const InterfaceId&, void** object) override {
-    const auto found = plugins.find(name);
-    *object = found == plugins.end() ? nullptr : found->second;
-    if (*object == nullptr) return 1168;
-    ++held;
-    return 0;
+    *object = plugins[name];
+    return *object == nullptr ? 1168 : (++held, 0);
   }
   void ReleaseObject(const wchar_t*) override { --held; }
+  uint32_t RegisterStateEvent(IStateEvent* observer, uint32_t, uint32_t) override {
+    return refusal != 0 ? refusal : FakeRemoteAccess::RegisterStateEvent(observer, 0, 0);
+  }
 
-  // Init without one of the two, and without a host, leaves nothing behind.
-  void NeedsBoth(IServPlugin& plugin, const wchar_t* other) {
+  // Init without one of the two, or without a host, leaves nothing behind; nor does a Start that
+  // the feature refuses.
+  void NeedsFeatureAnd(const wchar_t* other, IServPlugin& plugin) {
     EXPECT_EQ(plugin.Init(nullptr), 5002);
     for (const wchar_t* const name : {L"RemoteAccess", other}) {
       void* const kept = std::exchange(plugins[name], nullptr);
@@ -41,13 +35,10 @@ struct ConsoleInAgent : testing::Test, IServMain, IComponentManager {
       EXPECT_EQ(held, 0);
       plugins[name] = kept;
     }
-    EXPECT_EQ(plugin.Init(this), 0);
-    EXPECT_EQ(held, 2);
-  }
-  static TerminalSessionState Session(const char* id, bool connected, int64_t start,
-                                      int64_t end = 0) {
-    return {
-        .terminalId = id, .isConnected = connected, .startTimestamp = start, .endTimestamp = end};
+    ASSERT_EQ(plugin.Init(this), 0);
+    refusal = 1627;
+    EXPECT_EQ(plugin.Start(), 1627);
+    refusal = 0;
   }
 };
 
