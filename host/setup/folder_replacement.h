@@ -5,8 +5,13 @@
 
 namespace host::setup {
 
-// Replaces a folder as a whole. What is new is made beside it, under the name with ".new"; then the
-// two change places by renames, and the old one, by then under ".old", can come back until the end:
+// Names that nobody else gives to a folder.
+inline constexpr const wchar_t* kFreshSuffix = L".tsr-new";
+inline constexpr const wchar_t* kOldSuffix = L".tsr-old";
+
+// Replaces a folder as a whole. What is new is made beside it, under the name with kFreshSuffix;
+// then the two change places by renames, and the old one, by then with kOldSuffix, can come back
+// until the end:
 //
 //   FolderReplacement programs(folder);
 //   status = programs.Begin(access);      // an empty folder programs.fresh()
@@ -19,7 +24,7 @@ namespace host::setup {
 class FolderReplacement {
  public:
   explicit FolderReplacement(const std::wstring& folder)
-      : folder_(folder), fresh_(folder + L".new"), old_(folder + L".old") {}
+      : folder_(folder), fresh_(folder + kFreshSuffix), old_(folder + kOldSuffix) {}
   FolderReplacement(const FolderReplacement&) = delete;
   FolderReplacement& operator=(const FolderReplacement&) = delete;
   // What has not taken its place goes.

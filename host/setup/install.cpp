@@ -61,7 +61,7 @@ class Installer {
         config_(places_.data + L"\\config") {}
 
   ExitCode Run() {
-    if (!CheckPlaces() || !Recover() || !ChooseValues()) return failure_;
+    if (!Recover() || !CheckPlaces() || !ChooseValues()) return failure_;
     log_.Tell((found_.present ? L"Upgrading version " + found_.version + L" to "
                               : L"Installing version ") +
               std::wstring(RA_VERSION) + L" in " + places_.programs + L", with its data in " +
@@ -81,6 +81,8 @@ class Installer {
     if (!options.data.empty()) places.data = options.data;
     return places;
   }
+
+  std::wstring ValuesFile() const { return places_.data + L"\\config\\setup.xml"; }
 
   bool Refuse(ExitCode code, const std::wstring& text, uint32_t status = 0) {
     failure_ = code;
@@ -106,9 +108,11 @@ class Installer {
       return Refuse(ExitCode::kBadArguments,
                     L"This is the installed set-up. Install from the unpacked package");
     }
-    if (!found_.present && PathIsDirectoryW(places_.programs.c_str()) &&
-        !PathIsDirectoryEmptyW(places_.programs.c_str())) {
-      return Refuse(ExitCode::kBadArguments, places_.programs + L" holds something else already");
+    const std::wstring kept = ValuesFile();
+    for (const std::wstring& folder : {places_.programs, places_.data}) {
+      const bool ours = found_.present || (folder == places_.data && PathFileExistsW(kept.c_str()));
+      if (!ours && PathIsDirectoryW(folder.c_str()) && !PathIsDirectoryEmptyW(folder.c_str()))
+        return Refuse(ExitCode::kBadArguments, folder + L" holds something else already");
     }
     return true;
   }
@@ -123,7 +127,7 @@ class Installer {
   }
 
   bool ChooseValues() {
-    old_values_ = ReadSetupValues(places_.data + L"\\config\\setup.xml");
+    old_values_ = ReadSetupValues(ValuesFile());
     old_values_.data = places_.data;
     values_ = old_values_;
     if (!options_.server.empty()) values_.server = options_.server;
@@ -164,10 +168,20 @@ class Installer {
   bool StageConfiguration() {
     const bool new_data = !PathFileExistsW(places_.data.c_str());
     uint32_t status = PrepareProtectedFolder(places_.data, kFolderAccess);
-    if (status == 0 && new_data) {
-      OnFailure(L"the folder of the data", [this] { return RemoveFolder(places_.data); });
+    if (status == ERROR_INVALID_OWNER) {
+      return log_.Fail(places_.data +
+                           L" belongs to a user who is no administrator, and who could "
+                           L"change what is in it. Remove it, or let administrators own it",
+                       status);
     }
-    if (status == 0) status = config_.Begin(kFolderAccess);
+    if (status != 0) return log_.Fail(places_.data + L" cannot be made", status);
+    if (new_data)
+      OnFailure(L"the folder of the data", [this] { return RemoveFolder(places_.data); });
+    // The agent itself writes there, too.
+    if (!MachineKeyExists(kSettingsKey)) {
+      OnFailure(L"the settings", [] { return RemoveKey(HKEY_LOCAL_MACHINE, kSettingsKey); });
+    }
+    status = config_.Begin(kFolderAccess);
     if (status != 0) return log_.Fail(config_.fresh() + L" cannot be made", status);
     const bool anew = !old_values_.server.empty() && values_ != old_values_;
     return WriteConfigurations(programs_.fresh() + L"\\templates", config_.fresh(), values_, key_,

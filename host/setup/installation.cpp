@@ -3,6 +3,7 @@
 #include "module/frame/windows.h"
 
 #include <shlobj.h>
+#include <shlwapi.h>
 
 #include <cwchar>
 
@@ -26,11 +27,12 @@ Installation FindInstallation() {
                         .data = ReadMachineText(kUninstallKey, kDataLocation),
                         .version = ReadMachineText(kUninstallKey, L"DisplayVersion")};
   found.present = !found.programs.empty() && !found.data.empty();
-  if (!found.present) {
-    found = {.programs = KnownFolder(FOLDERID_ProgramFiles) + L"\\Tessaro",
-             .data = KnownFolder(FOLDERID_ProgramData) + L"\\Tessaro",
-             .version = L""};
-  }
+  if (found.present) return found;
+  found = {.programs = KnownFolder(FOLDERID_ProgramFiles) + L"\\Tessaro",
+           .data = KnownFolder(FOLDERID_ProgramData) + L"\\Tessaro",
+           .version = L""};
+  // One whose entry in the registry is gone.
+  found.present = PathFileExistsW((found.programs + L'\\' + kServiceProgram).c_str());
   return found;
 }
 

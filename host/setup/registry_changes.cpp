@@ -3,20 +3,6 @@
 #include <ranges>
 
 namespace host::setup {
-namespace {
-
-bool KeyExists(const std::wstring& key) {
-  HKEY opened = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), /*options=*/0, KEY_QUERY_VALUE, &opened) !=
-      ERROR_SUCCESS) {
-    return false;
-  }
-  RegCloseKey(opened);
-  return true;
-}
-
-}  // namespace
-
 uint32_t RegistryChanges::SetText(const std::wstring& key, const wchar_t* name,
                                   const std::wstring& text) {
   return Set(key, name, REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
@@ -30,9 +16,9 @@ uint32_t RegistryChanges::Set(const std::wstring& key, const wchar_t* name, DWOR
                               const void* data, size_t size) {
   // The outermost first, so that taking them back in reverse finds each one empty.
   for (size_t end = key.find(L'\\'); end != std::wstring::npos; end = key.find(L'\\', end + 1)) {
-    if (!KeyExists(key.substr(0, end))) made_.push_back(key.substr(0, end));
+    if (!MachineKeyExists(key.substr(0, end))) made_.push_back(key.substr(0, end));
   }
-  if (!KeyExists(key)) made_.push_back(key);
+  if (!MachineKeyExists(key)) made_.push_back(key);
 
   Saved saved{.key = key, .name = name};
   DWORD length = 0;
@@ -63,6 +49,16 @@ uint32_t RegistryChanges::TakeBack() {
   saved_.clear();
   made_.clear();
   return first;
+}
+
+bool MachineKeyExists(const std::wstring& key) {
+  HKEY opened = nullptr;
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), /*options=*/0, KEY_QUERY_VALUE, &opened) !=
+      ERROR_SUCCESS) {
+    return false;
+  }
+  RegCloseKey(opened);
+  return true;
 }
 
 std::wstring ReadMachineText(const std::wstring& key, const wchar_t* name) {

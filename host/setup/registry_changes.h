@@ -32,6 +32,9 @@ class RegistryChanges {
   std::vector<std::wstring> made_;  // Keys that were not there.
 };
 
+// Whether HKEY_LOCAL_MACHINE has that key.
+bool MachineKeyExists(const std::wstring& key);
+
 // A text of HKEY_LOCAL_MACHINE; empty where there is none.
 std::wstring ReadMachineText(const std::wstring& key, const wchar_t* name);
 

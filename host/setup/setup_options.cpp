@@ -45,7 +45,7 @@ bool ReadServer(std::wstring& server, std::wstring& problem) {
   }
   const std::wstring rest = server.substr(server.find(L"//"));
   const auto address = link::ParseServerAddress((secure ? L"wss:" : L"ws:") + rest, L"/");
-  const bool plain = rest.find_first_of(L" \t\"<>\\") == std::wstring::npos;
+  const bool plain = rest.find_first_of(L" \t\"<>\\?#") == std::wstring::npos;
   if (!address || address->path != L"/" || !plain) {
     problem = L"/server takes https://HOST[:PORT], without a path, a user or a query";
     return false;

@@ -18,34 +18,9 @@
 namespace host::setup {
 namespace {
 
-constexpr const wchar_t* kProfilesKey =
-    L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
 // What the module packs and runs in, in the temporary folders, as far as the service was killed.
 constexpr const wchar_t* kTemporary[] = {L"\\Tessaro.{899B55B7-2737-4C6E-AE15-51B2D361C85E}",
                                          L"\\Tessaro.{013D0CD6-1A80-4332-AC26-D4538ABF0971}"};
-
-std::wstring Expanded(const std::wstring& text) {
-  std::wstring expanded(ExpandEnvironmentStringsW(text.c_str(), nullptr, 0), L'\0');
-  if (expanded.empty()) return text;
-  ExpandEnvironmentStringsW(text.c_str(), expanded.data(), static_cast<DWORD>(expanded.size()));
-  expanded.pop_back();
-  return expanded;
-}
-
-std::vector<std::wstring> SubKeys(HKEY root, const wchar_t* key) {
-  std::vector<std::wstring> names;
-  HKEY opened = nullptr;
-  if (RegOpenKeyExW(root, key, /*options=*/0, KEY_ENUMERATE_SUB_KEYS, &opened) != ERROR_SUCCESS)
-    return names;
-  wchar_t name[256];
-  for (DWORD index = 0, size = 256; RegEnumKeyExW(opened, index, name, &size, nullptr, nullptr,
-                                                  nullptr, nullptr) == ERROR_SUCCESS;
-       ++index, size = 256) {
-    names.emplace_back(name);
-  }
-  RegCloseKey(opened);
-  return names;
-}
 
 class Remover {
  public:
@@ -62,7 +37,7 @@ class Remover {
     if (!RemoveService()) return ExitCode::kNotAllRemoved;
     if (!EndProgramsIn(found_.programs, log_)) return ExitCode::kNotAllRemoved;
     if (found_.present) RemovePrograms();
-    RemoveTracesOfUsers();
+    RemoveTracesOfUser();
     if (options_.keep_data) {
       log_.Tell(found_.data + L" stays, with the machine's identity, its key and its history");
     } else {
@@ -100,7 +75,7 @@ class Remover {
   }
 
   void RemovePrograms() {
-    for (const wchar_t* rest : {L".new", L".old"})
+    for (const wchar_t* rest : {kFreshSuffix, kOldSuffix})
       Check(found_.programs + rest, RemoveFolder(found_.programs + rest));
     const std::wstring own = ProgramPath();
     remove_own_folder_ =
@@ -127,8 +102,9 @@ class Remover {
   }
 
   void RemoveData() {
-    for (const wchar_t* part :
-         {L"\\config", L"\\config.new", L"\\config.old", L"\\worker", L"\\data"}) {
+    const std::wstring config = L"\\config";
+    for (const std::wstring& part : {config, config + kFreshSuffix, config + kOldSuffix,
+                                     std::wstring(L"\\worker"), std::wstring(L"\\data")}) {
       Check(found_.data + part, RemoveFolder(found_.data + part));
     }
     // Somebody may have put something else there.
@@ -136,29 +112,18 @@ class Remover {
       log_.Tell(found_.data + L" stays: there is something in it that is not ours");
     std::wstring temporary(MAX_PATH + 1, L'\0');
     temporary.resize(GetTempPathW(MAX_PATH + 1, temporary.data()) - 1);
-    for (const std::wstring& folder : {temporary, Expanded(L"%SystemRoot%\\Temp")}) {
+    for (const std::wstring& folder : {temporary, ConfiguredPath(L"", L"%SystemRoot%\\Temp")}) {
       for (const wchar_t* name : kTemporary)
         Check(folder + name, RemoveFolder(folder + name));
     }
   }
 
-  // The settings of those who are signed in, and every user's files.
-  void RemoveTracesOfUsers() {
+  // Of the user who runs this alone: with an administrator's rights nothing is removed from folders
+  // in which others may put links.
+  void RemoveTracesOfUser() {
     Check(L"Settings of the user", RemoveKey(HKEY_CURRENT_USER, kSettingsKey));
-    for (const std::wstring& user : SubKeys(HKEY_USERS, L""))
-      Check(L"Settings of a user", RemoveKey(HKEY_USERS, user + L'\\' + kSettingsKey));
-    std::vector<std::wstring> folders = {Expanded(L"%LOCALAPPDATA%")};
-    for (const std::wstring& user : SubKeys(HKEY_LOCAL_MACHINE, kProfilesKey)) {
-      wchar_t path[MAX_PATH + 1] = {};
-      DWORD size = sizeof(path);
-      const std::wstring key = std::wstring(kProfilesKey) + L'\\' + user;
-      if (RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"ProfileImagePath", RRF_RT_REG_SZ,
-                       /*type=*/nullptr, path, &size) == ERROR_SUCCESS) {
-        folders.push_back(std::wstring(path) + L"\\AppData\\Local");
-      }
-    }
-    for (const std::wstring& folder : folders)
-      Check(folder + L"\\Tessaro", RemoveFolder(folder + L"\\Tessaro"));
+    const std::wstring folder = ConfiguredPath(L"", L"%LOCALAPPDATA%\\Tessaro");
+    Check(folder, RemoveFolder(folder));
   }
 
   void RemoveRegistry() {
@@ -175,7 +140,7 @@ class Remover {
   // A program that runs cannot delete itself. A command processor tries until it has ended.
   bool RemoveOwnFolder() {
     const std::wstring own = ProgramPath();
-    const std::wstring system = Expanded(L"%SystemRoot%\\System32");
+    const std::wstring system = ConfiguredPath(L"", L"%SystemRoot%\\System32");
     // The pause between two tries is a second of waiting for an answer of this machine itself.
     std::wstring command = L"\"" + system +
                            L"\\cmd.exe\" /d /c for /l %i in (1,1,60) do (del /f /q \"" + own +

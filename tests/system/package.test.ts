@@ -1,5 +1,6 @@
 import { execFileSync } from "node:child_process";
 import { appendFileSync, readFileSync, renameSync, truncateSync, writeFileSync } from "node:fs";
+import { userInfo } from "node:os";
 import { join } from "node:path";
 import { afterAll, beforeAll, expect, test } from "vitest";
 import { BareMachine, type Outcome } from "../support/bare_machine.ts";
@@ -96,11 +97,19 @@ test("the package installs, upgrades in place, and is removed without a trace", 
   await machine.run("cmd", "/c", "del", "C:\\held");
   await holder;
 
+  // The window of a user who is signed in is asked to quit.
+  const console = machine.run("C:\\Program Files\\Tessaro\\TsrConsole.exe", "/tray");
+  const traces = `users/${userInfo().username}/AppData/Local/Tessaro`;
+  await expect.poll(() => machine.exists(traces), { timeout: 60_000 }).toBe(true);
+
   // An upgrade keeps who the machine is, what happened on it and what was changed by hand.
   const configuration = machine.file(`${data}/config/TsrSecurityService.exe.xml`);
   appendFileSync(configuration, "<!-- by hand -->\n");
   await machine.run("reg", "add", uninstallKey, "/v", "DisplayVersion", "/d", "0.9.0", "/f");
-  expect(await succeeds(command("install.cmd"))).toContain("Upgrading version 0.9.0");
+  const upgrade = await succeeds(command("install.cmd"));
+  expect(upgrade).toContain("Upgrading version 0.9.0");
+  expect(upgrade).toContain("TsrConsole.exe has quit");
+  await console;
   expect(await connects()).toBe(id);
   await usesShell();
   expect(await historySize(id)).toBeGreaterThan(records);
