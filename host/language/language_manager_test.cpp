@@ -53,7 +53,7 @@ TEST(LanguageManager, ReadsFilesStrictlyAndFallsBackToEnglish) {
   EXPECT_EQ(Translated(manager, L"May"), L"1168untouched");
   std::wstring all;
   for (const auto& [code, name] : manager.GetLanguages())
-    all += code + L" " + name + L"; ";
+    all.append(code).append(L" ").append(name).append(L"; ");
   EXPECT_EQ(all, L"de Deutsch; en English; nl nl; ");
 }
 
