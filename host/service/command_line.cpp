@@ -20,19 +20,30 @@ struct NamedVerb {
 constexpr NamedVerb kVerbs[] = {
     {L"/process", CommandLine::Verb::kRun},     {L"/stop", CommandLine::Verb::kStop},
     {L"/install", CommandLine::Verb::kInstall}, {L"/uninstall", CommandLine::Verb::kUninstall},
-    {L"/service", CommandLine::Verb::kService},
+    {L"/service", CommandLine::Verb::kService}, {L"/help", CommandLine::Verb::kHelp},
+    {L"/?", CommandLine::Verb::kHelp},          {L"--help", CommandLine::Verb::kHelp},
 };
 
 }  // namespace
 
 const wchar_t* const kUsage =
-    L"usage: TsrSecurityService /process   [/config FILE]   runs the host in the foreground\n"
-    L"       TsrSecurityService /stop      [/config FILE]   stops the host that FILE describes\n"
+    L"TsrSecurityService runs the plug-ins of a configuration as one process of the agent.\n"
+    L"\n"
+    L"usage: TsrSecurityService /process   [/config FILE]   runs the host in the foreground, "
+    L"until\n"
+    L"                                                      Ctrl-C or /stop\n"
+    L"       TsrSecurityService /stop      [/config FILE]   stops the host that FILE describes "
+    L"and\n"
+    L"                                                      waits for its end\n"
     L"       TsrSecurityService /install   [/config FILE]   makes a Windows service of it\n"
     L"       TsrSecurityService /uninstall [/config FILE]   stops and removes that service\n"
-    L"FILE is looked up in the folder that ORN_TSR_CONFIG names, then beside the program, unless "
-    L"it "
-    L"is a path; at first it is the program's name with \".xml\".";
+    L"       TsrSecurityService /help                       tells this\n"
+    L"\n"
+    L"FILE is looked up in the folder that ORN_TSR_CONFIG names, then beside the program, unless\n"
+    L"it is a path; at first it is the program's name with \".xml\".\n"
+    L"\n"
+    L"exit codes: 0 done, or stopped in order; 1 failed, with the reason on the standard error\n"
+    L"stream and in the log.";
 
 std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arguments) {
   std::optional<CommandLine::Verb> verb;

@@ -12,6 +12,7 @@ struct CommandLine {
     kInstall,    // /install: makes a Windows service of it
     kUninstall,  // /uninstall: stops and removes that service
     kService,    // /service: runs the host as a service; Windows' service manager says so
+    kHelp,       // /help: tells how the program is used
   };
   Verb verb = Verb::kRun;
   bool restricted = false;  // /restricted: the process has its low rights already (low_rights.h).
@@ -23,7 +24,7 @@ struct CommandLine {
 // ".xml". Nothing for anything else.
 std::optional<CommandLine> ParseCommandLine(int count, const wchar_t* const* arguments);
 
-// How the program is used, for the person who got it wrong.
+// How the program is used.
 extern const wchar_t* const kUsage;
 
 }  // namespace host

@@ -52,6 +52,10 @@ int wmain(int count, wchar_t** arguments) {
     host::ReportError(host::kUsage);
     return 1;
   }
+  if (command_line->verb == host::CommandLine::Verb::kHelp) {
+    host::ReportProgress(host::kUsage);
+    return 0;
+  }
   static host::Configuration configuration;
   host::ConfigurationProblem problem;
   if (!host::ReadConfiguration(command_line->configuration, configuration, problem)) {
@@ -75,6 +79,7 @@ int wmain(int count, wchar_t** arguments) {
     case host::CommandLine::Verb::kService:
       return Tell(configuration, host::WindowsService::Run(configuration), L"",
                   L" is run by Windows alone: ");
+    case host::CommandLine::Verb::kHelp:
     case host::CommandLine::Verb::kRun:
       break;
   }
