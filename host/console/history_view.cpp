@@ -16,7 +16,7 @@ using history::HistoryRecord;
 
 constexpr const wchar_t* kFunction = L"host::console::HistoryView";
 // A window asks for a line at a time.
-constexpr size_t kBlock = 256;
+constexpr size_t kBlock = 64;
 
 orn::UniqueHandle AutoResetEvent() {
   return orn::UniqueHandle(CreateEventW(/*security=*/nullptr, /*manualReset=*/FALSE,

@@ -72,6 +72,20 @@ TEST(TasksManager, ShowsWhatTheProvidersAnswer) {
     EXPECT_EQ(manager.GetTasks().size(), 2u);
   }
   {
+    // Providers may tell in any order.
+    provider.truth = {MakeTask(L"c"), MakeTask(L"a")};
+    manager.AddTask(MakeTask(L"a"), 0);
+    told.Acquire();
+    provider.gate.Release();
+    provider.asked.Acquire();
+    provider.gate.Release();
+    told.Acquire();
+    EXPECT_STREQ(manager.GetTasks()[0].id.c_str(), L"a");
+    manager.AddTask(MakeTask(L"a"), 0);
+    told.Acquire();
+    provider.asked.Acquire();
+  }
+  {
     // What no provider confirms goes.
     manager.AddTask(MakeTask(L"ghost"), 0);
     told.Acquire();

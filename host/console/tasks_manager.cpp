@@ -118,11 +118,21 @@ void TasksManager::Run() {
     refresh_ = false;
     Entries answers;
     if (!AskLocked(lock, answers)) continue;
+    KeepOrderLocked(answers);
     entries_ = std::move(answers);
     lock.unlock();
     asked_();
     lock.lock();
   }
+}
+
+void TasksManager::KeepOrderLocked(Entries& answers) const {
+  const auto place = [this](const Entry& answer) {
+    return std::ranges::find_if(
+               entries_, [&](const Entry& entry) { return entry.task.id == answer.task.id; }) -
+           entries_.begin();
+  };
+  std::ranges::stable_sort(answers, {}, place);
 }
 
 bool TasksManager::AskLocked(Lock& lock, Entries& answers) {

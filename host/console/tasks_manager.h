@@ -48,7 +48,7 @@ class TasksManager final : public IOrnBaseInterface, public ::Console::Tasks::IM
   // null; 1168 where there is no such provider.
   uint32_t UnregisterProvider(const wchar_t* name) override;
 
-  // In the order in which the providers give them.
+  // In the order in which they came.
   std::vector<::Console::Tasks::Task> GetTasks();
   // Has the providers asked, soon.
   void Refresh();
@@ -63,6 +63,8 @@ class TasksManager final : public IOrnBaseInterface, public ::Console::Tasks::IM
   Entries::iterator FindLocked(const orn::StringT<wchar_t>& id);
   void ChangedLocked();
   void Run();
+  // Those that are known already stay where they are.
+  void KeepOrderLocked(Entries& answers) const;
   // Leaves the lock during calls. False where something changed meanwhile, so that the answers may
   // be old.
   bool AskLocked(Lock& lock, Entries& answers);
