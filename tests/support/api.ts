@@ -8,6 +8,13 @@ export interface Machine {
   sessions: number;
 }
 
+export interface HistoryRecord {
+  sequence: number;
+  time: number;
+  feature: string;
+  values: Record<string, string>;
+}
+
 export interface RpcAnswer {
   result: number;
   code: number;
@@ -70,6 +77,16 @@ export class Api {
     });
     if (!response.ok) throw new Error(`rpc ${method}: ${response.status}`);
     return (await response.json()) as RpcAnswer;
+  }
+
+  // The newest records of the machine's own history, newest first.
+  async history(): Promise<HistoryRecord[]> {
+    const { id } = await this.machine();
+    const response = await fetch(`${this.address}/api/machines/${id}/history`, {
+      headers: this.headers,
+    });
+    if (!response.ok) throw new Error(`history: ${response.status}`);
+    return ((await response.json()) as { records: HistoryRecord[] }).records;
   }
 
   async shell(options: ShellOptions = {}): Promise<Shell> {

@@ -1,0 +1,86 @@
+import { type ChildProcess, spawn } from "node:child_process";
+import { createInterface } from "node:readline";
+
+export interface View {
+  service: boolean;
+  sessions: { id: string; name: string; description: string }[];
+  banner: { sessions: { startTimestamp: number }[] };
+  history: {
+    size: number;
+    newest?: { sequence: number; time: number; title: string; details: string };
+  };
+  language: string;
+}
+
+// The program of the person at the first machine of the run whose data folder is `data`.
+function start(data: string, args: string[]): ChildProcess {
+  const machine = `${data}/machine-1`;
+  const configuration = `Z:${machine}/TsrConsole.exe.xml`.replaceAll("/", "\\");
+  const program = `${process.cwd()}/build/release/bin/TsrConsole.exe`;
+  return spawn("cmake/wine-run", [program, ...args, "/config", configuration], {
+    env: { ...process.env, WINEPREFIX: `${machine}/prefix` },
+    stdio: ["ignore", "pipe", "ignore"],
+  });
+}
+
+// What the window would show, as it changes.
+export class Console {
+  readonly views: View[] = [];
+  private readonly ended: Promise<void>;
+  private wake: () => void = () => {};
+
+  private constructor(private readonly child: ChildProcess) {
+    if (!child.stdout) throw new Error("no output");
+    const lines = createInterface(child.stdout);
+    lines.on("line", (line) => {
+      this.views.push(JSON.parse(line) as View);
+      this.wake();
+    });
+    this.ended = new Promise((done) => {
+      child.once("exit", () => {
+        done();
+        this.wake();
+      });
+    });
+  }
+
+  static open(data: string, language = "en"): Console {
+    return new Console(start(data, ["/watch", "/language", language]));
+  }
+
+  // The first view that fits, of the one that is shown now and those that come.
+  async see(fits: (view: View) => boolean): Promise<View> {
+    for (let next = Math.max(0, this.views.length - 1); ; ) {
+      for (; next < this.views.length; next++) {
+        const view = this.views[next];
+        if (view && fits(view)) return view;
+      }
+      if (this.child.exitCode !== null) {
+        throw new Error(`it has ended; last: ${JSON.stringify(this.views.at(-1))}`);
+      }
+      await new Promise<void>((more) => {
+        const others = this.wake;
+        this.wake = () => {
+          others();
+          more();
+        };
+      });
+    }
+  }
+
+  async close(): Promise<void> {
+    if (this.child.exitCode === null) this.child.kill("SIGTERM");
+    await this.ended;
+  }
+}
+
+// Whether the machine's history is as it was written, and what is said of it.
+export async function verifyHistory(data: string): Promise<{ code: number | null; text: string }> {
+  const child = start(data, ["/verify-history"]);
+  let text = "";
+  child.stdout?.on("data", (chunk: Buffer) => {
+    text += chunk.toString();
+  });
+  const code = await new Promise<number | null>((done) => child.once("close", done));
+  return { code, text };
+}
