@@ -33,6 +33,10 @@ bool ParseStrictly(std::string_view text, Json::Value& value) {
   }
 }
 
+bool IsText(const Json::Value& value) {
+  return value.isString() && value.asString().size() <= LanguageFile::kMostCharacters;
+}
+
 // Calls `use(name, text)` for the members of `object` that are texts.
 template <class Use>
 void ForEachText(const Json::Value& object, size_t& ignored, Use use) {
@@ -41,10 +45,7 @@ void ForEachText(const Json::Value& object, size_t& ignored, Use use) {
     return;
   }
   for (auto member = object.begin(); member != object.end(); ++member) {
-    if (!member->isString() || member->asString().size() > LanguageFile::kMostCharacters ||
-        !use(member.name(), WideText(member->asString()))) {
-      ++ignored;
-    }
+    if (!IsText(*member) || !use(member.name(), WideText(member->asString()))) ++ignored;
   }
 }
 
@@ -66,7 +67,7 @@ uint32_t ParseLanguageFile(std::string_view bytes, LanguageFile& language) {
   for (auto member = root.begin(); member != root.end(); ++member) {
     const std::string key = member.name();
     if (key == "name") {
-      if (member->isString()) {
+      if (IsText(*member)) {
         result.name = WideText(member->asString());
       } else {
         ++result.ignored;

@@ -57,26 +57,5 @@ TEST(LanguageManager, ReadsFilesStrictlyAndFallsBackToEnglish) {
   EXPECT_EQ(all, L"de Deutsch; en English; nl nl; ");
 }
 
-TEST(LanguageManager, BeginsWithTheLanguageOfTheUser) {
-  // A user's part of the registry for this process alone.
-  HKEY key = nullptr;
-  const wchar_t* const path = L"Software\\Tessaro\\LanguageManagerTest";
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, path, 0, nullptr, REG_OPTION_NON_VOLATILE,
-                            KEY_ALL_ACCESS, nullptr, &key, nullptr),
-            ERROR_SUCCESS);
-  ASSERT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, key), ERROR_SUCCESS);
-  const wchar_t language[] = L"fr-CA";
-  EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\Tessaro\\Console", L"language", REG_SZ,
-                            language, sizeof(language)),
-            ERROR_SUCCESS);
-  LanguageManager manager;
-  EXPECT_EQ(manager.Start(), 0);
-  EXPECT_EQ(Translated(manager, L"Feb"), L"f\u00E9vr.");
-  RegDeleteTreeW(HKEY_CURRENT_USER, L"Software");
-  RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-  RegCloseKey(key);
-  RegDeleteKeyW(HKEY_CURRENT_USER, path);
-}
-
 }  // namespace
 }  // namespace host

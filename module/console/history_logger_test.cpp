@@ -76,24 +76,5 @@ TEST_F(HistoryLoggerTest, EndsAreRecordedAsToldAndWhatIsOpenWithTheStop) {
   EXPECT_EQ(records[5].start_timestamp, 50);
 }
 
-TEST(OnEndTerminalSession, TakesOnlyWholeRecordsOfItsOwn) {
-  OnEndTerminalSession event, copy;
-  event.Encode();
-  event.start_timestamp = -5'000'000'000;
-  ASSERT_TRUE(event.Encode());
-  ASSERT_TRUE(copy.Decode(L"RemoteAccess", event));
-  EXPECT_EQ(copy.start_timestamp, -5'000'000'000);
-  EXPECT_FALSE(copy.Decode(L"remoteaccess", event));
-  for (const int32_t key : {0, 1, 2, 3}) {
-    IHistory::Event::Data data = event;
-    *data.values.Find(key) = L"x";
-    EXPECT_FALSE(copy.Decode(L"RemoteAccess", data)) << key;
-    data.values.Remove(key);
-    EXPECT_FALSE(copy.Decode(L"RemoteAccess", data)) << key;
-  }
-  *event.values.Find(0) = L"1";
-  EXPECT_FALSE(copy.Decode(L"RemoteAccess", event));
-}
-
 }  // namespace
 }  // namespace orn::RemoteAccess::Console

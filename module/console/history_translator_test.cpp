@@ -37,8 +37,15 @@ TEST(HistoryTranslator, PutsRecordsIntoTheWordsOfTheLanguageInWhichTheyAreRead) 
   EXPECT_EQ(words.details, L"Sitzungsbeginn: 3 Mai, 09:05. Sitzungsende: ");
   EXPECT_EQ(Write(words.extra), R"({"featureName":"Remoteshell-Verbindung"})");
   EXPECT_EQ(translator.Translate(L"History", event, words), 1627u);
-  event.values.Remove(3);
+  *event.values.Find(0) = L"1";
   EXPECT_EQ(translator.Translate(L"RemoteAccess", event, words), 1627u);
+  for (const int32_t key : {0, 1, 2, 3}) {
+    event.Encode();
+    *event.values.Find(key) = L"x";
+    EXPECT_EQ(translator.Translate(L"RemoteAccess", event, words), 1627u) << key;
+    event.values.Remove(key);
+    EXPECT_EQ(translator.Translate(L"RemoteAccess", event, words), 1627u) << key;
+  }
 }
 
 TEST(ConsoleTexts, AreEmptyForWhatIsNoTimeOrNoPattern) {
