@@ -14,6 +14,9 @@ if personality=$(cat /proc/self/personality 2>/dev/null) && ((!(0x$personality &
   exec setarch -R "$BASH" "$0" "$@"
 fi
 
+# Windows programs read it in a form of their own: with the one of Unix their local times are wrong.
+unset TZ
+
 export WINEDEBUG=${WINEDEBUG:--all}
 # No menu entries on the desktop, no debugger that waits for a crashed program, no .NET, no browser.
 export WINEDLLOVERRIDES='winemenubuilder.exe,winedbg.exe=d;mscoree,mshtml='
