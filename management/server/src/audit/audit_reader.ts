@@ -26,7 +26,7 @@ export interface AuditPage {
 
 /** Looks from the newest entry back: in the file that is written, then in those that were set aside. */
 export async function readAudit(path: string, query: AuditQuery): Promise<AuditPage> {
-  const texts = textsOf(query);
+  const mayBeWanted = lineFilter(query);
   const entries: AuditEntry[] = [];
   // A line that stands twice, as where a file was set aside while it was read, counts once.
   let below = query.before ?? Number.POSITIVE_INFINITY;
@@ -35,7 +35,7 @@ export async function readAudit(path: string, query: AuditQuery): Promise<AuditP
     for (const line of lines) {
       const seq = seqOf(line);
       // Most lines need not be understood to know that they are not wanted.
-      if (!(seq < below) || !texts.every((text) => line.includes(text))) continue;
+      if (!(seq < below) || !mayBeWanted(line)) continue;
       const entry = parseEntry(line);
       if (!entry) continue;
       below = seq;
@@ -109,12 +109,15 @@ function parseEntry(line: string): AuditEntry | undefined {
   }
 }
 
-/** What stands in the line of each entry that is wanted. */
-function textsOf({ machine, who, failed }: AuditQuery): string[] {
+/** Tells lines that cannot be of an entry that is wanted, by what would stand in them. */
+function lineFilter({ machine, who, actions = [], failed }: AuditQuery): (line: string) => boolean {
   const texts = failed ? ['"ok":false'] : [];
   if (machine !== undefined) texts.push(`"machine":${JSON.stringify(machine)}`);
   if (who !== undefined) texts.push(`"who":${JSON.stringify(who)}`);
-  return texts;
+  const any = actions.map((action) => `"action":"${action}"`);
+  return (line) =>
+    texts.every((text) => line.includes(text)) &&
+    (any.length === 0 || any.some((text) => line.includes(text)));
 }
 
 function isWanted(entry: AuditEntry, { machine, who, actions = [], failed }: AuditQuery): boolean {
