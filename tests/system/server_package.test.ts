@@ -1,5 +1,5 @@
 import { type ChildProcess, execFileSync, spawn, spawnSync } from "node:child_process";
-import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { existsSync, mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { createInterface } from "node:readline";
@@ -49,12 +49,7 @@ test("the packed server is installed without a network, serves the page and stop
   expect(audit.at(-1)).toContain("serverStop");
 
   const installed = join(dir, "lib/node_modules/remote-access-server");
-  const { dependencies } = JSON.parse(readFileSync(join(installed, "package.json"), "utf8"));
-  for (const [name, exact] of Object.entries(dependencies)) {
-    expect(existsSync(join(installed, `licences/${name.replace("/", "-")}-${exact}.txt`))).toBe(
-      true,
-    );
-  }
+  expect(readdirSync(join(installed, "licences")).join()).toMatch(/fastify-5.*preact-11.*zod-4/);
   if (!existsSync("/usr/bin/systemd-analyze")) return;
   const unit = readFileSync(join(installed, "packaging/remote-access-server.service"), "utf8");
   const here = unit.replace("ExecStart=", `ExecStart=${join(dir, "bin")}/`);

@@ -84,8 +84,6 @@ test("every action of an administrator is in the audit log with who, from where 
 
   expect(await auditOf(server, `&machine=${id}&failed`)).toHaveLength(5);
   expect(await auditOf(server, "&who=nobody&action=refused&action=signIn")).toHaveLength(1);
-  const last = await (await server.fetch("/api/audit?limit=1&before=3")).json();
-  expect(last).toMatchObject({ entries: [{ seq: 2 }], next: 2 });
   for (const query of [
     "limit=0",
     "limit=501",
