@@ -60,6 +60,6 @@ test("the audit log shows everybody's actions with their results, filtered and b
   await page.getByText("There is no such entry.").waitFor();
   await page.reload();
   await row("Lost109").getByRole("button", { name: "Token" }).click();
-  await page.getByRole("button", { name: "Show what everybody did" }).waitFor();
+  await page.getByTitle("Show what everybody did").waitFor();
   expect(await page.getByRole("row").filter({ hasText: "Page " }).count()).toBe(0);
 });

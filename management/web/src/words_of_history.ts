@@ -1,7 +1,6 @@
 import { type Json, member, text } from "./api/json";
 import type { HistoryRecord } from "./records/history";
 import { moment } from "./words";
-import { duration } from "./words_of_sizes";
 
 export interface HistoryWords {
   title: string;
@@ -30,8 +29,7 @@ export function describeRecord({ feature, values }: HistoryRecord): HistoryWords
 function describeSession(values: Json): HistoryWords {
   const title = "Administrator ended a remote shell connection";
   const [start, end] = [text(values, "2"), text(values, "3")].map(timeOf);
-  const lasted = start && end && end >= start ? ` ${duration((end - start) * 1000)}.` : "";
-  const details = `Session Started: ${dateOf(start)}. Session Ended: ${dateOf(end)}.${lasted}`;
+  const details = `Session Started: ${dateOf(start)}. Session Ended: ${dateOf(end)}.`;
   return { title, details, tone: "calm" };
 }
 
