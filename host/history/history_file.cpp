@@ -40,6 +40,8 @@ int CheckKind(sqlite3* database, bool& empty) {
   uint64_t application = 0;
   uint64_t version = 0;
   uint64_t objects = 0;
+  // All three of the same state: the agent may be making the file.
+  const SqliteTransaction transaction(database);
   int result = ReadSqliteNumber(database, "PRAGMA application_id", application);
   if (result == SQLITE_OK) result = ReadSqliteNumber(database, "PRAGMA user_version", version);
   if (result == SQLITE_OK) {

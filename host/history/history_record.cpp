@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 #include <map>
+#include <span>
 #include <type_traits>
 
 #include "module/frame/scope_guard.h"
@@ -22,7 +23,8 @@ void Put(std::string& bytes, Number number) {
 
 void PutText(std::string& bytes, std::wstring_view text) {
   Put(bytes, static_cast<uint32_t>(text.size()));
-  bytes.append(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
+  const auto units = std::as_bytes(std::span(text));
+  bytes.append(reinterpret_cast<const char*>(units.data()), units.size());
 }
 
 class Parser {

@@ -26,18 +26,15 @@ inline IHistory::Event::Data DataOf(std::wstring_view value) {
 
 class HistoryTest : public testing::Test {
  protected:
-  ~HistoryTest() override {
-    RemoveAnchor(path_);
-    RemoveAnchor(AsidePath());
-  }
+  ~HistoryTest() override { RemoveAnchor(path_); }
 
   // A run of the agent that adds records "1", "2", ...
-  void Fill(int count, bool orderly = true) const {
+  void Fill(int count) const {
     HistoryStore store(path_);
     EXPECT_EQ(store.Open(), 0u);
     for (int i = 1; i <= count; ++i)
       EXPECT_EQ(store.Add(DataOf(std::to_wstring(i)), L"Test"), 0u);
-    if (orderly) store.Close();
+    store.Close();
   }
   // "sequence feature value" of each, the newest first; of own ones the event in the value's place.
   Texts Read(int64_t first = 0, size_t count = 1000) const {
@@ -47,41 +44,24 @@ class HistoryTest : public testing::Test {
     Texts texts;
     for (const HistoryRecord& record : records) {
       const auto* const value = record.data.values.Find(record.feature == kOwnFeature ? 0 : 2);
-      texts.push_back(std::to_string(record.sequence) + ' ' + orn::ToUtf8(record.feature).c_str() +
-                      ' ' + orn::ToUtf8(value->view()).c_str());
+      const std::wstring text = record.feature + L' ' + value->c_str();
+      texts.push_back(std::to_string(record.sequence) + ' ' + orn::ToUtf8(text).c_str());
     }
     return texts;
   }
   static std::string Verify(const std::wstring& path) {
     const Verification found = VerifyHistory(path);
-    switch (found.finding) {
-      case Verification::Finding::kIntact:
-        return std::to_string(found.records) + (found.anchored ? " intact" : " without anchor");
-      case Verification::Finding::kChanged:
-        return "changed " + std::to_string(found.first_bad);
-      case Verification::Finding::kRemoved:
-        return "removed " + std::to_string(found.first_bad);
-      case Verification::Finding::kUnreadable:
-        return "unreadable " + std::to_string(found.status);
-    }
-    return {};
+    const char* const words[] = {"intact", "changed", "removed", "unreadable"};
+    const int64_t numbers[] = {found.records, found.first_bad, found.first_bad, found.status};
+    const auto finding = static_cast<size_t>(found.finding);
+    return words[finding] + (' ' + std::to_string(numbers[finding]));
   }
-  std::string Verify() const { return Verify(path_); }
   // What somebody with a tool does to the file.
   void Tamper(const std::string& sql) const {
     sqlite3* database = nullptr;
     ASSERT_EQ(sqlite3_open(orn::ToUtf8(path_).c_str(), &database), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
-        << sqlite3_errmsg(database);
+    EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(database);
-  }
-  // The store that was set aside; empty where there is none.
-  std::wstring AsidePath() const {
-    WIN32_FIND_DATAW found = {};
-    const HANDLE search = FindFirstFileW((path_ + L".damaged-*Z").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return {};
-    FindClose(search);
-    return folder_ / found.cFileName;
   }
 
   TestFolder folder_;
