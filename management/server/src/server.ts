@@ -74,15 +74,18 @@ export async function startServer(
 
   const registry = new Registry(options.dataDir, limits, log);
   const access = new Access(options.token, join(options.dataDir, "sessions.json"), onWriteError);
+  const metrics = new Metrics();
   const audit = await AuditLog.open({
     path: join(options.dataDir, "audit.log"),
     ...options.audit,
     underWayMs: limits.underWayMs,
-    onError: (error) => log.error({ err: error }, "the audit log has a problem"),
+    onError(error) {
+      metrics.count("remote_access_audit_errors_total");
+      log.error({ err: error }, "the audit log has a problem");
+    },
   });
   const attempts = new RefusedAttempts(audit);
   const addresses = new ClientAddresses(options.trustedProxies);
-  const metrics = new Metrics();
   const storage = new Storage(join(options.dataDir, "storage"), options.profiles);
   const context: ApiContext = { access, addresses, attempts, audit, metrics, registry };
   const admission = new Admission(options.enrolmentKey, registry, metrics, log);

@@ -8,6 +8,8 @@ const counters = {
   remote_access_storage_received_bytes_total: "Bytes of files that came into the storage.",
   remote_access_storage_sent_bytes_total: "Bytes of files that went out of the storage.",
   remote_access_agents_refused_total: "Agents refused for a wrong enrolment key.",
+  remote_access_audit_errors_total:
+    "Attempts to write the audit log that failed; they are repeated.",
   remote_access_sign_ins_refused_total: "Sign-ins with a wrong token.",
 } as const;
 
