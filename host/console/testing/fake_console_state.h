@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <ctime>
+#include <cwchar>
 #include <map>
 #include <mutex>
 #include <string>
@@ -41,9 +43,9 @@ class FakeConsoleState final : public IConsoleState {
     std::vector<HistoryLine> lines;
     for (size_t row = first; row < std::min(first + count, history_size_); ++row) {
       const auto sequence = static_cast<int64_t>(history_size_ - row);
-      lines.push_back({sequence, kFirstTime + sequence * 600,
-                       TextLocked(L"Administrator ended a remote shell connection"),
-                       DetailsLocked(sequence)});
+      const int64_t time = kFirstTime + sequence * 5417;
+      lines.push_back({sequence, time, TextLocked(L"Administrator ended a remote shell connection"),
+                       DetailsLocked(time)});
     }
     lines_read_ += lines.size();
     return lines;
@@ -94,7 +96,7 @@ class FakeConsoleState final : public IConsoleState {
   }
 
  private:
-  static constexpr int64_t kFirstTime = 1'700'000'000;
+  static constexpr int64_t kFirstTime = 1'236'050'000;
 
   std::wstring TextLocked(const std::wstring& english) const {
     const auto texts = texts_.find(language_);
@@ -103,14 +105,20 @@ class FakeConsoleState final : public IConsoleState {
     return text == texts->second.end() ? english : text->second;
   }
 
-  std::wstring DetailsLocked(int64_t sequence) const {
+  std::wstring DateLocked(time_t time) const {
+    constexpr const wchar_t* kMonths[] = {L"Jan",  L"Feb", L"Mar",  L"Apr", L"May", L"June",
+                                          L"July", L"Aug", L"Sept", L"Oct", L"Nov", L"Dec"};
+    const tm* date = gmtime(&time);
+    wchar_t text[40];
+    swprintf(text, 40, L"%d %ls, %02d:%02d", date->tm_mday,
+             TextLocked(kMonths[date->tm_mon]).c_str(), date->tm_hour, date->tm_min);
+    return text;
+  }
+  std::wstring DetailsLocked(int64_t end) const {
     std::wstring details = TextLocked(L"Session Started: [%1]. Session Ended: [%2]");
-    const std::wstring clock = L" 3, 09:" + std::to_wstring(10 + sequence % 40);
-    for (const wchar_t* place : {L"[%1]", L"[%2]"}) {
-      const size_t found = details.find(place);
-      if (found != std::wstring::npos) details.replace(found, 4, TextLocked(L"May") + clock);
-    }
-    return details;
+    const int64_t start = end - 120 - end % 3000;
+    details.replace(details.find(L"[%1]"), 4, DateLocked(start));
+    return details.replace(details.find(L"[%2]"), 4, DateLocked(end));
   }
 
   std::mutex mutex_;

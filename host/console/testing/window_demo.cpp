@@ -32,7 +32,7 @@ void Apply(FakeConsoleState& state, const std::string& line) {
     sessions.push_back({std::to_wstring(i), state.Translate(L"Remote Shell Connection"),
                         state.Translate(L"Administrator started a remote shell connection") +
                             L". " + state.Translate(L"Session Started:") + L" 3 May, 09:0" +
-                            std::to_wstring(i)});
+                            std::to_wstring(i + 5)});
     starts.push_back(1'777'799'100 + i * 60);
   }
   state.SetSessions(std::move(sessions), std::move(starts));

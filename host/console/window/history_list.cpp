@@ -11,6 +11,7 @@ namespace host::console {
 namespace {
 
 constexpr int kCopyAtOnce = 500;
+constexpr size_t kMeasuredRows = 10;
 
 }  // namespace
 
@@ -48,6 +49,7 @@ void HistoryList::Refresh() {
     }
     SetWindowRedraw(list_, TRUE);
   }
+  Stretch();
   InvalidateRect(list_, /*area=*/nullptr, /*erase=*/TRUE);
 }
 
@@ -106,8 +108,8 @@ std::wstring HistoryList::Cell(const HistoryLine& line, int column) const {
 }
 
 void HistoryList::SizeColumns() {
-  // Any late evening at the end of a year: all its numbers have two digits.
-  constexpr int64_t kWideTime = 1'861'911'000;
+  // 28 December 2028, 22:58:58 UTC: its numbers have two digits nearly everywhere on earth.
+  constexpr int64_t kWideTime = 1'861'657'138;
   const int time = std::max(CellWidth(list_, DescribeTime(kWideTime, Seconds::kShown)),
                             CellWidth(list_, state_.Translate(texts::kTime)));
   int event = CellWidth(list_, state_.Translate(L"Administrator ended a remote shell connection"));
@@ -118,8 +120,15 @@ void HistoryList::SizeColumns() {
 }
 
 void HistoryList::Stretch() {
-  constexpr int kMinimumDetails = 320;
-  FillLastColumn(list_, MulDiv(kMinimumDetails, static_cast<int>(GetDpiForWindow(list_)), 96));
+  constexpr int kMinimumDetails = 240;
+  int details = MulDiv(kMinimumDetails, static_cast<int>(GetDpiForWindow(list_)), 96);
+  // What the newest records need is typical for the others.
+  for (size_t row = 0; row < kMeasuredRows; ++row) {
+    const HistoryLine* line = pages_.Get(row);
+    if (line == nullptr) break;
+    details = std::max(details, CellWidth(list_, line->details));
+  }
+  FillLastColumn(list_, details);
 }
 
 void HistoryList::SelectAll() {

@@ -106,10 +106,10 @@ bool MainWindow::Create(bool start_hidden) {
   ChangeWindowMessageFilterEx(window_, taskbar_created_, MSGFLT_ALLOW, /*status=*/nullptr);
   CreateControls();
   PlaceFirst();
-  tray_ = std::make_unique<TrayIcon>(window_, kTray);
   FillLanguages();
-  state_.SetListener(this);
   Restyle();
+  tray_ = std::make_unique<TrayIcon>(window_, kTray);
+  state_.SetListener(this);
   Refresh();
   if (!start_hidden) {
     ShowForward();
@@ -228,10 +228,17 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       return 0;
     }
     case WM_ACTIVATE:
-      OnActivate(LOWORD(wparam) != WA_INACTIVE);
+      // A minimised window has no use for the focus.
+      if (HIWORD(wparam) == 0) OnActivate(LOWORD(wparam) != WA_INACTIVE);
+      return 0;
+    case WM_NEXTDLGCTL:
+      // What a dialog box would do: Alt with a label's letter asks for the control that follows.
+      SetFocus(LOWORD(lparam) != 0 ? reinterpret_cast<HWND>(wparam)
+                                   : GetNextDlgTabItem(window_, GetFocus(), wparam != 0));
       return 0;
     case WM_DPICHANGED:
-      OnDpiChanged(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
+      Move(window_, *reinterpret_cast<const RECT*>(lparam));
+      Restyle();
       return 0;
     case WM_SYSCOLORCHANGE:
     case WM_THEMECHANGED:
@@ -239,6 +246,7 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       for (const HWND list : {sessions_.window(), history_.window()})
         SendMessageW(list, message, wparam, lparam);
       Restyle();
+      if (message == WM_SETTINGCHANGE) OnSettingChange(reinterpret_cast<const wchar_t*>(lparam));
       return 0;
     case WM_CLOSE:
       Hide();
@@ -359,9 +367,11 @@ void MainWindow::OnActivate(bool active) {
   }
 }
 
-void MainWindow::OnDpiChanged(UINT /*dpi*/, const RECT& suggested) {
-  Move(window_, suggested);
-  Restyle();
+void MainWindow::OnSettingChange(const wchar_t* section) {
+  if (section == nullptr || std::wstring(section) != L"intl") return;
+  // Dates and times have another form.
+  history_.SizeColumns();
+  Refresh();
 }
 
 void MainWindow::OnTaskbarCreated() {
@@ -448,6 +458,7 @@ void MainWindow::Restyle() {
   for (const HWND list : {sessions_.window(), history_.window()})
     ApplySystemColours(list);
   ShowConnection();
+  if (tray_ != nullptr) tray_->Show(view_.connection, banner_);
   Arrange();
   RedrawWindow(window_, /*area=*/nullptr, /*region=*/nullptr,
                RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);

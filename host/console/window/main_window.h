@@ -44,7 +44,7 @@ class MainWindow final : public IConsoleState::IListener {
   void OnContextMenu(HWND control, POINT place);
   void OnTray(UINT event, POINT place);
   void OnActivate(bool active);
-  void OnDpiChanged(UINT dpi, const RECT& suggested);
+  void OnSettingChange(const wchar_t* section);
   void OnTaskbarCreated();
 
   void CreateControls();
