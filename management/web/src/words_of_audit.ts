@@ -148,7 +148,7 @@ const errorsHere: Record<string, string> = {
 function problemOfResult(action: string, result: Json): { problem?: Problem } {
   const code = integer(result, "code");
   // Remote calls have the codes of whatever they call.
-  if (code && action === "call") return { problem: { text: "", code } };
+  if (code && action === "call") return { problem: { text: "The method answered:", code } };
   if (code) return { problem: problemOfCode(code, "") };
   const error = text(result, "error");
   if (!error) return {};
