@@ -40,8 +40,6 @@ int CheckKind(sqlite3* database, bool& empty) {
   uint64_t application = 0;
   uint64_t version = 0;
   uint64_t objects = 0;
-  // All three of the same state: the agent may be making the file.
-  const SqliteTransaction transaction(database);
   int result = ReadSqliteNumber(database, "PRAGMA application_id", application);
   if (result == SQLITE_OK) result = ReadSqliteNumber(database, "PRAGMA user_version", version);
   if (result == SQLITE_OK) {
@@ -70,11 +68,16 @@ uint32_t OpenForReading(const std::wstring& path, UniqueSqlite& database) {
   int result = sqlite3_open_v2(orn::ToUtf8(path).c_str(), &opened,
                                SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, /*zVfs=*/nullptr);
   database.reset(opened);
+  if (result != SQLITE_OK) {
+    const uint32_t status = WindowsCodeOf(opened, result);
+    return status == ERROR_PATH_NOT_FOUND ? error::kPathNotFound : status;
+  }
+  sqlite3_busy_timeout(opened, kPatienceMs);
+  // The agent may be making the file: all that is looked at is of one state.
+  const SqliteTransaction transaction(opened);
   bool empty = false;
-  if (result == SQLITE_OK) result = sqlite3_busy_timeout(opened, kPatienceMs);
-  if (result == SQLITE_OK) result = CheckKind(opened, empty);
-  const uint32_t status = WindowsCodeOf(opened, result);
-  return empty || status == ERROR_PATH_NOT_FOUND ? error::kPathNotFound : status;
+  result = CheckKind(opened, empty);
+  return empty ? error::kPathNotFound : WindowsCodeOf(opened, result);
 }
 
 }  // namespace host::history
