@@ -29,6 +29,9 @@ test("secrets come from files or the environment, and only the loopback is liste
     enrolmentKey: "from-file",
     profiles: [{ name: "default", maxSize: 4294967296 }],
   });
+  const sizes = ["--audit-size", "5M", "--audit-files", "0"];
+  const { audit } = readOptions([...given, ...sizes], env);
+  expect(audit).toEqual({ maxBytes: 5_242_880, maxFiles: 0 });
   const two = ["--profile", "a=5", "--profile", "b"];
   expect(readOptions([...given, ...files, ...two], env).profiles).toEqual([
     { name: "a", maxSize: 5 },
@@ -39,6 +42,8 @@ test("secrets come from files or the environment, and only the loopback is liste
     [["--port", "70000"], /--port/],
     [["--web", join(dir, "nowhere")], /no page/],
     [[...files, "--profile", "../x"], /--profile/],
+    [[...files, "--audit-size", "4095"], /--audit-size/],
+    [[...files, "--trusted-proxy", "10.0.0.0/33"], /--trusted-proxy/],
     [[...files, "--profile", "NUL"], /device/],
     [[...files, "--profile", "a", "--profile", "A=5"], /same name/],
   ] as const) {
