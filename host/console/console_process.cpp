@@ -24,9 +24,8 @@ ConsoleProcess::ConsoleProcess(const Configuration& configuration, std::wstring 
       configuration_object_(configuration),
       state_({.history = configuration.history, .language = std::move(language)}) {}
 
-void ConsoleProcess::Run(bool log, const std::function<int(IConsoleState&)>& show) {
-  int exit_code = 1;
-  if (Start(log)) exit_code = show(state_);
+void ConsoleProcess::Run(const std::function<int(IConsoleState&)>& show) {
+  const int exit_code = show(state_);
   // Not the user's concern: a remote call may be on its way to a service that is dying.
   std::thread([this, exit_code] {
     orn::SetThreadName(L"StopLimit");

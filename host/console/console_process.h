@@ -28,16 +28,14 @@ class ConsoleProcess final : public IServMain {
 
   IComponentManager* GetComponentManager() override { return &components_; }
 
-  // Runs it while `show`, which gets what there is to be seen, does, and ends the process with the
-  // exit code that it gives, or 1 where the console cannot be started. With `log` the log of the
-  // configuration is written.
-  [[noreturn]] void Run(bool log, const std::function<int(IConsoleState&)>& show);
-
- private:
+  // Where `log` is true the log of the configuration is written. False, with a report, where the
+  // console cannot be started: then it can only End.
   bool Start(bool log);
-  void Stop();
+  // Ends the process with the exit code that `show` gives, which gets what there is to be seen.
+  [[noreturn]] void Run(const std::function<int(IConsoleState&)>& show);
   [[noreturn]] void End(int exit_code);
 
+ private:
   const Configuration& configuration_;
   ConfigurationObject configuration_object_;
   ComponentManager components_;

@@ -18,6 +18,7 @@
 namespace {
 
 using host::console::CommandLine;
+using host::console::TellError;
 
 bool PrintLine(const std::string& line) {
   DWORD written = 0;
@@ -39,7 +40,7 @@ int Quit(host::console::SingleInstance& instance) {
 int Run(int count, const wchar_t* const* arguments) {
   const auto command_line = host::console::ParseCommandLine(count, arguments);
   if (!command_line) {
-    host::ReportError(host::console::kHelp);
+    TellError(host::console::kHelp);
     return 1;
   }
   if (command_line->verb == CommandLine::Verb::kHelp) {
@@ -50,8 +51,8 @@ int Run(int count, const wchar_t* const* arguments) {
   static host::Configuration configuration;
   host::ConfigurationProblem problem;
   if (!host::ReadConfiguration(command_line->configuration, configuration, problem)) {
-    host::ReportError(host::DescribeProblem(command_line->configuration, problem.line, problem.text,
-                                            problem.code));
+    TellError(host::DescribeProblem(command_line->configuration, problem.line, problem.text,
+                                    problem.code));
     return command_line->verb == CommandLine::Verb::kVerifyHistory ? 2 : 1;
   }
   if (command_line->verb == CommandLine::Verb::kVerifyHistory) {
@@ -64,7 +65,8 @@ int Run(int count, const wchar_t* const* arguments) {
   if (command_line->verb == CommandLine::Verb::kWatch) {
     host::CatchConsoleStop();
     auto* const process = new host::console::ConsoleProcess(configuration, command_line->language);
-    process->Run(/*log=*/false, [](host::console::IConsoleState& state) {
+    if (!process->Start(/*log=*/false)) process->End(1);
+    process->Run([](host::console::IConsoleState& state) {
       host::console::Watch(state, host::StopSignal(), PrintLine);
       return 0;
     });
@@ -83,7 +85,11 @@ int Run(int count, const wchar_t* const* arguments) {
   const host::console::WindowOptions options{
       .start_hidden = command_line->tray, .show = instance.show(), .quit = instance.quit()};
   auto* const process = new host::console::ConsoleProcess(configuration, command_line->language);
-  process->Run(/*log=*/true, [&](host::console::IConsoleState& state) {
+  if (!process->Start(/*log=*/true)) {
+    TellError(L"The console cannot be started. Its log says why: " + configuration.data + L"\\log");
+    process->End(1);
+  }
+  process->Run([&](host::console::IConsoleState& state) {
     return host::console::RunWindow(state, options);
   });
 }

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "host/service/report.h"
 #include "module/frame/windows.h"
 
 namespace host::console {
@@ -29,6 +30,12 @@ void AttachToParentConsole() {
                                         FILE_SHARE_READ | FILE_SHARE_WRITE, /*security=*/nullptr,
                                         OPEN_EXISTING, /*flags=*/0, /*template=*/nullptr));
   }
+}
+
+void TellError(const std::wstring& text) {
+  ReportError(text);
+  if (IsGiven(STD_ERROR_HANDLE)) return;
+  MessageBoxW(/*owner=*/nullptr, text.c_str(), L"TsrConsole", MB_OK | MB_ICONERROR);
 }
 
 }  // namespace host::console

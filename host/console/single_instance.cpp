@@ -65,10 +65,13 @@ void SingleInstance::Show() {
 
 bool SingleInstance::Quit(uint32_t& status) {
   status = 0;
-  if (Take(claim_.get(), /*limit=*/0)) return false;
-  SetEvent(quit_.get());
-  if (!Take(claim_.get(), kQuitLimit)) status = error::kTimeout;
-  return true;
+  const bool was_there = !Take(claim_.get(), /*limit=*/0);
+  if (was_there) {
+    SetEvent(quit_.get());
+    if (!Take(claim_.get(), kQuitLimit)) status = error::kTimeout;
+  }
+  if (status == 0) ReleaseMutex(claim_.get());
+  return was_there;
 }
 
 }  // namespace host::console

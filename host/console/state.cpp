@@ -160,6 +160,7 @@ std::vector<int64_t> ConsoleState::GetSessionStarts() {
       starts.push_back(session["startTimestamp"].asInt64());
     }
   }
+  std::ranges::sort(starts);
   return starts;
 }
 

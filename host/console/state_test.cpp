@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "host/console/command_line.h"
+#include "host/console/single_instance.h"
 #include "host/console/watch.h"
 #include "host/history/history_store.h"
 #include "host/plugins/common/fake_host.h"
@@ -279,6 +280,31 @@ TEST(ConsoleState, ShowsSessionsWhileTheServiceIsThereAndHistoryAlways) {
   state.Stop();
   EXPECT_TRUE(state.GetSessions().empty());
   EXPECT_EQ(host.references(), 0);
+}
+
+TEST(SingleInstance, SecondOneReachesTheFirstUntilThatEnds) {
+  SingleInstance first, second, other;
+  ASSERT_EQ(first.Open(L"C:\\A\\console.xml"), 0u);
+  ASSERT_EQ(second.Open(L"c:\\a\\CONSOLE.XML"), 0u);
+  ASSERT_EQ(other.Open(L"C:\\B\\console.xml"), 0u);
+  uint32_t status = 0;
+  EXPECT_FALSE(second.Quit(status));
+  Semaphore claimed;
+  // The owner of a claim is a thread, which ends without giving it back.
+  std::thread window([&] {
+    EXPECT_TRUE(first.Claim());
+    claimed.Release();
+    const HANDLE events[] = {first.show(), first.quit()};
+    EXPECT_EQ(WaitForMultipleObjects(2, events, /*waitAll=*/FALSE, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForMultipleObjects(2, events, /*waitAll=*/FALSE, INFINITE), WAIT_OBJECT_0 + 1);
+  });
+  claimed.Acquire();
+  EXPECT_TRUE(other.Claim());
+  EXPECT_FALSE(second.Claim());
+  second.Show();
+  EXPECT_TRUE(second.Quit(status));
+  EXPECT_EQ(status, 0u);
+  window.join();
 }
 
 TEST(ConsoleCommandLine, TellsVerbsAndRefusesWhatDoesNotBelongTogether) {
