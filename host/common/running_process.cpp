@@ -31,6 +31,14 @@ std::wstring RunningProcess::UserSid() const {
   return UserOfToken(token.get());
 }
 
+std::optional<uint64_t> RunningProcess::Logon() const {
+  orn::UniqueHandle token;
+  if (!OpenProcessToken(process_.get(), TOKEN_QUERY, token.put())) {
+    return std::nullopt;
+  }
+  return LogonOfToken(token.get());
+}
+
 bool RunningProcess::IsAdministrator() const {
   orn::UniqueHandle token;
   return OpenProcessToken(process_.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) &&

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "module/frame/handle.h"
@@ -21,6 +22,8 @@ class RunningProcess {
   std::wstring ImagePath() const;
   // Its user, as the text of the security identifier; empty where its token cannot be read.
   std::wstring UserSid() const;
+  // As LogonOfToken.
+  std::optional<uint64_t> Logon() const;
   // False where its token cannot be read.
   bool IsAdministrator() const;
 

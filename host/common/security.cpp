@@ -28,6 +28,16 @@ std::wstring UserOfToken(HANDLE token) {
   return sid;
 }
 
+std::optional<uint64_t> LogonOfToken(HANDLE token) {
+  TOKEN_STATISTICS facts{};
+  DWORD length = 0;
+  if (!GetTokenInformation(token, TokenStatistics, &facts, sizeof(facts), &length)) {
+    return std::nullopt;
+  }
+  return uint64_t{static_cast<ULONG>(facts.AuthenticationId.HighPart)} << 32 |
+         facts.AuthenticationId.LowPart;
+}
+
 bool IsAdministrator() {
   orn::UniqueHandle token;
   return OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY | TOKEN_DUPLICATE, token.put()) &&

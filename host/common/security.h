@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "module/frame/windows.h"
@@ -10,6 +12,10 @@ namespace host {
 std::wstring UserSid();
 // As UserSid, of a token that is open for TOKEN_QUERY.
 std::wstring UserOfToken(HANDLE token);
+
+// The logon session of a token that is open for TOKEN_QUERY; an administrator who has elevated has
+// another one than before. Nothing where it cannot be told. (Under Wine all have the same.)
+std::optional<uint64_t> LogonOfToken(HANDLE token);
 
 // Whether the token of a process has the Administrators group enabled, as SYSTEM's own has it. A
 // group that is only there to be denied, as in the token of an administrator who has not elevated,

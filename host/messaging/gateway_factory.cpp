@@ -82,7 +82,10 @@ int32_t GatewayFactory::Init(IServMain* main) {
   }
   if (status != 0) {
     hub_.reset();
-    ORN_LOG(logging::kError, trace.function(), L"The hub's pipe cannot be had. Error: %u.", status);
+    const orn::UniqueFile held = channels::OpenPipe(channels::HubPipeName(), /*patient=*/false);
+    ORN_LOG(logging::kError, trace.function(),
+            L"The hub's pipe cannot be had, process %u holds it. Error: %u.",
+            channels::ServerOf(held.get()), status);
   }
   return static_cast<int32_t>(status);
 }

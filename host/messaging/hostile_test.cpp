@@ -104,7 +104,8 @@ TEST(HostileProcess, NobodyIsTakenForAnother) {
   EXPECT_EQ(client.TimesAdded("server"), 1);
 }
 
-CHILD_ROLE(AnnounceWithoutRights) {
+// The role of that name, by a process that is no administrator's.
+CHILD_ROLE(WithoutRights) {
   BYTE sid[SECURITY_MAX_SID_SIZE];
   DWORD size = sizeof(sid);
   CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size);
@@ -115,7 +116,7 @@ CHILD_ROLE(AnnounceWithoutRights) {
   if (!CreateRestrictedToken(own.get(), 0, 1, &administrators, 0, nullptr, 0, nullptr, low.put())) {
     return 1;
   }
-  std::wstring command(RoleCommandLine("AnnounceServer").view());
+  std::wstring command(RoleCommandLine(arguments[0]).view());
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION process{};
@@ -124,7 +125,9 @@ CHILD_ROLE(AnnounceWithoutRights) {
     return 2;
   }
   WaitForSingleObject(process.hProcess, INFINITE);
-  return 0;
+  DWORD code = 0;
+  GetExitCodeProcess(process.hProcess, &code);
+  return static_cast<int>(code);
 }
 
 CHILD_ROLE(AnnounceServer) {
@@ -141,13 +144,40 @@ TEST(HostileProcess, OnlyAdministratorsServeButWhereTheHubSaysOtherwise) {
   for (const bool allowed : {false, true}) {
     HubProcess hub(allowed ? L"Other;TsrComm.Test" : L"Other");
     Party watcher;
-    Child low("AnnounceWithoutRights");
+    Child low("WithoutRights AnnounceServer");
     watcher.AwaitEntry("low client");
     EXPECT_EQ(watcher.TimesAdded("forbidden"), allowed ? 1 : 0);
     watcher.Announce("seen", "1");
     EXPECT_EQ(low.Await(), 0u);
     watcher.AwaitNoEntry("low client");
   }
+}
+
+CHILD_ROLE(TakeUsersDoor) {
+  orn::UniqueFile end = CreatePipeEnd(HubPipeName(Door::kUsers), Door::kUsers, /*first=*/true);
+  const orn::UniqueFile more =
+      CreatePipeEnd(HubPipeName(Door::kUsers), Door::kUsers, /*first=*/false);
+  // To its own user it may well be the hub.
+  const orn::UniqueFile other = OpenPipe(HubPipeName(Door::kUsers));
+  if (!end || !more || !IsTrustworthyOwner(other.get())) return 1;
+  Party party;
+  party.Announce("impostor", "1");
+  party.AwaitEntry("seen");
+  return 0;
+}
+
+// Wine lets several processes share a name, so the hub's wait for it cannot be seen here.
+TEST(HostileProcess, ThatIsFirstAtTheUsersDoorIsBelievedByItsOwnUserAlone) {
+  NewInstance();
+  if (!IsAdministrator()) GTEST_SKIP() << "needs an administrator";
+  HubProcess hub;
+  Party administrator;
+  Child low("WithoutRights TakeUsersDoor");
+  administrator.AwaitEntry("impostor");
+  EXPECT_FALSE(IsTrustworthyOwner(OpenPipe(HubPipeName(Door::kUsers)).get()));
+  EXPECT_TRUE(IsTrustworthyOwner(OpenPipe(HubPipeName(Door::kAgent)).get()));
+  administrator.Announce("seen", "1");
+  EXPECT_EQ(low.Await(), 0u);
 }
 
 TEST(HostileProcess, ManyThatComeAndGoLeaveNothingBehind) {

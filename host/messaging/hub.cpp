@@ -71,7 +71,8 @@ bool Hub::Welcome(const std::shared_ptr<ServedPipe>& client, NodeKey& node) {
     return false;
   }
   const std::optional<uint64_t> number = DecodeHello(frame.payload);
-  if (!number || client->stream.Next(frame, kHelloLimit) != PipeStream::kFrame ||
+  if (!number || !client->IsGenuine() ||
+      client->stream.Next(frame, kHelloLimit) != PipeStream::kFrame ||
       frame.kind != FrameKind::kPresent) {
     return false;
   }

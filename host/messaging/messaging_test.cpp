@@ -262,7 +262,8 @@ TEST(Messaging, AFloodIsPushedBackAndOthersAreServed) {
   // Its own queue is full before this process's memory is.
   server.party().AwaitEntry("full");
   EXPECT_LE(server.held(), 512);
-  EXPECT_GT(server.held(), 0);
+  while (server.held() == 0)
+    std::this_thread::yield();
   EXPECT_EQ(Child("CallOnce").Await(), 0u);
 }
 

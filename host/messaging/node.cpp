@@ -309,7 +309,7 @@ void Node::ServePeer(const std::shared_ptr<ServedPipe>& client) {
       frame.kind == FrameKind::kHello) {
     number = DecodeHello(frame.payload);
   }
-  if (!number) {
+  if (!number || !client->IsGenuine()) {
     if (client->user) return;
     ORN_LOG(logging::kWarning, kFunction, L"Process %u does not introduce itself properly.",
             client->pid);

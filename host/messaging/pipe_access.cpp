@@ -129,6 +129,16 @@ uint32_t ServerOf(HANDLE pipe) {
   return GetNamedPipeServerProcessId(pipe, &pid) ? pid : 0;
 }
 
+std::optional<uint64_t> LogonOfClient(HANDLE pipe) {
+  if (!ImpersonateNamedPipeClient(pipe)) return std::nullopt;
+  orn::UniqueHandle token;
+  const bool known =
+      OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, /*asSelf=*/TRUE, token.put()) != FALSE;
+  // A thread that stayed somebody else would be worse than none.
+  if (!RevertToSelf()) TerminateProcess(GetCurrentProcess(), 1);
+  return known ? LogonOfToken(token.get()) : std::nullopt;
+}
+
 uint64_t SystemTime() {
   FILETIME now;
   GetSystemTimePreciseAsFileTime(&now);

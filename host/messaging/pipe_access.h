@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "module/frame/handle.h"
@@ -36,6 +37,10 @@ orn::UniqueFile OpenPipe(const std::wstring& name, bool patient = true);
 // The process at the other end as the operating system knows it; 0 where it does not.
 uint32_t ClientOf(HANDLE pipe);
 uint32_t ServerOf(HANDLE pipe);
+
+// The logon session of who connected, whoever has the connection now, once something has been read
+// from it. Nothing where it cannot be told.
+std::optional<uint64_t> LogonOfClient(HANDLE pipe);
 
 // The system's time now.
 uint64_t SystemTime();

@@ -1,6 +1,7 @@
 #include "host/messaging/pipe_server.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "module/frame/log.h"
@@ -16,6 +17,14 @@ constexpr DWORD kRetryPause = 100;  // Milliseconds, where no further end can be
 constexpr DWORD kNamePause = 2000;  // Milliseconds, while a name is somebody else's.
 
 }  // namespace
+
+bool ServedPipe::IsGenuine() const {
+  if (!user) return true;
+  // A connection outlives the process that made it where another one has it too, and its id may
+  // have gone on to a process with more rights before that was looked at.
+  const std::optional<uint64_t> logon = LogonOfClient(stream.pipe());
+  return logon && logon == process.Logon();
+}
 
 void ServedPipe::HoldBack() {
   if (!user) return;

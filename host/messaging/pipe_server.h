@@ -25,6 +25,9 @@ struct ServedPipe {
         user(door == Door::kUsers),
         stream(frame_limit) {}
 
+  // Of the connection's thread, once the first frame has come. False for a user's connection that
+  // was made by somebody else than the process that has the id now.
+  bool IsGenuine() const;
   // Of the connection's thread, after each frame: makes a user who sends many wait.
   void HoldBack();
 

@@ -48,6 +48,8 @@ class PipeStream {
   bool broken() const { return broken_; }
   // Any thread. False where it can be told that the far end has gone, though nobody pumps.
   bool Probe() const;
+  // The pipe, after Attach.
+  HANDLE pipe() const { return pipe_.get(); }
   // The far end sent what is no frame.
   bool malformed() const { return malformed_; }
   size_t waiting() const { return waiting_; }

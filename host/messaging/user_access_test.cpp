@@ -1,5 +1,6 @@
 #include "host/messaging/user_access.h"
 
+#include <aclapi.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -74,6 +75,37 @@ TEST(DoorLimits, LeaveRoomForOtherProcessesAndOtherAccounts) {
   EXPECT_TRUE(enter(200, L"c"));
   EXPECT_TRUE(enter(200, L"c"));
   EXPECT_FALSE(enter(200, L"c"));
+}
+
+// What the pipe's list grants to whoever is signed in at the machine.
+DWORD RightsOfUsers(HANDLE pipe) {
+  BYTE users[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof(users);
+  CreateWellKnownSid(WinInteractiveSid, nullptr, users, &size);
+  PACL list = nullptr;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  GetSecurityInfo(pipe, SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
+                  nullptr, &descriptor);
+  DWORD rights = 0;
+  for (DWORD i = 0; list != nullptr && i < list->AceCount; ++i) {
+    void* ace = nullptr;
+    GetAce(list, i, &ace);
+    auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>(ace);
+    if (EqualSid(&allowed->SidStart, users)) rights |= allowed->Mask;
+  }
+  LocalFree(descriptor);
+  return rights;
+}
+
+TEST(Users, MayOpenTheirOwnDoorsOnlyAndNotHoldThem) {
+  const auto rights = [](Door door) {
+    return RightsOfUsers(
+        CreatePipeEnd(NodePipeName(1, RandomSuffix()), door, /*first=*/true).get());
+  };
+  EXPECT_EQ(rights(Door::kAgent), 0u);
+  const DWORD of_users = rights(Door::kUsers);
+  EXPECT_EQ(of_users & (FILE_READ_DATA | FILE_WRITE_DATA), DWORD{FILE_READ_DATA | FILE_WRITE_DATA});
+  EXPECT_EQ(of_users & (FILE_CREATE_PIPE_INSTANCE | WRITE_DAC | WRITE_OWNER | DELETE), 0u);
 }
 
 // What the hub tells a user's process until it hears of `id`.
