@@ -25,7 +25,7 @@ const readers = new Map<string, (input: unknown) => AuditDetails>(
       return known ? { enabled: Boolean(enabled) } : {};
     },
     StartDownload: (input: unknown) => {
-      const files = items(input).map((item) => withoutSecrets(short(memberOf(item, "sourceUri"))));
+      const files = items(input).map((item) => short(withoutSecrets(memberOf(item, "sourceUri"))));
       const paths = items(input).map((item) => short(memberOf(item, "to")));
       return { ...named("files", files), ...named("paths", paths) };
     },
@@ -58,7 +58,8 @@ export function short(value: unknown): string {
 }
 
 /** An address without the user, the password and the query in it. */
-function withoutSecrets(uri: string): string {
+function withoutSecrets(uri: unknown): string {
+  if (typeof uri !== "string") return "";
   return uri.replace(/[?#].*$/s, "").replace(/^(\w[\w+.-]*:\/\/)[^/]*@/, "$1");
 }
 
