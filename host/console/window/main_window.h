@@ -1,14 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "host/console/console_state.h"
-#include "host/console/window/history_list.h"
-#include "host/console/window/layout.h"
-#include "host/console/window/session_list.h"
-#include "host/console/window/style.h"
+#include "host/console/window/content.h"
 #include "host/console/window/tray_icon.h"
 #include "host/console/window/view.h"
 #include "host/console/window/window.h"
@@ -47,19 +44,9 @@ class MainWindow final : public IConsoleState::IListener {
   void OnSettingChange(const wchar_t* section);
   void OnTaskbarCreated();
 
-  void CreateControls();
   void PlaceFirst();
   void Refresh();
-  void ShowView(const View& view);
-  bool Retranslate();
-  void FillLanguages();
-  void ChooseLanguage();
   void Restyle();
-  void ShowConnection();
-  void Arrange();
-  Layout ArrangeIn(SIZE client) const;
-  SIZE Measure(const std::wstring& text, HFONT font, UINT format) const;
-  void Paint();
   void ShowForward();
   void Hide();
   void SavePosition();
@@ -71,26 +58,13 @@ class MainWindow final : public IConsoleState::IListener {
 
   IConsoleState& state_;
   const UINT taskbar_created_;
-  HistoryList history_;
-  SessionList sessions_;
-  Style style_;
+  Content content_;
   HWND window_ = nullptr;
-  HWND headline_ = nullptr;
-  HWND details_ = nullptr;
-  HWND sessions_label_ = nullptr;
-  HWND history_label_ = nullptr;
-  HWND language_label_ = nullptr;
-  HWND language_ = nullptr;
-  HWND about_ = nullptr;
   HWND focus_ = nullptr;  // Of the controls, while the window is not active.
   HACCEL keys_ = nullptr;
   std::unique_ptr<TrayIcon> tray_;
-  UniqueIcon small_icon_;
-  UniqueIcon large_icon_;
   View view_;
   Banner banner_;
-  Layout layout_;
-  std::vector<Language> languages_;
   bool maximise_first_ = false;
   bool is_minimised_for_tray_ = false;
 
