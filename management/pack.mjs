@@ -33,7 +33,7 @@ function licenceOf(library) {
 
 const libraries = librariesOf("@remote-access/server");
 for (const library of libraries) {
-  // Libraries within libraries come with these, but for their place nothing tells them from others.
+  // What stands inside another library is in the list itself.
   const place = relative(repository, library);
   cpSync(library, join(staging, place), {
     recursive: true,
