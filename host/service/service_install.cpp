@@ -118,6 +118,17 @@ uint32_t UpdateService(const Configuration& configuration, const std::wstring& p
   return 0;
 }
 
+uint32_t SuspendRestarts(const std::wstring& name) {
+  const UniqueService service = Open(name, SERVICE_CHANGE_CONFIG | SERVICE_START);
+  if (!service) return GetLastError();
+  SC_ACTION none{};
+  SERVICE_FAILURE_ACTIONSW failures{};
+  failures.lpsaActions = &none;  // With a count of 0: those that there are go.
+  return ChangeServiceConfig2W(service.get(), SERVICE_CONFIG_FAILURE_ACTIONS, &failures)
+             ? 0
+             : GetLastError();
+}
+
 uint32_t StartInstalledService(const std::wstring& name) {
   const UniqueService service = Open(name, SERVICE_START | SERVICE_QUERY_STATUS);
   if (!service) return GetLastError();

@@ -15,6 +15,9 @@ uint32_t InstallService(const Configuration& configuration, const std::wstring& 
 // Gives the service that is there the same form. Returns a status: 0; 1060 where there is none.
 uint32_t UpdateService(const Configuration& configuration, const std::wstring& program);
 
+// From now on the service is not started again after a failure, until UpdateService. A status.
+uint32_t SuspendRestarts(const std::wstring& name);
+
 // Starts the service and waits until it runs. Returns a status: 0, also where it runs already; 1066
 // where it ended instead; 1460 where it has not come up within its own hints of the time it needs.
 uint32_t StartInstalledService(const std::wstring& name);

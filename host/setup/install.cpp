@@ -30,7 +30,7 @@ namespace {
 // has without its rights.
 constexpr wchar_t kFolderAccess[] =
     L"O:BAD:P(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;AU)(A;OICI;0x1200a9;;;BU)";
-constexpr uint32_t kPatience = 10000;  // Milliseconds until the files of ended programs are free.
+constexpr uint32_t kPatience = 5000;  // Milliseconds until the files of ended programs are free.
 constexpr size_t kLargestLog = 64 * 1024 * 1024;
 constexpr size_t kLogEnd = 3000;
 
@@ -223,7 +223,7 @@ class Installer {
         {L"DisplayIcon", places_.programs + L'\\' + kConsoleProgram},
         {L"InstallLocation", places_.programs},
         {kDataLocation, places_.data},
-        {L"UninstallString", uninstall},
+        {L"UninstallString", uninstall + L" /elevate"},
         {L"QuietUninstallString", uninstall},
     };
     uint32_t status = 0;
@@ -240,8 +240,8 @@ class Installer {
       status = registry_.SetNumber(kFeatureKey, L"enabled", *options_.feature ? 1 : 0);
     if (status != 0) return log_.Fail(L"The registry cannot be written", status);
 
-    const std::wstring program = places_.programs + L'\\' + kServiceProgram;
-    status = had_service_ ? UpdateService(Service(), program) : InstallService(Service(), program);
+    status = had_service_ ? UpdateService(Service(), ServiceProgram())
+                          : InstallService(Service(), ServiceProgram());
     if (status == ERROR_SERVICE_MARKED_FOR_DELETE) {
       return log_.Fail(
           L"The service of an earlier installation is marked for deletion. Close what shows or "
@@ -257,11 +257,17 @@ class Installer {
 
   bool Start() {
     if (!options_.start) return true;
+    // One that does not start must not be started again while it is replaced.
+    const auto restarts = [this] { return UpdateService(Service(), ServiceProgram()); };
+    uint32_t status = SuspendRestarts(kServiceName);
+    if (status != 0) return log_.Fail(L"The service cannot be changed", status);
+    OnFailure(L"the restarts of the service", restarts);
     OnFailure(L"the start of the service", [this] {
       bool running = false;
       return StopService(Service(), running);
     });
-    const uint32_t status = StartInstalledService(kServiceName);
+    status = StartInstalledService(kServiceName);
+    if (status == 0) status = restarts();
     if (status == 0) {
       log_.Tell(L"The service runs; it connects to " + values_.server +
                 L" and tries again while that cannot be reached");
@@ -314,6 +320,8 @@ class Installer {
     configuration.file = values_.config() + L'\\' + kServiceProgram + L".xml";
     return configuration;
   }
+
+  std::wstring ServiceProgram() const { return places_.programs + L'\\' + kServiceProgram; }
 
   std::wstring Quoted(const wchar_t* program) const {
     return L'"' + places_.programs + L'\\' + program + L'"';

@@ -1,5 +1,10 @@
 // TsrSetup.exe: installs, upgrades and removes the agent.
 
+#include "module/frame/windows.h"
+
+#include <shellapi.h>
+
+#include "host/common/file_path.h"
 #include "host/common/security.h"
 #include "host/service/report.h"
 #include "host/setup/install.h"
@@ -12,8 +17,21 @@ namespace {
 using host::setup::ExitCode;
 using host::setup::SetupOptions;
 
+// Starts the removal anew, as whom the user allows. It is not waited for: it removes this program.
+bool StartElevated(const SetupOptions& options) {
+  SHELLEXECUTEINFOW start{};
+  start.cbSize = sizeof(start);
+  start.lpVerb = L"runas";
+  const std::wstring program = host::ProgramPath();
+  start.lpFile = program.c_str();
+  start.lpParameters = options.keep_data ? L"uninstall /keep-data" : L"uninstall";
+  start.nShow = SW_SHOWNORMAL;
+  return ShellExecuteExW(&start);
+}
+
 ExitCode Run(const SetupOptions& options, host::setup::SetupLog& log) {
   if (!host::IsAdministrator()) {
+    if (options.elevate && StartElevated(options)) return ExitCode::kDone;
     log.Fail(
         L"This needs an administrator: start it from a command prompt that was opened with "
         L"\"Run as administrator\"");

@@ -94,7 +94,7 @@ const wchar_t* const kUsage =
     L"\n"
     L"usage: TsrSetup install /server URL /key-file FILE [/name NAME] [/feature on|off]\n"
     L"                        [/data DIR] [/target DIR] [/no-start]\n"
-    L"       TsrSetup uninstall [/keep-data]\n"
+    L"       TsrSetup uninstall [/keep-data] [/elevate]\n"
     L"       TsrSetup /help\n"
     L"\n"
     L"install, also over an installed version, whose values hold for what is not given:\n"
@@ -109,6 +109,7 @@ const wchar_t* const kUsage =
     L"\n"
     L"uninstall stops and removes everything:\n"
     L"  /keep-data        leaves the folder of configuration, history and logs\n"
+    L"  /elevate          asks for an administrator's rights in a window of Windows\n"
     L"\n"
     L"exit codes:\n"
     L"  0  done\n"
@@ -160,6 +161,8 @@ bool ParseOptions(int count, const wchar_t* const* arguments, SetupOptions& opti
       options.start = false;
     } else if (!install && Is(arguments[i], L"/keep-data")) {
       options.keep_data = true;
+    } else if (!install && Is(arguments[i], L"/elevate")) {
+      options.elevate = true;
     } else {
       problem = std::wstring(arguments[i]) + L" is not known";
       return false;

@@ -32,6 +32,7 @@ struct SetupOptions {
   bool start = true;
   // Of a removal.
   bool keep_data = false;
+  bool elevate = false;  // Asks the user for an administrator's rights where they are missing.
 };
 
 // Reads VERB and its options, letters in any case. False, with what is wrong in `problem`, for

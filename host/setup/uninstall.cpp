@@ -144,8 +144,8 @@ class Remover {
     // The pause between two tries is a second of waiting for an answer of this machine itself.
     std::wstring command = L"\"" + system +
                            L"\\cmd.exe\" /d /c for /l %i in (1,1,60) do (del /f /q \"" + own +
-                           L"\" & if not exist \"" + own + L"\" (rd \"" + found_.programs +
-                           L"\" & exit) else ping -n 2 127.0.0.1)";
+                           L"\" & rd \"" + found_.programs + L"\" & if not exist \"" +
+                           found_.programs + L"\" (exit) else ping -n 2 127.0.0.1)";
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};
