@@ -4,9 +4,9 @@
 import { type ChildProcess, spawn } from "node:child_process";
 import { existsSync } from "node:fs";
 import { join } from "node:path";
-import { standingOfEach, type Usage } from "../tests/support/processes.ts";
 import { Stack } from "../tests/support/stack.ts";
 import { bin, windowsPath } from "./support.ts";
+import { standingOfEach, type Usage } from "./usage.ts";
 
 const settleMs = 20_000; // Until what the start has left to do is done.
 const minuteMs = Number(process.env.IDLE_MS ?? 60_000);

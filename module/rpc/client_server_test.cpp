@@ -242,8 +242,8 @@ TEST_F(RpcTest, ServerMayHaveItsClientInItsOwnProcess) {
 
 TEST_F(RpcTest, OneWayCallsAreHeldUntilTheServerIsThere) {
   Hand service(far_end, "s");
-  tales arrived;
-  service.AnswerWith([&](message& call) { arrived.tell(std::to_string(call.get_int(kMethodId))); });
+  CallList arrived;
+  service.AnswerWith([&](message& call) { arrived.Add(std::to_string(call.get_int(kMethodId))); });
   service.Announce(kServer);
   const std::string name = "Counter";
   delayed_method_holder holder(name);
@@ -257,7 +257,7 @@ TEST_F(RpcTest, OneWayCallsAreHeldUntilTheServerIsThere) {
   holder.set_state(false);
   hold(2);
   holder.set_state(true);
-  EXPECT_EQ(arrived.await(2), (Told{"1", "2"}));
+  EXPECT_EQ(arrived.Take(2), (Told{"1", "2"}));
   hold(3);
   holder.uninit();
   holder.set_state(true);

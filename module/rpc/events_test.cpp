@@ -34,15 +34,15 @@ TEST_F(RpcTest, EventsReachTheirSubscriberInOrderAndNobodyElse) {
   for (uint32_t i = 0; i < 20; ++i)
     target.observers[0]->OnCounted(i);
   target.observers[1]->OnCounted(99);  // Does not wait for the other subscriber.
-  EXPECT_EQ(quick.heard.await(1), Told{"99"});
+  EXPECT_EQ(quick.heard.Take(1), Told{"99"});
   slow.may_leave.Release(20);
-  const Told heard = slow.heard.await(20);
+  const Told heard = slow.heard.Take(20);
   for (size_t i = 0; i < 20; ++i)
     EXPECT_EQ(heard[i], std::to_string(i));
 
   // The end of a subscription waits for the handler.
   target.observers[0]->OnCounted(20);
-  slow.heard.await(1);
+  slow.heard.Take(1);
   Semaphore begun;
   std::thread leaver([&] {
     begun.Release();
@@ -114,7 +114,7 @@ TEST_F(RpcTest, ClientHandlesEventsThatAreItsOwnAndAnswersWhoWaits) {
     ASSERT_TRUE(answer);
     EXPECT_EQ(int_field(*answer, kReturnValue), 1223);
   }
-  EXPECT_EQ(listener.heard.await(1), Told{"7"});
+  EXPECT_EQ(listener.heard.Take(1), Told{"7"});
 }
 
 }  // namespace

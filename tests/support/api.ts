@@ -1,3 +1,4 @@
+import { EventReader } from "../../management/server/src/testing/event_reader.ts";
 import { Shell, type ShellOptions } from "./shell.ts";
 
 export interface Machine {
@@ -48,23 +49,13 @@ export class Api {
   // Waits until `condition` holds of the machine, as the live feed tells it.
   async machineThat(condition: (machine: Machine) => boolean): Promise<Machine> {
     const stop = new AbortController();
-    const feed = await fetch(`${this.address}/api/live`, {
-      headers: this.headers,
-      signal: stop.signal,
-    });
-    if (!feed.body) throw new Error(`live: ${feed.status}`);
-    let text = "";
-    for await (const chunk of feed.body.pipeThrough(new TextDecoderStream())) {
-      const lines = (text + chunk).split("\n");
-      text = lines.pop() ?? "";
-      for (const line of lines.filter((each) => each.startsWith("data:"))) {
-        const [machine] = (JSON.parse(line.slice(5)) as { machines: Machine[] }).machines;
-        if (!machine || !condition(machine)) continue;
-        stop.abort();
-        return machine;
-      }
-    }
-    throw new Error("the live feed has ended");
+    const { headers } = this;
+    const feed = await fetch(`${this.address}/api/live`, { headers, signal: stop.signal });
+    const isWanted = ({ machines: [machine] }: { machines: Machine[] }) =>
+      machine !== undefined && condition(machine);
+    const { data } = await new EventReader(feed).find(isWanted);
+    stop.abort();
+    return data.machines[0];
   }
 
   async rpc(method: string, parameters: string, module?: string): Promise<RpcAnswer> {

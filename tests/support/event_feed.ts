@@ -1,3 +1,4 @@
+import { EventReader } from "../../management/server/src/testing/event_reader.ts";
 import type { Api } from "./api.ts";
 import type { Finished } from "./remote.ts";
 
@@ -23,8 +24,7 @@ export class EventFeed {
       },
       signal: feed.stop.signal,
     });
-    if (!response.body) throw new Error(`events: ${response.status}`);
-    feed.read(response.body).catch(() => {});
+    feed.read(new EventReader(response)).catch(() => {});
     return feed;
   }
 
@@ -55,17 +55,11 @@ export class EventFeed {
     return event.payload.data;
   }
 
-  private async read(body: ReadableStream<Uint8Array<ArrayBuffer>>): Promise<void> {
-    let text = "";
-    let id = 0;
+  private async read(feed: EventReader): Promise<void> {
     try {
-      for await (const chunk of body.pipeThrough(new TextDecoderStream())) {
-        const lines = (text + chunk).split("\n");
-        text = lines.pop() ?? "";
-        for (const line of lines) {
-          if (line.startsWith("id:")) id = Number(line.slice(3));
-          if (line.startsWith("data:")) this.events.push({ id, ...JSON.parse(line.slice(5)) });
-        }
+      for (;;) {
+        const { id, data } = await feed.next();
+        this.events.push({ id: Number(id), ...data });
         this.tell();
       }
     } finally {

@@ -37,6 +37,15 @@ class CallList {
     const std::lock_guard lock(mutex_);
     return std::exchange(calls_, {});
   }
+  // Only the first ones, once there are so many.
+  Calls Take(size_t count) {
+    WaitFor(count);
+    const std::lock_guard lock(mutex_);
+    const auto end = calls_.begin() + static_cast<ptrdiff_t>(count);
+    Calls first(calls_.begin(), end);
+    calls_.erase(calls_.begin(), end);
+    return first;
+  }
 
  private:
   std::mutex mutex_;

@@ -49,13 +49,6 @@ UploadArchiveInput SomeUpload() {
 }
 
 TEST_F(RemoteAccessCommTest, CallsArriveWholeAndSoDoTheirAnswers) {
-  for (const bool on : {true, false}) {
-    EXPECT_EQ(client.SetEnabled(on), 0u);
-    EXPECT_EQ(target.enabled, on);
-    bool enabled = !on;
-    EXPECT_EQ(client.GetEnabled(&enabled), 0u);
-    EXPECT_EQ(enabled, on);
-  }
   for (const size_t count : {0, 2}) {
     target.sessions.assign(count, {kNarrow, true, INT64_MIN, INT64_MAX});
     List<TerminalSessionState> list;
@@ -153,7 +146,7 @@ TEST_F(RemoteAccessCommTest, EventsReachTheirObserverWholeOrNotAtAll) {
     ASSERT_EQ(observers.size(), 1u);
     EXPECT_EQ((observers[0]->*event)(record), 0u);
     if (!whole) return;
-    EXPECT_EQ(observer.heard.await(1)[0], ToJsonData(record));
+    EXPECT_EQ(observer.heard.Take(1)[0], ToJsonData(record));
   };
   using State = IRemoteAccess::IStateEvent;
   using File = IRemoteAccess::IFileOperationEvent;

@@ -85,7 +85,7 @@ TEST_F(RemoteTerminalMgrCommTest, EndsOfShellsAreToldInOrderWhileOneIsSubscribed
   const Calls ids = {"a", kOddId, "", "b"};
   for (const std::string& id : ids)
     target.subscribers[0]->OnTerminalClosed(StringT<char>(std::string_view(id)));
-  EXPECT_EQ(subscriber.heard.await(ids.size()), ids);
+  EXPECT_EQ(subscriber.heard.Take(ids.size()), ids);
   EXPECT_EQ(client.Unregister(&subscriber), 0u);
   EXPECT_EQ(client.Unregister(&subscriber), 87u);
   target.changed.Acquire();

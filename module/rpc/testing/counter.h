@@ -7,18 +7,16 @@
 #include <optional>
 #include <thread>
 
+#include "module/feature/testing/call_list.h"
 #include "module/frame/error_codes.h"
 #include "module/platform/framework.h"
 #include "module/rpc/properties.h"
 #include "module/rpc/testing/manual_queue.h"
-#include "module/rpc/testing/tales.h"
 #include "module/rpc/testing/two_ends.h"
 #include "module/rpc/wire.h"
 
 // An interface that counts, its client and its server against each other, and an end of their
 // channel by hand, which says what a well-behaved one never says.
-
-using messaging::testing::tales;
 
 inline constexpr uint32_t kParameter = 0x0101;
 inline constexpr int32_t kCounted = 7;  // The event's method.
@@ -74,14 +72,15 @@ struct event_interface<ICounter::IOther> {
 };
 
 using EnterpriseIntegration::CallerInfo;
+using orn::RemoteAccess::CallList;
 using testing::memory_process;
-using Told = std::vector<std::string>;
+using Told = orn::RemoteAccess::Calls;
 
 struct Counter final : IOrnBaseInterface, ICounter {
   std::atomic<uint32_t> count{0};
   std::vector<IEvent*> observers;
   std::map<std::string, std::string> properties;  // Of the last subscriber.
-  tales told;                                     // By the servers.
+  CallList told;                                  // By the servers.
   // A count by 0 announces itself and waits.
   Semaphore begun;
   Semaphore go_on;
@@ -121,15 +120,15 @@ struct CounterServer final : server<ICounter> {
     register_callbacks(1, &CounterServer::Add, &CounterServer::Remove);
   }
   int32_t on_created() override {
-    counter.told.tell("born");
+    counter.told.Add("born");
     return 0;
   }
-  void on_destroyed() override { counter.told.tell("died"); }
+  void on_destroyed() override { counter.told.Add("died"); }
   void on_unknown_subscriber_added(int32_t interface_id, const channel_subscriber&) override {
-    counter.told.tell("unknown " + std::to_string(interface_id));
+    counter.told.Add("unknown " + std::to_string(interface_id));
   }
   int32_t on_unknown_method(int32_t method_id, method_info& info) override {
-    counter.told.tell(info.caller->path + (info.impersonated ? " claimed" : " real"));
+    counter.told.Add(info.caller->path + (info.impersonated ? " claimed" : " real"));
     return server::on_unknown_method(method_id, info);
   }
   int32_t Count(const ParameterList& input, ParameterList& output) {
@@ -141,12 +140,12 @@ struct CounterServer final : server<ICounter> {
     const bool is_welcome = entry.id != "unwelcome";
     if (is_welcome) counter.observers.push_back(subscriber);
     counter.properties = entry.properties;
-    counter.told.tell("+" + entry.id);
+    counter.told.Add("+" + entry.id);
     return is_welcome;
   }
   bool Remove(CounterSubscriber* subscriber, const channel_subscriber& entry) {
     std::erase(counter.observers, subscriber);
-    counter.told.tell("-" + entry.id);
+    counter.told.Add("-" + entry.id);
     return false;
   }
 };
@@ -171,14 +170,14 @@ struct CounterClient final : client<ICounter> {
 
 // Keeps what it hears, and can hold an event up.
 struct Listener final : ICounter::IEvent, ICounter::IOther {
-  tales heard;
+  CallList heard;
   Semaphore may_leave;
   bool holds = false;
   std::atomic<bool> is_inside{false};
 
   void OnCounted(uint32_t count) override {
     EXPECT_FALSE(is_inside.exchange(true));
-    heard.tell(std::to_string(count));
+    heard.Add(std::to_string(count));
     if (holds) may_leave.Acquire();
     is_inside = false;
   }
@@ -277,9 +276,9 @@ struct RpcTest : testing::two_ends<CounterClient, CounterServer, Counter>,
   void SetUp() override {}  // The tests start what they need.
   void Connect() {
     two_ends::SetUp();
-    EXPECT_EQ(target.told.await(1), Told{"born"});
+    EXPECT_EQ(target.told.Take(1), Told{"born"});
   }
-  Told Await(size_t count) { return target.told.await(count); }
+  Told Await(size_t count) { return target.told.Take(count); }
 
   void* GetInterface(const InterfaceId& id) override {
     return id == IPluginConfig::kInterfaceId ? static_cast<void*>(static_cast<IPluginConfig*>(this))

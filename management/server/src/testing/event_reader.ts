@@ -6,12 +6,12 @@ export interface ReceivedEvent {
 
 /** Reads server-sent events one by one. */
 export class EventReader {
-  readonly #reader: ReadableStreamDefaultReader<Uint8Array>;
+  readonly #reader: ReadableStreamDefaultReader<string>;
   #text = "";
 
   constructor(response: Response) {
     if (!response.body) throw new Error(`no events: ${response.status}`);
-    this.#reader = response.body.getReader();
+    this.#reader = response.body.pipeThrough(new TextDecoderStream()).getReader();
   }
 
   /** The next event that has data; heart-beats are passed over. */
@@ -21,7 +21,7 @@ export class EventReader {
       if (end < 0) {
         const { value, done } = await this.#reader.read();
         if (done) throw new Error("the events have ended");
-        this.#text += new TextDecoder().decode(value);
+        this.#text += value;
         continue;
       }
       const fields = new Map(this.#text.slice(0, end).split("\n").map(splitField));
