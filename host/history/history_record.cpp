@@ -3,7 +3,6 @@
 #include <bit>
 #include <cstring>
 #include <map>
-#include <span>
 #include <type_traits>
 
 #include "module/frame/scope_guard.h"
@@ -23,8 +22,8 @@ void Put(std::string& bytes, Number number) {
 
 void PutText(std::string& bytes, std::wstring_view text) {
   Put(bytes, static_cast<uint32_t>(text.size()));
-  const auto units = std::as_bytes(std::span(text));
-  bytes.append(reinterpret_cast<const char*>(units.data()), units.size());
+  for (const wchar_t unit : text)
+    Put(bytes, unit);
 }
 
 class Parser {
