@@ -1,7 +1,6 @@
 #include "host/history/history_record.h"
 
 #include <bit>
-#include <cstring>
 #include <map>
 #include <type_traits>
 
@@ -33,7 +32,7 @@ class Parser {
   template <class Number>
   bool Get(Number& number) {
     if (bytes_.size() < sizeof(number)) return false;
-    std::memcpy(&number, bytes_.data(), sizeof(number));
+    bytes_.copy(reinterpret_cast<char*>(&number), sizeof(number));
     bytes_.remove_prefix(sizeof(number));
     return true;
   }
@@ -41,7 +40,7 @@ class Parser {
     uint32_t length = 0;
     if (!Get(length) || length > bytes_.size() / sizeof(wchar_t)) return false;
     text.resize(length);
-    std::memcpy(text.data(), bytes_.data(), length * sizeof(wchar_t));
+    bytes_.copy(reinterpret_cast<char*>(text.data()), length * sizeof(wchar_t));
     bytes_.remove_prefix(length * sizeof(wchar_t));
     return true;
   }
