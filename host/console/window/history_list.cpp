@@ -37,7 +37,7 @@ void HistoryList::Refresh() {
   if (!added) ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
   ListView_SetItemCountEx(list_, static_cast<int>(now.size),
                           LVSICF_NOSCROLL | LVSICF_NOINVALIDATEALL);
-  if (added.value_or(0) > 0) {
+  if (added && *added > 0) {
     SetWindowRedraw(list_, FALSE);
     MoveMarks(*added);
     // Marking a row may have scrolled to it.
