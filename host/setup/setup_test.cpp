@@ -9,6 +9,7 @@
 #include "host/setup/package_files.h"
 #include "host/setup/setup_options.h"
 #include "host/setup/setup_values.h"
+#include "host/setup/user_traces.h"
 
 namespace host::setup {
 namespace {
@@ -106,6 +107,18 @@ TEST_F(Setup, AFolderIsReplacedAsAWholeAndComesBackAlsoAfterASetUpThatWasCutOff)
   EXPECT_EQ(FindFileInUse(folder, 0), L"");
   std::ofstream holder(std::filesystem::path(folder) / L"file", std::ios::app);
   EXPECT_EQ(FindFileInUse(folder, 0), folder + L"\\file");
+}
+
+TEST_F(Setup, AFolderOfAUserGoesAsAWholeButNotWhereALinkLeadsToIt) {
+  const std::wstring folder = Folder(L"user");
+  EXPECT_EQ(RemoveForeignFolder(folder), 0u);
+  Write(folder + L"\\log\\deep\\file", "text");
+  Write(folder + L"\\file", "text");
+  // Another way to the same folder, as a link in the path would be.
+  EXPECT_EQ(RemoveForeignFolder(Folder(L".") + L"\\user"), DWORD{ERROR_CANT_RESOLVE_FILENAME});
+  EXPECT_EQ(Read(folder + L"\\log\\deep\\file"), "text");
+  EXPECT_EQ(RemoveForeignFolder(folder), 0u);
+  EXPECT_FALSE(std::filesystem::exists(folder));
 }
 
 TEST_F(Setup, ConfigurationsThatWereChangedByHandStayUnlessTheirValuesAreToChange) {

@@ -11,6 +11,7 @@
 #include "host/setup/installation.h"
 #include "host/setup/registry_changes.h"
 #include "host/setup/running_programs.h"
+#include "host/setup/user_traces.h"
 #include "module/frame/directory_walk.h"
 #include "module/frame/handle.h"
 #include "module/frame/windows.h"
@@ -37,7 +38,8 @@ class Remover {
     if (!RemoveService()) return ExitCode::kNotAllRemoved;
     if (!EndProgramsIn(found_.programs, log_)) return ExitCode::kNotAllRemoved;
     if (found_.present) RemovePrograms();
-    RemoveTracesOfUser();
+    // What a user may have arranged so that it cannot be removed holds nothing else up.
+    const bool users_complete = RemoveUserTraces(log_);
     if (options_.keep_data) {
       log_.Tell(found_.data + L" stays, with the machine's identity, its key and its history");
     } else {
@@ -51,7 +53,7 @@ class Remover {
     }
     if (remove_own_folder_ && !RemoveOwnFolder()) return ExitCode::kNotAllRemoved;
     log_.Tell(L"Done. RemoteAccess is removed");
-    return ExitCode::kDone;
+    return users_complete ? ExitCode::kDone : ExitCode::kNotAllRemoved;
   }
 
  private:
@@ -116,14 +118,6 @@ class Remover {
       for (const wchar_t* name : kTemporary)
         Check(folder + name, RemoveFolder(folder + name));
     }
-  }
-
-  // Of the user who runs this alone: with an administrator's rights nothing is removed from folders
-  // in which others may put links.
-  void RemoveTracesOfUser() {
-    Check(L"Settings of the user", RemoveKey(HKEY_CURRENT_USER, kSettingsKey));
-    const std::wstring folder = ConfiguredPath(L"", L"%LOCALAPPDATA%\\Tessaro");
-    Check(folder, RemoveFolder(folder));
   }
 
   void RemoveRegistry() {
