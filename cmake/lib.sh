@@ -183,9 +183,21 @@ stop_wine() { # stop_wine PREFIX
   [[ -e $1/wineserver ]] || return 0 # Nothing has ever run there.
   WINEPREFIX=$1 wineserver -k </dev/null >/dev/null 2>&1 || : # Nothing was running.
   WINEPREFIX=$1 wineserver -w </dev/null >/dev/null 2>&1 || :
+  end_unborn "$1"
   name=$(<"$1/wineserver")
   [[ $name != wine-?????? ]] || rm -rf "/tmp/$name"
   rm -f "$1/wineserver"
+}
+
+# Ends what Wine's server never knew: a program that is ended before it has told the server its process id waits for the answer
+# to that for ever, since it holds the writing end of the pipe itself.
+end_unborn() { # end_unborn PREFIX, whose server has ended
+  local environment pid
+  while IFS= read -r environment; do
+    pid=${environment#/proc/}
+    pid=${pid%/environ}
+    [[ $(readlink "/proc/$pid/exe") != */wine64 ]] || kill -s KILL "$pid" 2>/dev/null || :
+  done < <(grep -lzxF "WINEPREFIX=$1" /proc/[0-9]*/environ 2>/dev/null)
 }
 
 windows_path() { # windows_path /absolute/path

@@ -1,4 +1,4 @@
-import { readdirSync, readFileSync } from "node:fs";
+import { readdirSync, readFileSync, readlinkSync } from "node:fs";
 
 export interface ProcessFigures {
   residentBytes: number;
@@ -94,9 +94,12 @@ export interface Standing {
 // server (each Windows handle of an open object is one on the Unix side or in the server).
 export function standing(data: string): Standing {
   const result: Standing = { processes: [], threads: 0, descriptors: 0, residentBytes: 0 };
-  for (const pid of pidsOf(data)) {
+  const pids = pidsOf(data);
+  const known = new Set(pids.flatMap(pipesOfServer));
+  for (const pid of pids) {
     try {
-      const name = readFileSync(`/proc/${pid}/comm`, "utf8").trim();
+      const name = commandOf(pid);
+      if (name === "wine64" && isUnborn(pid, known)) continue;
       result.processes.push(name);
       if (!name.startsWith("Tsr") && name !== "wineserver") continue;
       result.threads += readdirSync(`/proc/${pid}/task`).length;
@@ -111,7 +114,34 @@ export function standing(data: string): Standing {
   return result;
 }
 
-export function pidsOf(data: string): number[] {
+export const commandOf = (pid: number) => readFileSync(`/proc/${pid}/comm`, "utf8").trim();
+
+// Each as often as the process has it open.
+function pipesOf(pid: number): string[] {
+  const folder = `/proc/${pid}/fd`;
+  return readdirSync(folder)
+    .map((descriptor) => readlinkSync(`${folder}/${descriptor}`))
+    .filter((target) => target.startsWith("pipe:"));
+}
+
+// Of Wine's server; none of another process.
+function pipesOfServer(pid: number): string[] {
+  try {
+    return commandOf(pid) === "wineserver64" ? pipesOf(pid) : [];
+  } catch {
+    return [];
+  }
+}
+
+// A program that was ended before Wine's server knew its process: for the machine it is not there, but it waits for ever for
+// the server's answer, in a pipe of which it has both ends and the server none. `./run` ends those with the machine.
+function isUnborn(pid: number, known: Set<string>): boolean {
+  const own = pipesOf(pid);
+  const both = own.filter((pipe, at) => own.indexOf(pipe) !== at);
+  return both.length > 0 && !both.some((pipe) => known.has(pipe));
+}
+
+function pidsOf(data: string): number[] {
   return readdirSync("/proc")
     .filter((name) => /^\d+$/.test(name))
     .filter((pid) => {
