@@ -72,7 +72,7 @@ uint32_t ConsoleState::Start(IServMain& main, IProviders& providers,
   history_.Start();
   // Where that fails, it is tried again with the service.
   providers.Prepare();
-  connection_.reset(new Connection(*client_.get(), *this));
+  connection_ = std::make_unique<Connection>(*client_.get(), *this);
   connection_->Start();
   return error::kSuccess;
 }

@@ -28,7 +28,7 @@ struct ConsoleOptions {
 
 // What there is to be seen, put together from the agent's plug-ins, the module's ones for the
 // console and the file of the history.
-class ConsoleState final : public IConsoleState, private Connection::IWork {
+class ConsoleState final : public IConsoleState, public Connection::IWork {
  public:
   explicit ConsoleState(ConsoleOptions options);
   ConsoleState(const ConsoleState&) = delete;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/common/host_intake.h"
@@ -20,7 +21,10 @@ class PluginSequence {
   // None is owned. `step` is called when one more plug-in has been started or stopped.
   PluginSequence(const Configuration& configuration, IServMain& main, ComponentManager& components,
                  std::function<void()> step)
-      : configuration_(configuration), main_(main), components_(components), step_(step) {}
+      : configuration_(configuration),
+        main_(main),
+        components_(components),
+        step_(std::move(step)) {}
   PluginSequence(const PluginSequence&) = delete;
   PluginSequence& operator=(const PluginSequence&) = delete;
 
