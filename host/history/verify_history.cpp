@@ -97,18 +97,15 @@ int WalkAll(sqlite3* database, ChainWalk& walk, Verification& found) {
   return result;
 }
 
-}  // namespace
-
-Verification VerifyHistory(const std::wstring& path) {
+Verification VerifyOnce(const std::wstring& path, const HistoryHead* anchor) {
   Verification found;
-  HistoryHead anchor;
-  found.anchored = ReadAnchor(path, anchor);
+  found.anchored = anchor != nullptr;
   UniqueSqlite database;
   found.status = OpenForReading(path, database);
   if (found.status != 0) return found;
-  ChainWalk walk(found, found.anchored ? &anchor : nullptr);
+  ChainWalk walk(found, anchor);
   found.status = WindowsCodeOf(database.get(), WalkAll(database.get(), walk, found));
-  if (found.finding == Finding::kIntact && found.anchored) CheckEnd(path, anchor, walk);
+  if (found.finding == Finding::kIntact && anchor != nullptr) CheckEnd(path, *anchor, walk);
   // All are counted only where not all were read.
   auto records = static_cast<uint64_t>(walk.last().sequence);
   if (found.finding != Finding::kIntact) {
@@ -116,6 +113,21 @@ Verification VerifyHistory(const std::wstring& path) {
   }
   found.records = static_cast<int64_t>(records);
   return found;
+}
+
+}  // namespace
+
+Verification VerifyHistory(const std::wstring& path) {
+  for (;;) {
+    HistoryHead anchor;
+    if (!ReadAnchor(path, anchor)) return VerifyOnce(path, nullptr);
+    Verification found = VerifyOnce(path, &anchor);
+    if (found.finding == Finding::kIntact) return found;
+    // What the registry said need not be about the file that was read, where the agent has set the
+    // store aside meanwhile and begun anew.
+    HistoryHead now;
+    if (ReadAnchor(path, now) && now.sequence >= anchor.sequence) return found;
+  }
 }
 
 }  // namespace host::history
