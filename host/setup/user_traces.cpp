@@ -75,7 +75,9 @@ uint32_t Remove(const std::wstring& path) {
   if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
       (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
     for (const std::wstring& name : NamesIn(file.get())) {
-      if (const uint32_t status = Remove(path + L'\\' + name); status != 0) return status;
+      std::wstring inner = path;
+      inner.append(1, L'\\').append(name);
+      if (const uint32_t status = Remove(inner); status != 0) return status;
     }
   }
   FILE_DISPOSITION_INFO disposition = {.DeleteFile = TRUE};
