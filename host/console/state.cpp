@@ -132,7 +132,11 @@ void ConsoleState::Check() {
 }
 
 void ConsoleState::OnTasksAsked() {
-  if (connection_ != nullptr && !IsBannerRight()) connection_->CheckSoon();
+  // An end is a record soon. The system may tell of a file that the service keeps open only when
+  // somebody opens it.
+  const size_t sessions = tasks_.GetTasks().size();
+  const bool other = sessions != sessions_.exchange(sessions);
+  if (connection_ != nullptr && (other || !IsBannerRight())) connection_->CheckSoon();
   Changed();
 }
 

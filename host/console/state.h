@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -80,6 +81,8 @@ class ConsoleState final : public IConsoleState, public Connection::IWork {
   ServPlugin<messaging::rpc::client_handler> client_{L"RemoteAccess"};
   IProviders* providers_ = nullptr;
   std::vector<History::IHistoryTranslator*> translators_;
+
+  std::atomic<size_t> sessions_{0};  // As last asked.
 
   Mutex listener_mutex_;  // Held while the listener is called.
   IListener* listener_ = nullptr;
