@@ -141,7 +141,7 @@ function isUnborn(pid: number, known: Set<string>): boolean {
   return both.length > 0 && !both.some((pipe) => known.has(pipe));
 }
 
-function pidsOf(data: string): number[] {
+export function pidsOf(data: string): number[] {
   return readdirSync("/proc")
     .filter((name) => /^\d+$/.test(name))
     .filter((pid) => {
