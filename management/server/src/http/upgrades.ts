@@ -100,6 +100,8 @@ export function pathOf(request: { url?: string | undefined }): string {
 
 function refuse(socket: Duplex, refusal: ApiError): void {
   const body = JSON.stringify(refusal.body);
+  // A peer that does not close its side would keep the socket for ever.
+  socket.once("finish", () => socket.destroy());
   socket.end(
     `HTTP/1.1 ${refusal.status} ${STATUS_CODES[refusal.status]}\r\n` +
       "Content-Type: application/json\r\nConnection: close\r\n" +
