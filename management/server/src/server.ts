@@ -15,6 +15,7 @@ import { RefusedAttempts } from "./audit/refused_attempts.ts";
 import { ApiError, badRequest, CloseCode, notFound, tooLarge } from "./errors.ts";
 import { type ApiContext, apiRoutes } from "./http/api_routes.ts";
 import { ClientAddresses } from "./http/client_addresses.ts";
+import { limitIdlenessOfBody } from "./http/idleness.ts";
 import { LiveFeed } from "./http/live_feed.ts";
 import { Metrics } from "./http/metrics.ts";
 import { pageRoutes } from "./http/page_routes.ts";
@@ -100,8 +101,9 @@ export async function startServer(
   );
 
   app.decorateReply("refusal", undefined);
-  app.addHook("onRequest", async (_request, reply) => {
+  app.addHook("onRequest", async (request, reply) => {
     reply.headers(securityHeaders);
+    limitIdlenessOfBody(request, reply, limits.transferIdleMs);
   });
   app.addHook("onResponse", async (request, reply) => {
     const { method } = request;

@@ -1,10 +1,11 @@
-import type { FastifyInstance, FastifyReply } from "fastify";
+import type { FastifyInstance } from "fastify";
 import { z } from "zod";
 import { auditActions } from "../audit/audit_entry.ts";
 import { badRequest } from "../errors.ts";
 import { readHistory } from "../machines/history.ts";
 import { administratorsOnly } from "./administrators.ts";
 import { type ApiContext, onMachine } from "./api_routes.ts";
+import { goneSignal } from "./gone_signal.ts";
 
 const number = z
   .string()
@@ -54,11 +55,4 @@ function read<T>(schema: z.ZodType<T>, query: unknown): T {
   const parsed = schema.safeParse(query);
   if (parsed.success) return parsed.data;
   throw badRequest(`${String(parsed.error.issues[0]?.path[0] ?? "The query")} is not valid.`);
-}
-
-/** Is told when nobody waits for the answer any more. */
-function goneSignal(reply: FastifyReply): AbortSignal {
-  const gone = new AbortController();
-  reply.raw.once("close", () => gone.abort());
-  return gone.signal;
 }

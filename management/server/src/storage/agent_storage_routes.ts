@@ -1,11 +1,12 @@
 import type { FastifyInstance, FastifyRequest } from "fastify";
 import type { Admission } from "../agent/admission.ts";
+import { limitIdleness } from "../http/idleness.ts";
 import type { Metrics } from "../http/metrics.ts";
 import { sendPlainJson } from "../http/plain_json.ts";
 import type { Limits } from "../limits.ts";
 import type { Registry } from "../machines/registry.ts";
 import { checkName } from "./names.ts";
-import { leaveBodies, lengthOf, limitIdleness } from "./request_body.ts";
+import { leaveBodies, lengthOf } from "./request_body.ts";
 import { runContextOf } from "./run_context.ts";
 import { sendFile } from "./send_file.ts";
 import type { Storage } from "./storage.ts";
@@ -33,9 +34,9 @@ export function agentStorageRoutes(context: AgentStorageContext) {
 
   return async (routes: FastifyInstance): Promise<void> => {
     leaveBodies(routes);
-    routes.addHook("onRequest", async (request, reply) => {
+    routes.addHook("onRequest", async (request) => {
       admission.identify(request.headers);
-      limitIdleness(request, reply, limits.transferIdleMs);
+      limitIdleness(request, limits.transferIdleMs);
     });
 
     routes.route<{ Params: { profile: string; "*": string } }>({

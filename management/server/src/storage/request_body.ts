@@ -1,4 +1,4 @@
-import type { FastifyInstance, FastifyReply, FastifyRequest } from "fastify";
+import type { FastifyInstance, FastifyRequest } from "fastify";
 import { tooLarge } from "../errors.ts";
 
 /** Leaves the bodies of these routes alone, of whatever type and length they are: their handlers read them as they come. */
@@ -23,16 +23,4 @@ export async function* chunksOf(request: FastifyRequest, maxSize: number): Async
   } finally {
     request.raw.resume();
   }
-}
-
-/** Gives up a transfer on which nothing has moved for that long. */
-export function limitIdleness(
-  { raw }: FastifyRequest,
-  { raw: response }: FastifyReply,
-  idleMs: number,
-): void {
-  raw.setTimeout(idleMs, () => raw.socket.destroy());
-  if (raw.method === "GET" || raw.method === "HEAD") return;
-  // A body that has come whole may take its time to reach the disk.
-  raw.once("end", () => response.writableEnded || raw.setTimeout(0));
 }

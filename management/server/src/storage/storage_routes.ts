@@ -4,9 +4,11 @@ import { short } from "../audit/names_of_input.ts";
 import { badRequest } from "../errors.ts";
 import { administratorsOnly } from "../http/administrators.ts";
 import type { ApiContext } from "../http/api_routes.ts";
+import { goneSignal } from "../http/gone_signal.ts";
+import { limitIdleness } from "../http/idleness.ts";
 import type { Limits } from "../limits.ts";
 import { checkName } from "./names.ts";
-import { chunksOf, leaveBodies, limitIdleness } from "./request_body.ts";
+import { chunksOf, leaveBodies } from "./request_body.ts";
 import { attachment, sendFile } from "./send_file.ts";
 import type { Storage } from "./storage.ts";
 import { openEntry } from "./zip_entry.ts";
@@ -23,9 +25,7 @@ export function storageRoutes(context: ApiContext, storage: Storage, limits: Lim
   return async (api: FastifyInstance): Promise<void> => {
     const { note } = administratorsOnly(api, context);
     leaveBodies(api);
-    api.addHook("onRequest", async (request, reply) =>
-      limitIdleness(request, reply, limits.transferIdleMs),
-    );
+    api.addHook("onRequest", async (request) => limitIdleness(request, limits.transferIdleMs));
 
     api.get("/storage", async () => storage.profiles);
 
@@ -76,9 +76,7 @@ export function storageRoutes(context: ApiContext, storage: Storage, limits: Lim
           };
           return sendFile(request, reply, file, { name, onBytes });
         }
-        const gone = new AbortController();
-        reply.raw.once("close", () => gone.abort());
-        const { size, stream } = await openEntry(file, entry, gone.signal);
+        const { size, stream } = await openEntry(file, entry, goneSignal(reply));
         reply.headers({ ...attachment(lastPart(entry)), "content-length": size });
         if (request.method !== "HEAD") return reply.send(stream);
         stream.destroy();
