@@ -13,6 +13,8 @@ export interface Limits {
   silenceMs: number;
   /** One remote call or policy call, from its sending on. */
   callMs: number;
+  /** What may lie here for an agent that reads slowly: more than all calls that run at once. */
+  untakenBytes: number;
   /** Calls of one machine that may wait for their turn, remote calls and policy calls each. */
   callsWaiting: number;
   /** Policy calls of one machine that run at once. */
@@ -34,6 +36,7 @@ export const defaultLimits: Limits = {
   pingMs: 15_000,
   silenceMs: 45_000,
   callMs: 60_000,
+  untakenBytes: 128 * 1024 * 1024,
   callsWaiting: 32,
   policyCallsAtOnce: 8,
   closeMs: 30_000,

@@ -82,8 +82,8 @@ export class AgentLink<Message extends { type: string }, Reply> {
         if (this.#late.size > MAX_LATE_CALLS) this.#forgetOldest();
       }, this.#options.limits.callMs);
       this.#calls.set(id, { resolve, reject, timer, follower });
-      this.#socket.send(text);
       follower?.onSent();
+      this.send(text);
     });
   }
 
@@ -102,8 +102,11 @@ export class AgentLink<Message extends { type: string }, Reply> {
 
   /** Sends one message; `sent` is called once it has left this process or the connection has ended. */
   send(text: string, sent: () => void = () => {}): void {
-    if (this.#isOpen()) this.#socket.send(text, sent);
-    else sent();
+    if (!this.#isOpen()) return sent();
+    this.#socket.send(text, sent);
+    if (this.#socket.bufferedAmount <= this.#options.limits.untakenBytes) return;
+    this.close(CloseCode.policy, "takes nothing");
+    this.#socket.terminate();
   }
 
   /** `onGone` is called at once: a peer that never answers the close must not keep the machine's place meanwhile. */

@@ -90,6 +90,14 @@ test("policy calls run several at once, wait in a bounded queue, and end with th
   expect(main.unread().map((message) => message.type)).toEqual(["rpc"]);
 });
 
+test("an agent that takes nothing of what it is sent is given up before that fills the memory", async () => {
+  const server = await TestServer.start({ untakenBytes: 1024 * 1024 });
+  const machine = await server.integration();
+  machine.socket.pause();
+  expect((await server.policy("Any", `"${"x".repeat(8_000_000)}"`)).status).toBe(409);
+  expect((await server.policy("Any")).status).toBe(409);
+});
+
 test("the integration connection is guarded as the main one is, and comes and goes by itself", async () => {
   const server = await TestServer.start();
   const wrong = FakeIntegration.connect(server.url, { key: "wrong" });
