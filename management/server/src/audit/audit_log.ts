@@ -1,7 +1,7 @@
 import { rename, stat } from "node:fs/promises";
 import { RotatingFile } from "../persistence/rotating_file.ts";
 import type { AuditEntry, AuditedAction, AuditResult } from "./audit_entry.ts";
-import { type AuditPage, type AuditQuery, rangeOf, readAudit } from "./audit_reader.ts";
+import { type AuditPage, type AuditQuery, firstIn, readAudit } from "./audit_reader.ts";
 
 export interface AuditLogOptions {
   path: string;
@@ -45,13 +45,13 @@ export class AuditLog {
    */
   static async open(options: AuditLogOptions): Promise<AuditLog> {
     const { path } = options;
-    const range = await rangeOf(path);
-    if (!range) await setAsideDamaged(path, options.onError);
+    const first = await firstIn(path);
+    if (first === undefined) await setAsideDamaged(path, options.onError);
     const [last] = (await readAudit(path, { limit: 1 })).entries;
     const lastSeq = last?.seq ?? 0;
     const file = await RotatingFile.open({
       ...options,
-      label: labelOf(range?.first ?? lastSeq + 1),
+      label: labelOf(first ?? lastSeq + 1),
       durable: true,
     });
     const unexpected = last !== undefined && last.action !== "serverStop";

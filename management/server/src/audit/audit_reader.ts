@@ -47,25 +47,21 @@ export async function readAudit(path: string, query: AuditQuery): Promise<AuditP
   return { entries, next: null };
 }
 
-/** The numbers of the first and the last entry in one file; undefined where nothing in it can be read. */
-export async function rangeOf(path: string): Promise<{ first: number; last: number } | undefined> {
+/** The number of the first entry in one file; undefined where nothing in it can be read. */
+export async function firstIn(path: string): Promise<number | undefined> {
   const file = await openIfThere(path);
-  try {
-    let last: number | undefined;
-    let first: number | undefined;
-    if (!file) return undefined;
-    for await (const lines of linesBackwards(file)) {
-      for (const line of lines) {
-        const entry = parseEntry(line);
-        if (!entry) continue;
-        last ??= entry.seq;
-        first = entry.seq;
-      }
+  if (!file) return undefined;
+  let rest = "";
+  // The stream closes the file, however this ends.
+  for await (const piece of file.createReadStream({ encoding: "utf8" })) {
+    const lines = (rest + piece).split("\n");
+    rest = lines.pop() ?? "";
+    for (const line of lines) {
+      const entry = parseEntry(line);
+      if (entry) return entry.seq;
     }
-    return first && last ? { first, last } : undefined;
-  } finally {
-    await file?.close();
   }
+  return undefined;
 }
 
 /** All lines, last first, of the files that may hold one below that number. */
