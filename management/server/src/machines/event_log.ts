@@ -91,8 +91,8 @@ export class EventLog {
 
   /** What is still known of the events after that id. */
   since(id: number): EventRecord[] {
-    const first = this.#events.findIndex((event) => event.id > id);
-    return first < 0 ? [] : this.#events.slice(first);
+    // From the end, where those who follow are.
+    return this.#events.slice(this.#events.findLastIndex((event) => event.id <= id) + 1);
   }
 
   /** Calls `follower` after each new event; the result ends that. */
