@@ -1,12 +1,14 @@
-import { useState } from "preact/hooks";
+import { useMemo, useState } from "preact/hooks";
 import { Icon } from "../components/icons";
 import { ProblemWords } from "../components/problem_note";
 import type { Job } from "../live/jobs_feed";
+import { copyText } from "../terminal/clipboard";
 import { outputOf } from "./run_output";
 
 /** What a command wrote. */
 export function OutputPane({ upload }: { upload: Job }) {
-  const output = outputOf(upload).value;
+  // Once for as long as it is shown: what failed is asked for anew when it is opened again, not with each drawing.
+  const output = useMemo(() => outputOf(upload), [upload.id]).value;
   const [copied, setCopied] = useState(false);
   if (output.phase === "loading") return <p class="run-waiting">Reading the output…</p>;
   if (output.phase === "failed") {
@@ -29,7 +31,7 @@ export function OutputPane({ upload }: { upload: Job }) {
         aria-label="Copy the output"
         title={copied ? "Copied" : "Copy the output"}
         onClick={async () => {
-          await navigator.clipboard?.writeText(output.text);
+          await copyText(output.text);
           setCopied(true);
         }}
       >

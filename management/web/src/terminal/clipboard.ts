@@ -14,13 +14,17 @@ export function setCopiesOnSelect(on: boolean): void {
 export async function copySelection(terminal: Terminal): Promise<void> {
   const text = terminal.getSelection();
   if (!text) return;
+  await copyText(text);
+  announce("Copied");
+  terminal.focus();
+}
+
+export async function copyText(text: string): Promise<void> {
   try {
     await navigator.clipboard.writeText(text);
   } catch {
     copyByCommand(text);
   }
-  announce("Copied");
-  terminal.focus();
 }
 
 /** False when the browser does not let a page read the clipboard by itself. */
