@@ -6,6 +6,7 @@ import { currentProfile } from "../files/profiles";
 import { TRANSFER_TIMEOUT_S } from "../files/sending";
 import type { Job } from "../live/jobs_feed";
 import { perMachine } from "../live/per_machine";
+import { newId } from "../new_id";
 
 const DEFAULT_TIMEOUT_S = 300;
 const MAX_TIMEOUT_S = 4_000_000;
@@ -62,7 +63,7 @@ export class Running {
   }
 
   #input(profile: string): object {
-    const id = crypto.randomUUID();
+    const id = newId();
     const runContext = { from: "page", id };
     const workingDir = this.workingDir.value.trim();
     return {

@@ -2,6 +2,7 @@ import { computed, signal } from "@preact/signals";
 import { type Problem, problemOf } from "../api/problem";
 import { policy } from "../api/server";
 import { perMachine } from "../live/per_machine";
+import { newId } from "../new_id";
 import { nameOf } from "../words";
 import { problemOfAnswer } from "../words_of_codes";
 import { archiveName } from "./names";
@@ -56,7 +57,7 @@ export class Fetching {
     if (!profile || this.starting.value || accepted.length === 0) return;
     this.starting.value = true;
     this.problem.value = undefined;
-    const jobId = crypto.randomUUID();
+    const jobId = newId();
     try {
       const answer = await policy(this.machineId, "StartUploadArchive", {
         timeout: TRANSFER_TIMEOUT_S,
