@@ -7,7 +7,8 @@ export interface PickedFile {
   path: string[];
 }
 
-const MAX_FILES = 1000;
+/** That can be sent at once. */
+export const MAX_FILES = 1000;
 
 export function pickFiles(files: Iterable<File>): PickedFile[] {
   return [...files].map((file) => ({ file, path: [windowsName(file.name)] }));
@@ -37,7 +38,7 @@ async function gather(
   folders: string[],
   picked: PickedFile[],
 ): Promise<void> {
-  if (picked.length >= MAX_FILES) return;
+  if (picked.length > MAX_FILES) return; // That is too many, however many more there are.
   const path = [...folders, windowsName(entry.name)];
   if (entry.isFile) {
     const file = await new Promise<File>((resolve, reject) =>

@@ -3,12 +3,13 @@ import { type Problem, problemOf } from "../api/problem";
 import { policy, putStored } from "../api/server";
 import { jobsOf } from "../live/jobs_feed";
 import { perMachine } from "../live/per_machine";
+import { newId } from "../new_id";
 import { problemOfAnswer } from "../words_of_codes";
 import { size } from "../words_of_sizes";
 import { jobIdOf, type Leftover, rememberLeftover, removeLeftover } from "./leftovers";
 import { joinPath, storageName } from "./names";
 import { CheckedPath } from "./path_check";
-import { type PickedFile, withPicked } from "./picked_files";
+import { MAX_FILES, type PickedFile, withPicked } from "./picked_files";
 import { currentProfile } from "./profiles";
 
 export const TRANSFER_TIMEOUT_S = 6 * 60 * 60;
@@ -57,6 +58,11 @@ export class Sending {
 
   /** Why the files can't be sent, as far as it is known here. */
   get problem(): Problem | undefined {
+    if (this.files.value.length > MAX_FILES) {
+      return {
+        text: "More than 1,000 files can't be sent at once. Pack them into an archive first.",
+      };
+    }
     const limit = currentProfile()?.maxSize ?? Number.POSITIVE_INFINITY;
     const large = this.files.value.find(({ file }) => file.size > limit);
     if (!large) return undefined;
@@ -90,7 +96,7 @@ export class Sending {
   }
 
   async #send(folder: string, files: PickedFile[], profile: string): Promise<void> {
-    const jobId = crypto.randomUUID();
+    const jobId = newId();
     const upload: Upload = {
       jobId,
       folder,
