@@ -25,6 +25,9 @@ export interface Job {
   end: Json;
 }
 
+/** As many as the server remembers. */
+const MAX_JOBS = 200;
+
 export function isOver(job: Job): boolean {
   return job.phase === "ended" || job.phase === "refused" || job.phase === "lost";
 }
@@ -53,7 +56,7 @@ export class JobsFeed extends Feed {
 export function withNews(jobs: readonly Job[], message: Json): readonly Job[] {
   const job = member(message, "job") as Job | undefined;
   if (!job) return member(message, "jobs") ? (list(message, "jobs") as Job[]).toReversed() : jobs;
-  if (!jobs.some((known) => known.id === job.id)) return [job, ...jobs];
+  if (!jobs.some((known) => known.id === job.id)) return [job, ...jobs].slice(0, MAX_JOBS);
   return jobs.map((known) => (known.id === job.id ? job : known));
 }
 

@@ -29,11 +29,13 @@ export const loaded = signal(false);
 
 const backoff = new Backoff(1000, 30_000);
 let retry: ReturnType<typeof setTimeout> | undefined;
+let source: EventSource | undefined;
 
-/** Follows the server's live feed for as long as the page lives. */
+/** Follows the server's live feed for as long as the page lives; called again, at once instead of later. */
 export function followServer(): void {
   clearTimeout(retry);
-  const source = new EventSource("/api/live");
+  source?.close();
+  source = new EventSource("/api/live");
   source.onmessage = (event) => {
     const state = JSON.parse(event.data);
     machines.value = state.machines;
@@ -43,7 +45,7 @@ export function followServer(): void {
     backoff.reset();
   };
   source.onerror = () => {
-    source.close();
+    source?.close();
     leaveWhenSignedOut();
     const wait = backoff.next();
     serverLink.value = { state: "lost", retryAt: Date.now() + wait };
