@@ -71,7 +71,6 @@ function useSessionEnd({ sessions, connected }: MachineInfo, onEnd: () => void):
     const last = before.current;
     before.current = { sessions, connected };
     if (sessions >= last.sessions && connected === last.connected) return;
-    const timer = setTimeout(onEnd, SETTLED_MS);
-    return () => clearTimeout(timer);
+    setTimeout(onEnd, SETTLED_MS); // Also when the next session begins meanwhile.
   }, [sessions, connected]);
 }

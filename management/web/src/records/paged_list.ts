@@ -37,16 +37,11 @@ export class PagedList<T> {
 
   /** Fetches what is new. Resolves with the number of new items, undefined where that failed. */
   async refresh(): Promise<number | undefined> {
-    if (this.busy.value) {
-      this.#again = true;
-      return undefined;
-    }
+    this.#again = this.busy.value;
+    if (this.#again) return undefined;
     const portion = await this.#ask(undefined);
-    if (!portion) return undefined;
-    const added = this.#join(portion);
-    if (!this.#again) return added;
-    this.#again = false;
-    return this.refresh();
+    const added = portion && this.#join(portion);
+    return this.#again ? this.refresh() : added;
   }
 
   /** Fetches the next older ones. */
@@ -54,9 +49,11 @@ export class PagedList<T> {
     const before = this.next.value;
     if (before === null || this.busy.value || this.problem.value) return;
     const portion = await this.#ask(before);
-    if (!portion) return;
-    this.items.value = [...this.items.value, ...portion.items];
-    this.next.value = portion.next;
+    if (portion) {
+      this.items.value = [...this.items.value, ...portion.items];
+      this.next.value = portion.next;
+    }
+    if (this.#again) await this.refresh();
   }
 
   async #ask(before: number | undefined): Promise<Portion<T> | undefined> {
