@@ -19,8 +19,7 @@ namespace {
 
 CHILD_ROLE(ServeSafely) {
   EchoServer server;
-  AwaitParentsEnd();
-  return 0;
+  EndWithParent();
 }
 
 // Where the server of this name listens, as the hub tells everybody; and as which node.
@@ -105,31 +104,6 @@ TEST(HostileProcess, NobodyIsTakenForAnother) {
 }
 
 // The role of that name, by a process that is no administrator's.
-CHILD_ROLE(WithoutRights) {
-  BYTE sid[SECURITY_MAX_SID_SIZE];
-  DWORD size = sizeof(sid);
-  CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size);
-  SID_AND_ATTRIBUTES administrators{.Sid = sid, .Attributes = 0};
-  orn::UniqueHandle own;
-  orn::UniqueHandle low;
-  OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, own.put());
-  if (!CreateRestrictedToken(own.get(), 0, 1, &administrators, 0, nullptr, 0, nullptr, low.put())) {
-    return 1;
-  }
-  std::wstring command(RoleCommandLine(arguments[0]).view());
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION process{};
-  if (!CreateProcessAsUserW(low.get(), nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                            nullptr, &startup, &process)) {
-    return 2;
-  }
-  WaitForSingleObject(process.hProcess, INFINITE);
-  DWORD code = 0;
-  GetExitCodeProcess(process.hProcess, &code);
-  return static_cast<int>(code);
-}
-
 CHILD_ROLE(AnnounceServer) {
   Party party;
   party.Announce("forbidden", "2");
@@ -141,10 +115,11 @@ CHILD_ROLE(AnnounceServer) {
 TEST(HostileProcess, OnlyAdministratorsServeButWhereTheHubSaysOtherwise) {
   NewInstance();
   ASSERT_TRUE(IsAdministrator()) << "run the tests as an administrator";
+  const orn::UniqueHandle rights = TokenWithoutAdministrators();
   for (const bool allowed : {false, true}) {
     HubProcess hub(allowed ? L"Other;TsrComm.Test" : L"Other");
     Party watcher;
-    Child low("WithoutRights AnnounceServer");
+    Child low("AnnounceServer", rights.get());
     watcher.AwaitEntry("low client");
     EXPECT_EQ(watcher.TimesAdded("forbidden"), allowed ? 1 : 0);
     watcher.Announce("seen", "1");
@@ -172,7 +147,8 @@ TEST(HostileProcess, ThatIsFirstAtTheUsersDoorIsBelievedByItsOwnUserAlone) {
   if (!IsAdministrator()) GTEST_SKIP() << "needs an administrator";
   HubProcess hub;
   Party administrator;
-  Child low("WithoutRights TakeUsersDoor");
+  const orn::UniqueHandle rights = TokenWithoutAdministrators();
+  Child low("TakeUsersDoor", rights.get());
   administrator.AwaitEntry("impostor");
   EXPECT_FALSE(IsTrustworthyOwner(OpenPipe(HubPipeName(Door::kUsers)).get()));
   EXPECT_TRUE(IsTrustworthyOwner(OpenPipe(HubPipeName(Door::kAgent)).get()));

@@ -16,8 +16,7 @@ namespace {
 
 CHILD_ROLE(Serve) {
   EchoServer server;
-  AwaitParentsEnd();
-  return 0;
+  EndWithParent();
 }
 
 TEST(Messaging, RequestsGoToAnotherProcessAndAnswersComeBack) {
@@ -127,8 +126,7 @@ CHILD_ROLE(FireEvents) {
   const int32_t listener = server.party().AwaitEntry("listener");
   for (int i = 0; i < 300; ++i)
     server.party().PostEvent(listener, std::to_string(i));
-  AwaitParentsEnd();
-  return 0;
+  EndWithParent();
 }
 
 CHILD_ROLE(FireForgedEvents) {
@@ -137,8 +135,7 @@ CHILD_ROLE(FireForgedEvents) {
   const int32_t listener = party.AwaitEntry("listener");
   party.PostEvent(listener, "forged");
   party.Announce("forged", "1");
-  AwaitParentsEnd();
-  return 0;
+  EndWithParent();
 }
 
 TEST(Messaging, EventsComeInOrderAndFromServersOnly) {
@@ -192,8 +189,7 @@ CHILD_ROLE(BeHub) {
   HubProcess hub;
   Party party;
   party.Announce("hub", "1");
-  AwaitParentsEnd();
-  return 0;
+  EndWithParent();
 }
 
 TEST(Messaging, AHubThatIsKilledIsReplacedByTheNext) {
@@ -250,8 +246,7 @@ CHILD_ROLE(Flood) {
   while (party.channel()->post(request) == 0) {
   }
   party.Announce("full", "1");
-  AwaitParentsEnd();
-  return 0;
+  EndWithParent();
 }
 
 TEST(Messaging, AFloodIsPushedBackAndOthersAreServed) {

@@ -13,7 +13,6 @@
 #include "module/jobs/testing/child_roles.h"
 #include "module/rpc/comm/json_data.h"
 #include "module/rpc/comm/remote_access_comm_client_plugin.h"
-#include "tests/processes/peer_process.h"
 #include "tests/processes/raw_peer.h"
 #include "tests/processes/service_process.h"
 #include "tests/processes/targets.h"
@@ -84,7 +83,7 @@ CHILD_ROLE(Intruder) {
   peer.Announce(rpc::kServer, "rpc_server_forged", pid);
   PostForgedEvent(peer);
   Print(std::to_string(claims("rpc_client_own")));
-  StayAsLongAs(static_cast<DWORD>(pid));
+  EndWithParent();
 }
 
 struct States final : IRemoteAccess::IStateEvent {
@@ -115,7 +114,8 @@ TEST(AccessToRemoteCalls, IsByTheRightsThatTheCallersProcessHas) {
 
   orn::UniqueHandle token;
   ASSERT_EQ(host::MakeLowToken(token), 0u);
-  PeerProcess intruder("Intruder " + other.id(), token.get());
+  RoleProcess intruder("Intruder " + other.id() + " " + std::to_string(GetCurrentProcessId()),
+                       token.get());
   EXPECT_EQ(intruder.ReadLine(), "5 0 0 5 5 5 5 5 5 5 5 5 5 ");
   EXPECT_EQ(intruder.ReadLine(), "5") << "a claim under its own name";
   EXPECT_EQ(intruder.ReadLine(), "5") << "under another's";
@@ -172,7 +172,7 @@ CHILD_ROLE(AtTheMachine) {
   Print(std::to_string(terminals.Call(1)));
   states.came.Acquire();
   Print(states.seen.front() + " " + std::to_string(runs.seen));
-  StayAsLongAs(std::stoul(arguments[0]));
+  EndWithParent();
 }
 
 TEST(AccessToRemoteCalls, OfWhoeverSitsAtTheMachineEndsAtTheSessionsThatAreOpen) {
@@ -180,11 +180,11 @@ TEST(AccessToRemoteCalls, OfWhoeverSitsAtTheMachineEndsAtTheSessionsThatAreOpen)
   const ServiceProcess service;
   orn::UniqueHandle token;
   ASSERT_EQ(host::MakeLowToken(token), 0u);
-  PeerProcess one("AtTheMachine", token.get());
+  RoleProcess one("AtTheMachine", token.get());
   EXPECT_EQ(one.ReadLine(), "5 0 0 5 5 5 5 5 5 ");
   WaitForSingleObject(begun.get(), INFINITE);
   ResetEvent(begun.get());
-  PeerProcess two("AtTheMachine", token.get());
+  RoleProcess two("AtTheMachine", token.get());
   EXPECT_EQ(two.ReadLine(), "5 0 0 5 5 5 5 5 5 ");
   WaitForSingleObject(begun.get(), INFINITE);
 
@@ -199,7 +199,7 @@ TEST(AccessToRemoteCalls, OfWhoeverSitsAtTheMachineEndsAtTheSessionsThatAreOpen)
   EXPECT_EQ(administrator.SetEnabled(true), 0u);
   states.came.Acquire();
   runs.came.Acquire();
-  for (PeerProcess* user : {&one, &two}) {
+  for (RoleProcess* user : {&one, &two}) {
     EXPECT_EQ(user->ReadLine(), std::to_string(2250)) << "the terminals";
     EXPECT_EQ(user->ReadLine(), "on 0");
   }

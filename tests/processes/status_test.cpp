@@ -11,7 +11,6 @@
 #include "module/rpc/comm/remote_access_comm_client_plugin.h"
 #include "module/rpc/comm/remote_access_server_plugin.h"
 #include "module/rpc/server_factory.h"
-#include "tests/processes/peer_process.h"
 #include "tests/processes/raw_peer.h"
 #include "tests/processes/service_process.h"
 #include "tests/processes/targets.h"
@@ -44,7 +43,7 @@ CHILD_ROLE(Server) {
   peer = &server;
   server.Announce(rpc::kServer, "rpc_server_odd");
   Print("ready");
-  StayAsLongAs(std::stoul(arguments[1]));
+  EndWithParent();
 }
 
 // Tells of all that it takes and drops, and has one thread.
@@ -95,7 +94,7 @@ CHILD_ROLE(NarrowServer) {
   Print(server.Init(&faces) == 0 ? "ready" : "failed");
   WaitForSingleObject(stop.get(), INFINITE);
   server.UnInit();
-  StayAsLongAs(std::stoul(arguments[0]));
+  EndWithParent();
 }
 
 CHILD_ROLE(Client) {
@@ -149,7 +148,7 @@ TEST(RemoteCalls, EndWhateverTheServerDoes) {
                  {"dies", 0, AnyOf(2250, 1460)}};
   for (const auto& [how, timeout, status] : servers) {
     SCOPED_TRACE(how);
-    PeerProcess server(std::string("Server ") + how);
+    RoleProcess server(std::string("Server ") + how);
     ASSERT_EQ(server.ReadLine(), "ready");
     EXPECT_THAT(RawClient(kAccess).Call(2, {}, timeout), status);
   }
@@ -161,7 +160,7 @@ TEST(RemoteCalls, ThatTheServerDropsUnrunGet1223) {
   const orn::UniqueHandle go_on = SharedEvent(kGoOn);
   const orn::UniqueHandle stop = SharedEvent(kStop);
   const ServiceProcess hub(/*servers=*/false);
-  PeerProcess server("NarrowServer");
+  RoleProcess server("NarrowServer");
   ASSERT_EQ(server.ReadLine(), "ready");
   // Without an entry: the server would be held up by the call that runs where it takes one in.
   RawPeer peer(kAccess);
@@ -207,7 +206,7 @@ TEST(RemoteCalls, WithoutTheLibrariesFailWithoutASend) {
   std::filesystem::create_directories(folder);
   std::filesystem::copy_file(TestProgram(), folder / L"alone.exe");
   {
-    PeerProcess client("Client", /*token=*/nullptr, folder / L"alone.exe");
+    RoleProcess client("Client", /*token=*/nullptr, folder / L"alone.exe");
     EXPECT_EQ(client.ReadLine(), "5002");
     EXPECT_EQ(client.ReadLine(), "1627");
   }

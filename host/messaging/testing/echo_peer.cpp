@@ -2,44 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstring>
-#include <map>
-#include <utility>
-
-#include "host/common/host_configuration.h"
 #include "host/common/host_presence.h"
-#include "module/jobs/testing/child_roles.h"
+#include "host/plugins/common/fake_host.h"
 
 namespace host::channels::testing {
-
-namespace {
-
-constexpr const wchar_t* kParentVariable = L"MESSAGING_TEST_PARENT";
-
-class Configuration final : public IServMain, public IComponentManager, public IHostConfiguration {
- public:
-  using Options = std::map<std::wstring, const wchar_t*, std::less<>>;
-  explicit Configuration(Options options) : options_(std::move(options)) {}
-  IComponentManager* GetComponentManager() override { return this; }
-  uint32_t GetObject(const wchar_t*, const InterfaceId&, void** object) override {
-    *object = static_cast<IHostConfiguration*>(this);
-    return 0;
-  }
-  void ReleaseObject(const wchar_t*) override {}
-  const wchar_t* GetOption(const wchar_t*, const wchar_t* option) override {
-    const auto found = options_.find(option);
-    return found == options_.end() ? nullptr : found->second;
-  }
-  const wchar_t* GetDataFolder() override { return L""; }
-  const wchar_t* GetRun() override { return L""; }
-  const wchar_t* ResolvePath(const wchar_t* path) override { return path; }
-
- private:
-  const Options options_;
-};
-
-}  // namespace
 
 void NewInstance() {
   static int counter = 0;
@@ -47,19 +13,21 @@ void NewInstance() {
   SetEnvironmentVariableW(
       kInstanceVariable,
       (L"messaging-" + std::to_wstring(pid) + L"-" + std::to_wstring(++counter)).c_str());
-  SetEnvironmentVariableW(kParentVariable, std::to_wstring(pid).c_str());
 }
 
 void BecomeUsers() {
-  Configuration configuration(Configuration::Options{{L"door", L"users"}});
+  FakeHost host;
+  host.SetOption(messaging::kChannelGateway, L"door", L"users");
   GatewayFactory factory;
-  EXPECT_EQ(factory.Init(&configuration), 0);
+  EXPECT_EQ(factory.Init(&host), 0);
 }
 
 HubProcess::HubProcess(const wchar_t* worker_channels, const wchar_t* users) {
-  Configuration configuration(Configuration::Options{
-      {L"hub", L"true"}, {L"workerChannels", worker_channels}, {L"users", users}});
-  EXPECT_EQ(factory_.Init(&configuration), 0);
+  FakeHost host;
+  host.SetOption(messaging::kChannelGateway, L"hub", L"true");
+  host.SetOption(messaging::kChannelGateway, L"workerChannels", worker_channels);
+  host.SetOption(messaging::kChannelGateway, L"users", users);
+  EXPECT_EQ(factory_.Init(&host), 0);
 }
 
 Party::Party()
@@ -182,38 +150,6 @@ void EchoServer::Receive(messaging::message* received, void* user) {
   answer->set_binary("data", text.data(), static_cast<uint32_t>(text.size()));
   received->reply(answer);
   answer->release();
-}
-
-Child::Child(const std::string& role) {
-  std::wstring command(RoleCommandLine(role).view());
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION process{};
-  EXPECT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, /*inherit=*/FALSE, 0,
-                             nullptr, nullptr, &startup, &process));
-  process_.reset(process.hProcess);
-  const orn::UniqueHandle thread(process.hThread);
-  pid_ = process.dwProcessId;
-}
-
-void Child::Kill() {
-  TerminateProcess(process_.get(), 7);
-  WaitForSingleObject(process_.get(), INFINITE);
-}
-
-DWORD Child::Await() {
-  WaitForSingleObject(process_.get(), INFINITE);
-  DWORD code = 0;
-  GetExitCodeProcess(process_.get(), &code);
-  return code;
-}
-
-void AwaitParentsEnd() {
-  wchar_t pid[16] = {};
-  GetEnvironmentVariableW(kParentVariable, pid, 16);
-  const orn::UniqueHandle parent(
-      OpenProcess(SYNCHRONIZE, /*inherit=*/FALSE, static_cast<DWORD>(_wtoi(pid))));
-  WaitForSingleObject(parent.get(), INFINITE);
 }
 
 }  // namespace host::channels::testing

@@ -7,11 +7,13 @@
 #include <string>
 
 #include "host/messaging/gateway_factory.h"
-#include "module/frame/handle.h"
+#include "module/jobs/testing/child_roles.h"
 
-// What the tests of the messaging library share: an instance of the agent of their own, a hub, a
-// gateway with an observer, and child processes that serve.
+// What the tests of the messaging library share: an instance of the agent of their own, a hub, and
+// a gateway with an observer.
 namespace host::channels::testing {
+
+using Child = RoleProcess;
 
 constexpr const char* kChannel = "TsrComm.Test";
 
@@ -103,25 +105,5 @@ class EchoServer {
   Party party_;
   std::atomic<int> held_{0};
 };
-
-// A child process in a role of this program. Ends with this.
-class Child {
- public:
-  explicit Child(const std::string& role);
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-  ~Child() { Kill(); }
-  void Kill();
-  // Waits for its own end; its exit code.
-  DWORD Await();
-  int32_t pid() const { return static_cast<int32_t>(pid_); }
-
- private:
-  orn::UniqueHandle process_;
-  DWORD pid_ = 0;
-};
-
-// In a child: returns when the parent has gone.
-void AwaitParentsEnd();
 
 }  // namespace host::channels::testing

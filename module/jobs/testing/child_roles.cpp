@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr const wchar_t* kParentVariable = L"TEST_PARENT";
+
 std::map<std::string, RoleFunction>& Roles() {
   static std::map<std::string, RoleFunction> roles;
   return roles;
@@ -39,6 +41,80 @@ DWORD RunChild(const std::string& role, const std::wstring& program) {
   DWORD code = 0;
   GetExitCodeProcess(child.process(), &code);
   return code;
+}
+
+RoleProcess::RoleProcess(const std::string& role, HANDLE token, const std::wstring& program) {
+  SetEnvironmentVariableW(kParentVariable, std::to_wstring(GetCurrentProcessId()).c_str());
+  std::wstring command(RoleCommandLine(role, program).view());
+  SECURITY_ATTRIBUTES inheritable{
+      .nLength = sizeof(inheritable), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
+  orn::UniqueHandle write;
+  CreatePipe(output_.put(), write.put(), &inheritable, 0);
+  SetHandleInformation(output_.get(), HANDLE_FLAG_INHERIT, 0);
+  STARTUPINFOW startup{};
+  startup.cb = sizeof(startup);
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdOutput = write.get();
+  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+  PROCESS_INFORMATION information{};
+  const BOOL started =
+      token == nullptr ? CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                        nullptr, &startup, &information)
+                       : CreateProcessAsUserW(token, nullptr, command.data(), nullptr, nullptr,
+                                              TRUE, 0, nullptr, nullptr, &startup, &information);
+  EXPECT_TRUE(started) << GetLastError();
+  process_.reset(information.hProcess);
+  orn::UniqueHandle(information.hThread).reset();
+  pid_ = information.dwProcessId;
+}
+
+std::string RoleProcess::ReadLine() {
+  std::string line;
+  char byte = 0;
+  DWORD length = 0;
+  while (ReadFile(output_.get(), &byte, 1, &length, nullptr) && length == 1 && byte != '\n')
+    line += byte;
+  return line;
+}
+
+void RoleProcess::Kill() {
+  TerminateProcess(process_.get(), 77);
+  WaitForSingleObject(process_.get(), INFINITE);
+}
+
+DWORD RoleProcess::Await() {
+  WaitForSingleObject(process_.get(), INFINITE);
+  DWORD code = 0;
+  GetExitCodeProcess(process_.get(), &code);
+  return code;
+}
+
+void Print(const std::string& line) {
+  DWORD written = 0;
+  WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), (line + "\n").data(),
+            static_cast<DWORD>(line.size() + 1), &written, nullptr);
+}
+
+void EndWithParent() {
+  wchar_t pid[16] = {};
+  GetEnvironmentVariableW(kParentVariable, pid, 16);
+  const orn::UniqueHandle parent(
+      OpenProcess(SYNCHRONIZE, /*inherit=*/FALSE, static_cast<DWORD>(_wtoi(pid))));
+  if (parent) WaitForSingleObject(parent.get(), INFINITE);
+  TerminateProcess(GetCurrentProcess(), 0);
+  for (;;) {
+  }
+}
+
+orn::UniqueHandle TokenWithoutAdministrators() {
+  BYTE sid[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof(sid);
+  CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size);
+  SID_AND_ATTRIBUTES administrators{.Sid = sid, .Attributes = 0};
+  orn::UniqueHandle own, restricted;
+  OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, own.put());
+  CreateRestrictedToken(own.get(), 0, 1, &administrators, 0, nullptr, 0, nullptr, restricted.put());
+  return restricted;
 }
 
 size_t CountHandles() {

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "module/frame/handle.h"
 #include "module/frame/string.h"
 #include "module/frame/windows.h"
 
@@ -31,5 +32,37 @@ orn::StringT<wchar_t> RoleCommandLine(const std::string& role,
                                       const std::wstring& program = TestProgram());
 // Waits for the child's end. Gives its exit code.
 DWORD RunChild(const std::string& role, const std::wstring& program = TestProgram());
+
+// A process of this program, or of another copy of it, in a role; with what it prints. It is ended
+// with this object.
+class RoleProcess {
+ public:
+  // With the rights of `token` where that is not null.
+  explicit RoleProcess(const std::string& role, HANDLE token = nullptr,
+                       const std::wstring& program = TestProgram());
+  RoleProcess(const RoleProcess&) = delete;
+  RoleProcess& operator=(const RoleProcess&) = delete;
+  ~RoleProcess() { Kill(); }
+
+  // Without its end; empty at the end of all.
+  std::string ReadLine();
+  void Kill();
+  // Waits for its own end. Gives its exit code.
+  DWORD Await();
+  int32_t pid() const { return static_cast<int32_t>(pid_); }
+
+ private:
+  orn::UniqueHandle process_;
+  orn::UniqueHandle output_;
+  DWORD pid_ = 0;
+};
+
+// What a role prints.
+void Print(const std::string& line);
+// In a role that stays: the process ends when that has gone which started it.
+[[noreturn]] void EndWithParent();
+// This process's rights without those of administrators.
+orn::UniqueHandle TokenWithoutAdministrators();
+
 // The handles that this process holds. (GetProcessHandleCount would say 0 under Wine.)
 size_t CountHandles();
