@@ -19,6 +19,17 @@ CHILD_ROLE(Serve) {
   EndWithParent();
 }
 
+CHILD_ROLE(ServeToTheEnd) {
+  EchoServer server;
+  Party& party = server.party();
+  while (server.held() == 0)
+    std::this_thread::yield();
+  party.Withdraw("server");
+  party.channel()->close_receiver(party.channel()->get_receiver());
+  server.last_held().reply(party.messages()->create_message(0));
+  EndWithParent();
+}
+
 TEST(Messaging, RequestsGoToAnotherProcessAndAnswersComeBack) {
   NewInstance();
   HubProcess hub;
@@ -57,6 +68,11 @@ TEST(Messaging, RequestsGoToAnotherProcessAndAnswersComeBack) {
   }
   client.Ask("die", {}, 60000, &status);
   EXPECT_EQ(status, error::kNotConnected);
+  client.AwaitNoEntry("server");
+  const Child leaving("ServeToTheEnd");
+  client.AwaitEntry("server");
+  client.Ask("hold", {}, 60000, &status);
+  EXPECT_EQ(status, 0u) << "the server takes no more, and answers what it has";
   client.AwaitNoEntry("server");
   client.Ask("echo", {}, 60000, &status);
   EXPECT_EQ(status, error::kNotConnected);

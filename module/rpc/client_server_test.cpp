@@ -143,9 +143,11 @@ TEST_F(RpcTest, ServerIsThereForAsLongAsItsClientIs) {
   user.Announce(kServer);
   user.Announce();
   user.gateway->add_subscriber(user.Entry(kEventSubscriber, "s"));
-  EXPECT_EQ(Await(2), (Told{"born", "+s"}));
-  user.Withdraw();
-  user.gateway->remove_subscriber(user.Entry(kEventSubscriber, "s"));
+  user.gateway->add_subscriber(user.Entry(kEventSubscriber, "other", /*interface=*/2));
+  EXPECT_EQ(Await(3), (Told{"born", "+s", "unknown 2"}));
+  for (const auto& entry : {user.Entry(kClient), user.Entry(kEventSubscriber, "other", 2),
+                            user.Entry(kEventSubscriber, "s")})
+    user.gateway->remove_subscriber(entry);
   EXPECT_EQ(Await(2), (Told{"-s", "died"}));
 }
 
@@ -176,7 +178,7 @@ TEST_F(RpcTest, ASlowMethodStopsNoOtherCall) {
 }
 
 TEST_F(RpcTest, ClientTellsWhatBecameOfACall) {
-  Hand service(far_end, "s");
+  Hand service(far_end, "Counter", "s");
   service.Announce(kServer);
   const auto answer_with = [&](const Change& fill) {
     service.AnswerWith([&service, fill](message& call) {
@@ -241,7 +243,7 @@ TEST_F(RpcTest, ServerMayHaveItsClientInItsOwnProcess) {
 }
 
 TEST_F(RpcTest, OneWayCallsAreHeldUntilTheServerIsThere) {
-  Hand service(far_end, "s");
+  Hand service(far_end, "Counter", "s");
   CallList arrived;
   service.AnswerWith([&](message& call) { arrived.Add(std::to_string(call.get_int(kMethodId))); });
   service.Announce(kServer);

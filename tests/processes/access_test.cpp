@@ -1,19 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <condition_variable>
+#include <map>
 #include <mutex>
-#include <vector>
 
 #include "host/common/file_path.h"
 #include "host/plugins/common/fake_host.h"
 #include "host/service/low_rights.h"
 #include "module/feature/records_json.h"
+#include "module/feature/testing/call_list.h"
 #include "module/frame/exported_object.h"
-#include "module/frame/testing/semaphore.h"
 #include "module/jobs/testing/child_roles.h"
 #include "module/rpc/comm/json_data.h"
 #include "module/rpc/comm/remote_access_comm_client_plugin.h"
-#include "tests/processes/raw_peer.h"
+#include "module/rpc/testing/hand.h"
 #include "tests/processes/service_process.h"
 #include "tests/processes/targets.h"
 
@@ -22,6 +22,9 @@ namespace {
 
 using namespace messaging;
 using namespace orn::RemoteAccess;
+using messaging::testing::Claim;
+using messaging::testing::Hand;
+using messaging::testing::raw_client;
 
 constexpr const char* kAccess = "RemoteAccess";
 constexpr const char* kTerminals = "RemoteTerminalManager";
@@ -30,73 +33,89 @@ constexpr int32_t kUnknownMethod = 99;
 // What each method gives without any input.
 std::string StatusesOfAllMethods() {
   std::string all;
-  RawClient access(kAccess);
+  raw_client access(/*main=*/nullptr, kAccess);
   for (const int32_t method : {1, 2, 3, 4, 5, 6, 7, 8, kUnknownMethod})
-    all += std::to_string(access.Call(method)) + " ";
-  RawClient terminals(kTerminals);
+    all += std::to_string(access.call(method)) + " ";
+  raw_client terminals(/*main=*/nullptr, kTerminals);
   for (const int32_t method : {1, 2, 3, kUnknownMethod})
-    all += std::to_string(terminals.Call(method)) + " ";
+    all += std::to_string(terminals.call(method)) + " ";
   return all;
 }
 
-// The status of "SetEnabled", without its input, by whom `numbers` and the other arguments claim.
-int32_t Claim(RawPeer& peer, const std::string& client, RawPeer::Numbers numbers) {
-  const auto message = peer.NewMessage(
-      rpc::kMethodCall, numbers, {{rpc::kClientId, client}, {rpc::kImpersonatedPath, "C:\\a.exe"}});
-  message->set_int(rpc::kMethodId, Comm::kSetEnabled);
-  return peer.Call(*message);
-}
+// The last entry of each type on a channel.
+class Entries final : public channel_observer {
+ public:
+  // Waits for one.
+  channel_subscriber Await(rpc::subscriber_type type) {
+    std::unique_lock lock(mutex_);
+    came_.wait(lock, [&] { return entries_.contains(type); });
+    return entries_[type];
+  }
 
-void PostForgedEvent(RawPeer& peer) {
-  const channel_subscriber other = peer.Await(rpc::kEventSubscriber);
-  const auto event = peer.NewMessage(
-      rpc::kOneWayEvent,
-      {{rpc::kSerialize, 1},
-       {rpc::kInterfaceNumber, Comm::kStateEvent},
-       {rpc::kMethodId, Comm::kTerminalSessionStateChanged},
-       {rpc::kSubscriberPid, other.pid}},
-      {{rpc::kSubscriberId, other.id}, {rpc::kClientId, other.properties.at(rpc::kClientId)}});
+ private:
+  void on_new_subscriber(const std::string&, const channel_subscriber& entry) override {
+    const std::lock_guard lock(mutex_);
+    entries_[rpc::int_property(entry, rpc::kSubscriberType).value_or(-1)] = entry;
+    came_.notify_all();
+  }
+  void on_subscriber_removed(const std::string&, const channel_subscriber&) override {}
+
+  std::mutex mutex_;
+  std::condition_variable came_;
+  std::map<int32_t, channel_subscriber> entries_;  // Guarded by mutex_.
+};
+
+void PostForgedEvent(const Hand& hand, const channel_subscriber& other) {
+  const rpc::message_ptr event = hand.Make(rpc::kOneWayEvent);
+  event->set_int(rpc::kSerialize, 1);
+  event->set_int(rpc::kInterfaceNumber, Comm::kStateEvent);
+  event->set_int(rpc::kMethodId, Comm::kTerminalSessionStateChanged);
+  event->set_int(rpc::kSubscriberPid, other.pid);
+  event->set_string(rpc::kSubscriberId, other.id.c_str());
+  event->set_string(rpc::kClientId, other.properties.at(rpc::kClientId).c_str());
   TerminalSessionState state;
   state.terminalId = "forged";
   rpc::ParameterList data;
   data.AddBytes(Comm::kSessionState, rpc::ToJsonData(state));
   data.SaveTo(*event);
-  peer.Post(*event);
+  hand.line->post(event.get());
 }
 
 // Tries all it can and tells what it got. The arguments are the id and the process id of a client
 // with more rights.
 CHILD_ROLE(Intruder) {
-  const std::string client = arguments[0];
+  const std::string own = "rpc_client_own";
   const int32_t pid = std::stoi(arguments[1]);
   Print(StatusesOfAllMethods());
-  RawPeer peer(kAccess);
-  peer.Await(rpc::kServer);
-  peer.Announce(rpc::kClient, "rpc_client_own");
-  const auto claims = [&](const std::string& id) {
-    return Claim(peer, id, {{rpc::kImpersonatedPid, pid}, {rpc::kImpersonatedAdmin, 1}});
+  rpc::gateway_factory_holder library;
+  Hand hand(*library.obtain(/*main=*/nullptr), kAccess, own);
+  Entries entries;
+  hand.gateway->add_observer(&entries);
+  entries.Await(rpc::kServer);
+  const auto claim_as = [&](const std::string& id) {
+    hand.id = id;
+    Print(std::to_string(hand.Call(Comm::kSetEnabled, 1, Claim(1)).value_or(-1)));
   };
-  Print(std::to_string(claims("rpc_client_own")));
-  Print(std::to_string(claims(client)));
-  peer.Announce(rpc::kClient, client, pid);
-  Print(std::to_string(claims(client)));
-  peer.Announce(rpc::kServer, "rpc_server_forged", pid);
-  PostForgedEvent(peer);
-  Print(std::to_string(claims("rpc_client_own")));
+  hand.Announce();
+  claim_as(own);
+  claim_as(arguments[0]);
+  hand.Announce(rpc::kClient, pid);
+  claim_as(arguments[0]);
+  hand.id = "rpc_server_forged";
+  hand.Announce(rpc::kServer, pid);
+  PostForgedEvent(hand, entries.Await(rpc::kEventSubscriber));
+  claim_as(own);
   EndWithParent();
 }
 
-struct States final : IRemoteAccess::IStateEvent {
-  std::mutex mutex;
-  std::vector<std::string> seen;  // Guarded by mutex.
-  Semaphore came;
+// Keeps the names of the sessions that it hears of, and "run" for a run.
+struct Observer final : IRemoteAccess::IStateEvent, IRemoteAccess::IProcessOperationsEvent {
+  CallList heard;
 
   uint32_t OnTerminalSessionStateChanged(const TerminalSessionState& state) override {
-    const std::lock_guard lock(mutex);
-    seen.emplace_back(state.terminalId.c_str());
-    came.Release();
-    return 0;
+    return heard.Add(state.terminalId.c_str());
   }
+  uint32_t OnProcessFinished(const ProcessExecutionMetadata&) override { return heard.Add("run"); }
 };
 
 TEST(AccessToRemoteCalls, IsByTheRightsThatTheCallersProcessHas) {
@@ -105,16 +124,16 @@ TEST(AccessToRemoteCalls, IsByTheRightsThatTheCallersProcessHas) {
   EXPECT_EQ(StatusesOfAllMethods(), "87 0 0 87 87 87 87 87 632 87 1627 87 632 ");
 
   RemoteAccessCommClientPlugin client;
-  States states;
+  Observer observer;
   ASSERT_EQ(client.Init(/*main=*/nullptr), 0);
-  ASSERT_EQ(client.RegisterStateEvent(&states, 0, 0), 0u);
+  ASSERT_EQ(client.RegisterStateEvent(&observer, 0, 0), 0u);
   WaitForSingleObject(begun.get(), INFINITE);
-  RawClient other(kAccess);
-  ASSERT_EQ(other.Call(Comm::kGetEnabled), 0);
+  raw_client other(/*main=*/nullptr, kAccess);
+  ASSERT_EQ(other.call(Comm::kGetEnabled), 0);
 
   orn::UniqueHandle token;
   ASSERT_EQ(host::MakeLowToken(token), 0u);
-  RoleProcess intruder("Intruder " + other.id() + " " + std::to_string(GetCurrentProcessId()),
+  RoleProcess intruder("Intruder " + other.client_id + " " + std::to_string(GetCurrentProcessId()),
                        token.get());
   EXPECT_EQ(intruder.ReadLine(), "5 0 0 5 5 5 5 5 5 5 5 5 5 ");
   EXPECT_EQ(intruder.ReadLine(), "5") << "a claim under its own name";
@@ -126,22 +145,10 @@ TEST(AccessToRemoteCalls, IsByTheRightsThatTheCallersProcessHas) {
   EXPECT_TRUE(client.is_connected(&server));
   EXPECT_NE(server, intruder.pid());
   EXPECT_EQ(client.SetEnabled(true), 0u);
-  states.came.Acquire();
-  EXPECT_EQ(states.seen, std::vector<std::string>{"on"});
-  EXPECT_EQ(client.UnregisterStateEvent(&states, 0, 0), 0u);
+  EXPECT_EQ(observer.heard.Take(1), Calls{"on"});
+  EXPECT_EQ(client.UnregisterStateEvent(&observer, 0, 0), 0u);
   client.UnInit();
 }
-
-struct Runs final : IRemoteAccess::IProcessOperationsEvent {
-  std::atomic<int> seen{0};
-  Semaphore came;
-
-  uint32_t OnProcessFinished(const ProcessExecutionMetadata&) override {
-    ++seen;
-    came.Release();
-    return 0;
-  }
-};
 
 // Of this process: the messaging library that everybody in it shares.
 uint32_t ComeByTheUsersDoor(ExportedObject<IServPlugin>& library) {
@@ -158,20 +165,18 @@ CHILD_ROLE(AtTheMachine) {
   ExportedObject<IServPlugin> library;
   if (ComeByTheUsersDoor(library) != 0) return 1;
   RemoteAccessCommClientPlugin client;
-  States states;
-  Runs runs;
+  Observer observer;
   if (client.Init(/*main=*/nullptr) != 0) return 2;
-  client.RegisterProcessOperationsEvent(&runs, 0, 0);
-  client.RegisterStateEvent(&states, 0, 0);
-  RawClient access(kAccess);
+  client.RegisterProcessOperationsEvent(&observer, 0, 0);
+  client.RegisterStateEvent(&observer, 0, 0);
+  raw_client access(/*main=*/nullptr, kAccess);
   std::string statuses;
   for (const int32_t method : {1, 2, 3, 4, 5, 6, 7, 8, kUnknownMethod})
-    statuses += std::to_string(access.Call(method)) + " ";
+    statuses += std::to_string(access.call(method)) + " ";
   Print(statuses);
-  RawClient terminals(kTerminals, /*first_timeout=*/0);
-  Print(std::to_string(terminals.Call(1)));
-  states.came.Acquire();
-  Print(states.seen.front() + " " + std::to_string(runs.seen));
+  raw_client terminals(/*main=*/nullptr, kTerminals, /*patience=*/0);
+  Print(std::to_string(terminals.call(1)));
+  Print(observer.heard.Take(1)[0]);
   EndWithParent();
 }
 
@@ -189,36 +194,21 @@ TEST(AccessToRemoteCalls, OfWhoeverSitsAtTheMachineEndsAtTheSessionsThatAreOpen)
   WaitForSingleObject(begun.get(), INFINITE);
 
   RemoteAccessCommClientPlugin administrator;
-  Runs runs;
-  States states;
+  Observer observer;
   ASSERT_EQ(administrator.Init(/*main=*/nullptr), 0);
-  ASSERT_EQ(administrator.RegisterProcessOperationsEvent(&runs, 0, 0), 0u);
+  ASSERT_EQ(administrator.RegisterProcessOperationsEvent(&observer, 0, 0), 0u);
   ResetEvent(begun.get());
-  ASSERT_EQ(administrator.RegisterStateEvent(&states, 0, 0), 0u);
+  ASSERT_EQ(administrator.RegisterStateEvent(&observer, 0, 0), 0u);
   WaitForSingleObject(begun.get(), INFINITE);
   EXPECT_EQ(administrator.SetEnabled(true), 0u);
-  states.came.Acquire();
-  runs.came.Acquire();
+  observer.heard.Take(2);
   for (RoleProcess* user : {&one, &two}) {
     EXPECT_EQ(user->ReadLine(), std::to_string(2250)) << "the terminals";
-    EXPECT_EQ(user->ReadLine(), "on 0");
+    EXPECT_EQ(user->ReadLine(), "on") << "no run, of which observers are told first";
   }
-  administrator.UnregisterProcessOperationsEvent(&runs, 0, 0);
-  administrator.UnregisterStateEvent(&states, 0, 0);
+  administrator.UnregisterProcessOperationsEvent(&observer, 0, 0);
+  administrator.UnregisterStateEvent(&observer, 0, 0);
   administrator.UnInit();
-}
-
-TEST(AccessToRemoteCalls, OfAnAdministratorIsLoweredByAClaimAndNeverRaised) {
-  const ServiceProcess service;
-  RawPeer peer(kAccess);
-  peer.Await(rpc::kServer);
-  const auto claim = [&](RawPeer::Numbers numbers) { return Claim(peer, "rpc_client_a", numbers); };
-  // 87: the call was let in, and has no input.
-  EXPECT_EQ(claim({}), 87);
-  EXPECT_EQ(claim({{rpc::kImpersonatedPid, 4}, {rpc::kImpersonatedAdmin, 1}}), 87);
-  EXPECT_EQ(claim({{rpc::kImpersonatedPid, 4}, {rpc::kImpersonatedAdmin, 0}}), 5);
-  EXPECT_EQ(claim({{rpc::kImpersonatedPid, 4}, {rpc::kImpersonatedAdmin, 2}}), 5);
-  EXPECT_EQ(claim({{rpc::kImpersonatedAdmin, 0}}), 87) << "no whole claim";
 }
 
 }  // namespace

@@ -4,19 +4,15 @@
 
 #include "module/frame/handle.h"
 
-// What RemoteCallsTestPlugin.dll's "RemoteAccess.Fake" does on "CancelDownload", by the job's id:
-//
-//   hang    sets the event kBegun and waits for kGoOn; a new observer sets kBegun too
-//   die     ends the process at once
-//   else    gives the id back as the message
+// RemoteCallsTestPlugin.dll's "RemoteAccess.Fake" sets the event kBegun for each new observer of
+// states. A "CancelDownload" of the job "die" ends the process at once, any other gives the id back
+// as the message.
 namespace remote_calls {
 
 inline constexpr const wchar_t* kBegun = L"begun";
 inline constexpr const wchar_t* kGoOn = L"go-on";
 // Set for a host whose "RemoteTerminalManager.Fake" is to set kBegun and wait for kGoOn in UnInit.
 inline constexpr const wchar_t* kHold = L"hold";
-// Of the test's own.
-inline constexpr const wchar_t* kStop = L"stop";
 
 // Manual-reset, shared by the processes of one instance, as long as one of them holds it.
 inline orn::UniqueHandle SharedEvent(const wchar_t* name) {

@@ -131,6 +131,7 @@ void EchoServer::Receive(messaging::message* received, void* user) {
   if (what == "drop") return;
   if (what == "hold") {
     received->add_ref();
+    self->last_held_ = received;
     ++self->held_;
     return;
   }

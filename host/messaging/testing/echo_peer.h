@@ -98,12 +98,15 @@ class EchoServer {
   ~EchoServer() { party_.End(); }
   Party& party() { return party_; }
   int held() const { return held_; }
+  // The last of those.
+  messaging::message& last_held() { return *last_held_; }
 
  private:
   static void Receive(messaging::message* received, void* user);
 
   Party party_;
-  std::atomic<int> held_{0};
+  messaging::message* last_held_ = nullptr;
+  std::atomic<int> held_{0};  // Counted up when that is set.
 };
 
 }  // namespace host::channels::testing

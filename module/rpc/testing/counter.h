@@ -3,22 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <future>
 #include <optional>
 #include <thread>
 
 #include "module/feature/testing/call_list.h"
 #include "module/frame/error_codes.h"
 #include "module/platform/framework.h"
-#include "module/rpc/properties.h"
+#include "module/rpc/testing/hand.h"
 #include "module/rpc/testing/manual_queue.h"
 #include "module/rpc/testing/two_ends.h"
-#include "module/rpc/wire.h"
 
-// An interface that counts, its client and its server against each other, and an end of their
-// channel by hand, which says what a well-behaved one never says.
+// An interface that counts, its client and its server against each other.
 
-inline constexpr uint32_t kParameter = 0x0101;
+using messaging::testing::kParameter;
 inline constexpr int32_t kCounted = 7;  // The event's method.
 
 struct ICounter {
@@ -32,7 +29,6 @@ struct ICounter {
    protected:
     ~IEvent() = default;
   };
-  struct IOther {};  // Events that no server knows.
 
   virtual uint32_t Count(uint32_t by) = 0;
 
@@ -49,12 +45,6 @@ struct EventChannel final : messaging::rpc::client_subscriber<ICounter::IEvent> 
     return output.AddValue(kParameter, count + 1) ? kCounted : error::kFailed;
   }
 };
-struct OtherChannel final : messaging::rpc::client_subscriber<ICounter::IOther> {
-  int32_t handle(int32_t, const messaging::rpc::ParameterList&,
-                 messaging::rpc::ParameterList&) override {
-    return 0;
-  }
-};
 
 namespace messaging::rpc {
 
@@ -65,15 +55,14 @@ struct event_interface<ICounter::IEvent> {
   static constexpr int32_t kNumber = 1;
   using subscriber = EventChannel;
 };
-template <>
-struct event_interface<ICounter::IOther> {
-  static constexpr int32_t kNumber = 2;
-  using subscriber = OtherChannel;
-};
 
 using EnterpriseIntegration::CallerInfo;
 using orn::RemoteAccess::CallList;
+using testing::Change;
+using testing::Claim;
+using testing::Hand;
 using testing::memory_process;
+using testing::Serialise;
 using Told = orn::RemoteAccess::Calls;
 
 struct Counter final : IOrnBaseInterface, ICounter {
@@ -169,7 +158,7 @@ struct CounterClient final : client<ICounter> {
 };
 
 // Keeps what it hears, and can hold an event up.
-struct Listener final : ICounter::IEvent, ICounter::IOther {
+struct Listener final : ICounter::IEvent {
   CallList heard;
   Semaphore may_leave;
   bool holds = false;
@@ -183,81 +172,6 @@ struct Listener final : ICounter::IEvent, ICounter::IOther {
   }
 };
 
-using Change = std::function<void(message&)>;
-
-// An end of the channel by hand.
-struct Hand {
-  memory_process& process;
-  const std::string id;
-  channel_gateway* const gateway = process.create({.channel = "TsrComm.Counter"});
-  channel* const line = gateway->get_factory()->open_channel("");
-  Change on_message;
-
-  Hand(memory_process& of, std::string name) : process(of), id(std::move(name)) {}
-  ~Hand() { process.destroy(gateway); }
-
-  // What arrives from now on is handled so; a handler that runs has ended by then.
-  void AnswerWith(Change handler) {
-    line->close_receiver(line->get_receiver());
-    on_message = std::move(handler);
-    line->get_receiver()->set_callback(
-        [](message* received, void* user) { static_cast<Hand*>(user)->on_message(*received); },
-        this, 0);
-  }
-  channel_subscriber Entry(int32_t type, const char* subscriber = "") const {
-    channel_subscriber entry{.pid = 0, .channel = "TsrComm.Counter", .id = id, .properties = {}};
-    write_int_property(entry, kSubscriberType, type);
-    entry.properties[kClientId] = id;
-    if (type != kEventSubscriber) return entry;
-    entry.id = subscriber;
-    entry.properties[kSubscriberId] = subscriber;
-    write_int_property(entry, kInterfaceNumber, 1);
-    return entry;
-  }
-  void Announce(int32_t type = kClient) { gateway->add_subscriber(Entry(type)); }
-  void Withdraw(int32_t type = kClient) { gateway->remove_subscriber(Entry(type)); }
-
-  message_ptr Make(int32_t type = 0) const {
-    auto made = message_ptr::adopt(gateway->get_factory()->create_message(0));
-    made->set_type(type);
-    return made;
-  }
-  // The answer; empty where nobody gives one.
-  message_ptr Ask(const message_ptr& request) const {
-    message* answer = nullptr;
-    line->send(request.get(), &answer, 60000 | channel::kMilliseconds);
-    return message_ptr::adopt(answer);
-  }
-  // The status, if there is an answer.
-  std::optional<int32_t> Call(int32_t method, uint32_t by = 1, const Change& change = {}) const {
-    const auto call = Make(kMethodCall);
-    call->set_int(kMethodId, method);
-    call->set_string(kClientId, id.c_str());
-    ParameterList input;
-    input.AddValue(kParameter, by);
-    input.SaveTo(*call);
-    if (change) change(*call);
-    const auto answer = Ask(call);
-    return answer ? int_field(*answer, kReturnValue) : std::nullopt;
-  }
-  std::future<std::optional<int32_t>> CallAside(uint32_t by, const Change& change = {}) const {
-    return std::async(std::launch::async, [this, by, change] { return Call(1, by, change); });
-  }
-};
-
-inline void Serialise(message& call) {
-  call.set_int(kSerialize, 1);
-}
-
-// A claim to call for another process.
-inline Change Claim(std::optional<int32_t> admin) {
-  return [admin](message& call) {
-    call.set_int(kImpersonatedPid, 77);
-    call.set_string(kImpersonatedPath, "other");
-    if (admin) call.set_int(kImpersonatedAdmin, *admin);
-  };
-}
-
 struct RpcTest : testing::two_ends<CounterClient, CounterServer, Counter>,
                  IOrnBaseInterface,
                  Framework::IPluginConfig,
@@ -266,8 +180,8 @@ struct RpcTest : testing::two_ends<CounterClient, CounterServer, Counter>,
   const wchar_t* allow_impersonation = nullptr;
   std::optional<CallerInfo> caller;
   memory_process& user_end = bus.start(kUser);
-  Hand admin{near_end, "a"};
-  Hand user{user_end, "u"};
+  Hand admin{near_end, "Counter", "a"};
+  Hand user{user_end, "Counter", "u"};
 
   RpcTest() {
     processes.known[kTrusted] = {.pid = kTrusted, .path = "trusted", .admin = false, .kind = 1};

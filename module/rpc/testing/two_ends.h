@@ -100,22 +100,6 @@ struct two_ends : ::testing::Test, rpc::notifications {
   void on_server_disconnected(int) override { went.Release(); }
 };
 
-// A client that sends what it is told to.
-struct raw_client final : rpc::client_base {
-  raw_client(IServMain* main, const char* module) {
-    EXPECT_EQ(init(main, module), 0);
-    EXPECT_TRUE(wait_for_connection(60000));
-  }
-  ~raw_client() override { uninit(); }
-
-  int32_t call(int32_t method, const rpc::ParameterList& input = {}) {
-    rpc::ParameterList output;
-    const int32_t status = send_request(method, input, output);
-    EXPECT_TRUE(status == 0 || !output.HasTree()) << method;
-    return status;
-  }
-};
-
 // A server that answers all methods as the test says.
 template <class I>
 struct odd_server final : rpc::server<I> {

@@ -1,16 +1,17 @@
 #pragma once
 
-#include <algorithm>
+#include <atomic>
+#include <mutex>
 #include <vector>
 
 #include "module/feature/remote_access.h"
-#include "module/frame/plugin_interfaces.h"
 #include "module/frame/testing/semaphore.h"
+#include "module/rpc/comm/testing/fake_plugin.h"
 
 namespace orn::RemoteAccess {
 
 // Keeps what it is given and answers what it is told to.
-struct FakeRemoteAccess : IOrnBaseInterface, IRemoteAccess {
+struct FakeRemoteAccess : FakePlugin<IRemoteAccess> {
   uint32_t status = 0;
   bool enabled = false;
   std::vector<TerminalSessionState> sessions;
@@ -21,17 +22,15 @@ struct FakeRemoteAccess : IOrnBaseInterface, IRemoteAccess {
   ProcessExecutionResponse started;
   StringT<wchar_t> job_id;
   StringT<wchar_t> message;
-  int calls = 0;
+  std::atomic<int> calls{0};
 
+  std::mutex mutex;
+  // Guarded by mutex, where several threads register.
   std::vector<IStateEvent*> state_observers;
   std::vector<IFileOperationEvent*> file_observers;
   std::vector<IProcessOperationsEvent*> process_observers;
   Semaphore registered;  // An observer came or went.
 
-  void* GetInterface(const InterfaceId& id) override {
-    if (id == IOrnBaseInterface::kInterfaceId) return static_cast<IOrnBaseInterface*>(this);
-    return id == IRemoteAccess::kInterfaceId ? static_cast<IRemoteAccess*>(this) : nullptr;
-  }
   uint32_t SetEnabled(bool on) override { return enabled = on, Called(); }
   uint32_t GetEnabled(bool* on) override { return *on = enabled, Called(); }
   uint32_t GetActiveTerminalSessions(List<TerminalSessionState>& list) override {
@@ -86,12 +85,14 @@ struct FakeRemoteAccess : IOrnBaseInterface, IRemoteAccess {
   }
   template <class T>
   uint32_t Add(std::vector<T*>& observers, T* observer) {
+    const std::lock_guard lock(mutex);
     observers.push_back(observer);
     registered.Release();
     return 0;
   }
   template <class T>
   uint32_t Remove(std::vector<T*>& observers, T* observer) {
+    const std::lock_guard lock(mutex);
     std::erase(observers, observer);
     registered.Release();
     return 0;

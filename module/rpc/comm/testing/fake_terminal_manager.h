@@ -3,14 +3,14 @@
 #include <string>
 #include <vector>
 
-#include "module/frame/plugin_interfaces.h"
 #include "module/frame/testing/semaphore.h"
+#include "module/rpc/comm/testing/fake_plugin.h"
 #include "module/terminal/host/remote_terminal_manager_interface.h"
 
 namespace orn::RemoteTerminal {
 
 // Keeps what it is given and answers what it is told to.
-struct FakeTerminalManager : IOrnBaseInterface, IRemoteTerminalManager {
+struct FakeTerminalManager : FakePlugin<IRemoteTerminalManager> {
   using Notifications = IRemoteTerminalManagerNotifications;
 
   uint32_t status = 0;
@@ -20,11 +20,6 @@ struct FakeTerminalManager : IOrnBaseInterface, IRemoteTerminalManager {
   std::vector<Notifications*> subscribers;
   Semaphore changed;  // A subscriber came or went.
 
-  void* GetInterface(const InterfaceId& id) override {
-    if (id == IOrnBaseInterface::kInterfaceId) return static_cast<IOrnBaseInterface*>(this);
-    return id == IRemoteTerminalManager::kInterfaceId ? static_cast<IRemoteTerminalManager*>(this)
-                                                      : nullptr;
-  }
   uint32_t OpenTerminal(const StringT<char>& id, const TerminalSize& size,
                         StringT<wchar_t>& coninName, StringT<wchar_t>& conoutName) override {
     coninName = conin;
