@@ -85,21 +85,6 @@ std::string Refusal(int code, const std::string& message) {
 const std::string kBadArguments = Refusal(160, "bad arguments");
 const std::string kNoStorage = Refusal(1359, "internal error");
 
-TEST_F(PathPrevalidationTest, BothTryThePathBeforeTheProfile) {
-  for (const char* method : {"PrevalidateDownloadPath", "PrevalidateUploadPath"}) {
-    for (const std::string& params : {std::string("{}"), std::string(5000, '['),
-                                      std::string(R"({"path":5,"againstProfile":"p"})")})
-      EXPECT_EQ(Ask(method, params), kBadArguments) << params.substr(0, 50);
-    for (const wchar_t* bad : {L"", L"C:\\a?b", L"C:\\a|b\\c"})
-      EXPECT_EQ(Ask(method, bad, nullptr), Refusal(123, "invalid name"));
-    for (const wchar_t* relative : {L"windows", L".", L"a\\.."})
-      EXPECT_EQ(Ask(method, relative, nullptr), Refusal(267, "relative path"));
-    EXPECT_EQ(Ask(method, folder / L"none", nullptr), Refusal(2, "path not found"));
-    EXPECT_EQ(Ask(method, folder / L"none\\..", nullptr), kBadArguments);
-    EXPECT_EQ(Ask(method, folder / L"", "none"), Refusal(1168, "invalid profile"));
-  }
-}
-
 TEST_F(PathPrevalidationTest,
        DownloadWantsAFolderOutsideOfTheProductWithRoomForTheLargestTransfer) {
   folder.File(L"file");

@@ -5,10 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <string>
-#include <thread>
 
-#include "module/frame/folder_search.h"
-#include "module/jobs/temp_folder.h"
 #include "module/jobs/testing/own_temp_folder.h"
 
 namespace {
@@ -85,30 +82,6 @@ TEST_F(UploadArchive, WishToEndIsMetBeforeTheNextItemAndForgotten) {
   EXPECT_TRUE(task_.archivePath.empty());
   EXPECT_THAT(Create({folder_ / L"a.txt"}), ElementsAre(L"0 success"));
   EXPECT_EQ(task_.result, 0u);
-}
-
-TEST_F(UploadArchive, CancelWhileTheArchiveIsWrittenEndsItAndLeavesNoFile) {
-  {
-    const orn::UniqueFile big(
-        CreateFileW((folder_ / L"big").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-    SetFilePointer(big.get(), 2'000'000'000, nullptr, FILE_BEGIN);
-    SetEndOfFile(big.get());
-  }
-  task_.input.name = L"big";
-  std::jthread worker([&] { EXPECT_THAT(Create({folder_ / L"big"}), ElementsAre(L"0 success")); });
-  const auto first_in = [](const std::wstring& folder) -> std::wstring {
-    orn::FolderSearch search((folder + L"\\*").c_str());
-    const WIN32_FIND_DATAW* const found = search.Next();
-    return found == nullptr ? L"" : folder + L"\\" + found->cFileName;
-  };
-  const std::wstring root = orn::TempRootFolder(kArchiveTempRoot).c_str();
-  while (first_in(root).empty() || first_in(first_in(root)).empty())
-    std::this_thread::yield();
-  control_.SetCancelled();
-  EXPECT_TRUE(control_.AbortCompressor());
-  worker.join();
-  EXPECT_EQ(task_.result, 1223u);
-  EXPECT_EQ(first_in(first_in(root)), L"");
 }
 
 }  // namespace

@@ -1,18 +1,16 @@
 #include "module/jobs/upload_archive_worker.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
+#include "module/feature/testing/call_list.h"
 #include "module/frame/testing/semaphore.h"
+#include "module/frame/utf.h"
 
 namespace {
 
 using namespace orn::RemoteAccess;
-using testing::ElementsAre;
 
 // Each packing waits to be let on, and then says whether it was cancelled.
 class UploadArchiveWorkerTest : public testing::Test, public FileOperationManagerEvents {
@@ -27,12 +25,8 @@ class UploadArchiveWorkerTest : public testing::Test, public FileOperationManage
     // None of the worker's locks may be held.
     EXPECT_EQ(worker_.Cancel(L"unknown"), 6u);
     const bool own_thread = std::this_thread::get_id() == test_thread_;
-    {
-      const std::lock_guard lock(mutex_);
-      told_.push_back(std::wstring(task.jobId.view()) + L" " + std::to_wstring(task.result) +
-                      (own_thread ? L" here" : L""));
-    }
-    told_of_.Release();
+    told_.Add(orn::ToUtf8(task.jobId.view()).c_str() +
+              (' ' + std::to_string(task.result) + (own_thread ? " here" : "")));
   }
 
   uint32_t Prepare(const wchar_t* job) {
@@ -40,11 +34,6 @@ class UploadArchiveWorkerTest : public testing::Test, public FileOperationManage
     input.runContext = L"{}";
     input.items.resize(1);
     return worker_.Prepare(job, input);
-  }
-
-  std::vector<std::wstring> Told() {
-    const std::lock_guard lock(mutex_);
-    return told_;
   }
 
   void Pack(UploadArchiveTask& task, PackingControl& control) {
@@ -60,9 +49,8 @@ class UploadArchiveWorkerTest : public testing::Test, public FileOperationManage
   }
 
   const std::thread::id test_thread_ = std::this_thread::get_id();
-  Semaphore packing_, go_on_, told_of_;
-  std::mutex mutex_;
-  std::vector<std::wstring> told_;
+  Semaphore packing_, go_on_;
+  CallList told_;
   UploadArchiveWorker worker_{[this](UploadArchiveTask& task, UploadArchiveMetadata&,
                                      PackingControl& control) { Pack(task, control); }};
 };
@@ -75,20 +63,18 @@ TEST_F(UploadArchiveWorkerTest, ThirtyWaitBesideTheOneThatIsPackedAndEachCanBeCa
   EXPECT_EQ(Prepare(L"31"), 170u);
 
   EXPECT_EQ(worker_.Cancel(L"2"), 0u);
-  EXPECT_THAT(Told(), ElementsAre(L"2 1223 here")) << "before Cancel returns";
+  EXPECT_EQ(told_.Take(), Calls{"2 1223 here"}) << "before Cancel returns";
   EXPECT_EQ(worker_.Cancel(L"2"), 6u);
   EXPECT_EQ(Prepare(L"31"), 0u);
 
   EXPECT_EQ(worker_.Cancel(L"current"), 0u);
-  EXPECT_EQ(Told().size(), 1u) << "the worker tells of it once the packing has ended";
+  EXPECT_EQ(told_.Take(), Calls{}) << "the worker tells of it once the packing has ended";
   go_on_.Release(31);
-  for (int i = 0; i < 32; ++i)
-    told_of_.Acquire();
-  const auto told = Told();
-  EXPECT_EQ(told[1], L"current 1223");
-  EXPECT_EQ(told[2], L"1 0") << "the wish to end was for the other one";
-  EXPECT_EQ(told[3], L"3 0");
-  EXPECT_EQ(told.back(), L"31 0");
+  const Calls told = told_.Take(31);
+  EXPECT_EQ(told[0], "current 1223");
+  EXPECT_EQ(told[1], "1 0") << "the wish to end was for the other one";
+  EXPECT_EQ(told[2], "3 0");
+  EXPECT_EQ(told.back(), "31 0");
   worker_.Stop();
 }
 
@@ -98,9 +84,9 @@ TEST_F(UploadArchiveWorkerTest, StopCancelsTheCurrentTaskAndHandsOutTheWaitingOn
   EXPECT_EQ(Prepare(L"1"), 0u);
   EXPECT_EQ(Prepare(L"2"), 0u);
   worker_.Stop();
-  EXPECT_THAT(Told(), ElementsAre(L"until the stop 1223", L"1 0 here", L"2 0 here"));
+  EXPECT_EQ(told_.Take(), (Calls{"until the stop 1223", "1 0 here", "2 0 here"}));
   worker_.Stop();
-  EXPECT_EQ(Told().size(), 3u);
+  EXPECT_EQ(told_.Take(), Calls{});
 }
 
 TEST_F(UploadArchiveWorkerTest, FirstTasksAtOnceStartOneWorker) {
@@ -109,11 +95,11 @@ TEST_F(UploadArchiveWorkerTest, FirstTasksAtOnceStartOneWorker) {
     for (int i = 0; i < 8; ++i)
       callers.emplace_back([&] { EXPECT_EQ(Prepare(L"job"), 0u); });
   }
-  for (int i = 1; i <= 8; ++i) {
+  for (int i = 0; i < 8; ++i) {
     packing_.Acquire();
-    EXPECT_EQ(Told().size(), static_cast<size_t>(i - 1)) << "one after the other";
+    EXPECT_EQ(told_.Take(), Calls{}) << "one after the other";
     go_on_.Release();
-    told_of_.Acquire();
+    told_.Take(1);
   }
   worker_.Stop();
 }

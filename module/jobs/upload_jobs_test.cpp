@@ -139,6 +139,13 @@ TEST_F(UploadJobsTest, AnEndBeforeTheStorageIsToldWithoutTelemetryAndLeavesNothi
   expect_end(0, {"upload", "uploaded j 4"}, L"caf\u00E9.zip");
   TakeStorageAway();
   expect_end(0, {"uploaded j 4"}, L"caf\u00E9");
+
+  // Nothing outside of the root goes.
+  const TestFolder elsewhere;
+  elsewhere.File(L"b.txt");
+  for (const std::wstring& archive : {std::wstring(), elsewhere / L"a.zip"})
+    jobs.DeleteTmpUploadArchive(archive.c_str());
+  EXPECT_TRUE(Exists(elsewhere / L"b.txt"));
 }
 
 }  // namespace

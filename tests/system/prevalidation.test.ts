@@ -33,6 +33,7 @@ test("each row of the answers about a path is told", async () => {
     for (const bad of ["no json", "[]", "{}", { path: 5 }, { path: "C:\\check" }]) {
       expect(await ask(method, bad)).toEqual(refusal(160, "bad arguments"));
     }
+    expect(await ask(method, { path: "a\\.." })).toEqual(refusal(267, "relative path"));
   }
   for (const way of [download, upload]) {
     expect(await way("")).toEqual(refusal(123, "invalid name"));

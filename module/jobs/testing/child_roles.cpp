@@ -5,7 +5,6 @@
 #include <map>
 
 #include "module/frame/utf.h"
-#include "module/jobs/child_process.h"
 
 namespace {
 
@@ -32,24 +31,14 @@ orn::StringT<wchar_t> RoleCommandLine(const std::string& role, const std::wstrin
   return (L"\"" + program + L"\" --child=" + orn::ToWide(role).c_str()).c_str();
 }
 
-DWORD RunChild(const std::string& role, const std::wstring& program) {
-  orn::ChildProcess<void*> child;
-  EXPECT_EQ(child.Launch(RoleCommandLine(role, program), /*showWindow=*/false,
-                         /*redirectOutput=*/false, /*workingDir=*/{}, /*restorePath=*/false),
-            0u);
-  WaitForSingleObject(child.process(), INFINITE);
-  DWORD code = 0;
-  GetExitCodeProcess(child.process(), &code);
-  return code;
-}
-
 RoleProcess::RoleProcess(const std::string& role, HANDLE token, const std::wstring& program) {
   SetEnvironmentVariableW(kParentVariable, std::to_wstring(GetCurrentProcessId()).c_str());
   std::wstring command(RoleCommandLine(role, program).view());
   SECURITY_ATTRIBUTES inheritable{
       .nLength = sizeof(inheritable), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
   orn::UniqueHandle write;
-  CreatePipe(output_.put(), write.put(), &inheritable, 0);
+  // With room for what nobody reads.
+  CreatePipe(output_.put(), write.put(), &inheritable, /*size=*/65536);
   SetHandleInformation(output_.get(), HANDLE_FLAG_INHERIT, 0);
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
@@ -111,7 +100,8 @@ orn::UniqueHandle TokenWithoutAdministrators() {
   DWORD size = sizeof(sid);
   CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size);
   SID_AND_ATTRIBUTES administrators{.Sid = sid, .Attributes = 0};
-  orn::UniqueHandle own, restricted;
+  orn::UniqueHandle own;
+  orn::UniqueHandle restricted;
   OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, own.put());
   CreateRestrictedToken(own.get(), 0, 1, &administrators, 0, nullptr, 0, nullptr, restricted.put());
   return restricted;

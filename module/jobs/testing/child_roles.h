@@ -11,7 +11,7 @@
 //
 //   CHILD_ROLE(EndsWithSeven) { return 7; }
 //   ...
-//   EXPECT_EQ(RunChild("EndsWithSeven"), 7u);
+//   EXPECT_EQ(RoleProcess("EndsWithSeven").Await(), 7u);
 
 using RoleArguments = std::vector<std::string>;
 using RoleFunction = int (*)(const RoleArguments& arguments);
@@ -30,8 +30,6 @@ std::wstring TestProgram();
 // `role` may be followed by a blank and arguments.
 orn::StringT<wchar_t> RoleCommandLine(const std::string& role,
                                       const std::wstring& program = TestProgram());
-// Waits for the child's end. Gives its exit code.
-DWORD RunChild(const std::string& role, const std::wstring& program = TestProgram());
 
 // A process of this program, or of another copy of it, in a role; with what it prints. It is ended
 // with this object.

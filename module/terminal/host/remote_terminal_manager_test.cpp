@@ -15,16 +15,17 @@ using orn::StringT;
 using orn::UniqueHandle;
 using orn::RemoteTerminal::IRemoteTerminalManager;
 using orn::RemoteTerminal::RemoteTerminalManager;
-using orn::RemoteTerminalInstance::TerminalInstance;
 
 // The two pipes of a terminal, as whoever opened it uses them.
 class Terminal {
  public:
   uint32_t Open(RemoteTerminalManager& manager, const char* id) {
-    return Connect(manager.OpenTerminal(id, {80, 24}, conin_name_, conout_name_));
-  }
-  uint32_t Open(TerminalInstance& instance) {
-    return Connect(instance.Start("id", 80, 24, conin_name_, conout_name_));
+    StringT<wchar_t> conin;
+    StringT<wchar_t> conout;
+    const uint32_t code = manager.OpenTerminal(id, {80, 24}, conin, conout);
+    conin_.reset(CreateFileW(conin.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    conout_.reset(CreateFileW(conout.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    return code;
   }
 
   // False where the output ends before.
@@ -51,15 +52,6 @@ class Terminal {
   bool Exits() { return !Answers("exit", "what is never written"); }
 
  private:
-  uint32_t Connect(uint32_t code) {
-    conin_.reset(
-        CreateFileW(conin_name_.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    conout_.reset(
-        CreateFileW(conout_name_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    return code;
-  }
-
-  StringT<wchar_t> conin_name_, conout_name_;
   orn::UniqueFile conin_, conout_;
   std::string output_;
 };
@@ -87,6 +79,8 @@ TEST(RemoteTerminalManager, TerminalsAreIndependentAndOnlyAShellsOwnEndIsTold) {
   // Never destroyed: once a shell has exited by itself that would end the process.
   auto& manager = *new RemoteTerminalManager;
   ASSERT_EQ(manager.Start(), 0);
+  SetEnvironmentVariableW(orn::kOldPathVariable, L"c:\\old");
+  const orn::ScopeGuard unset([] { SetEnvironmentVariableW(orn::kOldPathVariable, nullptr); });
   Subscriber subscriber;
   EXPECT_EQ(manager.Register(&subscriber), 0u);
   EXPECT_EQ(manager.Register(&subscriber), 1627u);
@@ -97,6 +91,7 @@ TEST(RemoteTerminalManager, TerminalsAreIndependentAndOnlyAShellsOwnEndIsTold) {
   EXPECT_EQ(manager.SetSize("unknown", {100, 30}), 1168u);
   EXPECT_EQ(manager.SetSize("first", {100, 30}), 0u);
   EXPECT_TRUE(first.Answers("terminal_host_test --child=PrintsTheSize", "size=100x30."));
+  EXPECT_TRUE(first.Answers("echo [%PATH%]", "[c:\\old]")) << "the machine's";
 
   manager.CloseTerminal("unknown");
   manager.CloseTerminal("first");
@@ -130,9 +125,9 @@ TEST(RemoteTerminalManager, FailedStartStaysUntilItIsClosed) {
   const TestFolder folder;
   const std::wstring program = folder / L"test.exe", library = folder / L"winpty.dll";
   CopyFileW(TestProgram().c_str(), program.c_str(), /*failIfExists=*/TRUE);
-  EXPECT_EQ(RunChild("OpensWithoutAnAgent", program), 5002u);
+  EXPECT_EQ(RoleProcess("OpensWithoutAnAgent", nullptr, program).Await(), 5002u);
   CopyFileW(L"winpty.dll", library.c_str(), /*failIfExists=*/TRUE);
-  EXPECT_EQ(RunChild("OpensWithoutAnAgent", program), 0u);
+  EXPECT_EQ(RoleProcess("OpensWithoutAnAgent", nullptr, program).Await(), 0u);
 }
 
 CHILD_ROLE(MeetsHazard) {
@@ -159,25 +154,13 @@ CHILD_ROLE(MeetsHazard) {
 }
 
 TEST(RemoteTerminalManager, SettledHazardsEndTheProcess) {
-  EXPECT_EQ(RunChild("MeetsHazard CloseBeforeCleanup"), EXCEPTION_ACCESS_VIOLATION);
-  EXPECT_EQ(RunChild("MeetsHazard CloseAfterStop"), EXCEPTION_ACCESS_VIOLATION);
-  EXPECT_EQ(RunChild("MeetsHazard ShellExit"), 3u) << "std::terminate";
-  EXPECT_EQ(RunChild("MeetsHazard Destruction"), 0u) << "it frees winpty a second time";
-}
-
-TEST(TerminalInstance, ShellSeesTheMachinesPathAndMayDieBeforeAnybodyListens) {
-  wchar_t* block = nullptr;
-  EXPECT_EQ(TerminalInstance::FixEnvironmentVars(&block), 203u);
-  SetEnvironmentVariableW(orn::kOldPathVariable, L"c:\\old");
-  const orn::ScopeGuard unset([] { SetEnvironmentVariableW(orn::kOldPathVariable, nullptr); });
-  orn::RemoteTerminal::WinptyLibrary winpty;
-  ASSERT_TRUE(winpty.Load());
-  TerminalInstance instance(winpty.table());
-  Terminal terminal;
-  ASSERT_EQ(terminal.Open(instance), 0u);
-  EXPECT_TRUE(terminal.Answers("echo [%PATH%]", "[c:\\old]"));
-  EXPECT_TRUE(terminal.Exits());
-  instance.Stop();
+  const auto meet = [](const std::string& hazard) {
+    return RoleProcess("MeetsHazard " + hazard).Await();
+  };
+  EXPECT_EQ(meet("CloseBeforeCleanup"), EXCEPTION_ACCESS_VIOLATION);
+  EXPECT_EQ(meet("CloseAfterStop"), EXCEPTION_ACCESS_VIOLATION);
+  EXPECT_EQ(meet("ShellExit"), 3u) << "std::terminate";
+  EXPECT_EQ(meet("Destruction"), 0u) << "it frees winpty a second time";
 }
 
 }  // namespace
