@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "module/frame/error_codes.h"
+#include "host/plugins/common/fake_host.h"
 #include "module/frame/testing/json_text.h"
 #include "module/frame/utf.h"
 #include "module/rpc/comm/testing/fake_remote_access.h"
@@ -17,16 +17,21 @@ using Calls = std::vector<std::string>;
 
 // The agent between a feature and a manager that writes down what it is told.
 class RemoteAccessAgentTest : public testing::Test,
-                              protected IServMain,
-                              protected IComponentManager,
+                              protected IOrnBaseInterface,
                               protected EnterpriseIntegration::IManager,
                               protected EnterpriseIntegration::IAgentStatusSink {
  protected:
   Calls calls;
-  bool has_manager = true, has_feature = true, manager_takes = true;
+  bool manager_takes = true;
   FakeRemoteAccess feature;
+  host::FakeHost host;
   RemoteAccessAgent agent;
 
+  RemoteAccessAgentTest() { AddPlugins(); }
+  void AddPlugins() {
+    host.Add(L"RemoteAccess", &feature);
+    host.Add(L"EndpointIntegration.Manager", this);
+  }
   Calls Take() { return std::exchange(calls, {}); }
 
   // The status that the method completes with, its output behind.
@@ -49,18 +54,9 @@ class RemoteAccessAgentTest : public testing::Test,
     return call.completed + (call.output.isNull() ? "" : " " + Write(call.output));
   }
 
-  IComponentManager* GetComponentManager() override { return this; }
-  uint32_t GetObject(const wchar_t* name, const InterfaceId&, void** object) override {
-    const bool is_feature = name == std::wstring_view(L"RemoteAccess");
-    *object = is_feature ? static_cast<void*>(static_cast<IRemoteAccess*>(&feature))
-                         : static_cast<EnterpriseIntegration::IManager*>(this);
-    if (!(is_feature ? has_feature : has_manager)) *object = nullptr;
-    return *object == nullptr ? error::kNotFound : 0;
+  void* GetInterface(const InterfaceId&) override {
+    return static_cast<EnterpriseIntegration::IManager*>(this);
   }
-  void ReleaseObject(const wchar_t* name) override {
-    calls.push_back(std::string("release ") + ToUtf8(name).c_str());
-  }
-
   bool SendEvent(const wchar_t* name, Json::Value& payload, uint32_t) override {
     calls.push_back(std::string(ToUtf8(name).c_str()) + " " + Write(payload));
     return manager_takes;
@@ -85,14 +81,13 @@ TEST_F(RemoteAccessAgentTest, LivesBetweenItsTwoPluginsAndGivesBothBack) {
   EXPECT_EQ(Run(L"GetEnabled", "{}"), "21");
   EXPECT_EQ(agent.Start(), 1627);
   EXPECT_EQ(agent.Init(nullptr), 5002);
-  has_manager = false;
-  EXPECT_EQ(agent.Init(this), 5002);
-  has_manager = true;
-  has_feature = false;
-  EXPECT_EQ(agent.Init(this), 5002);
-  EXPECT_EQ(Take(), (Calls{"release EndpointIntegration.Manager"}));
-  has_feature = true;
-  ASSERT_EQ(agent.Init(this), 0);
+  for (const wchar_t* name : {L"RemoteAccess", L"EndpointIntegration.Manager"}) {
+    host.Add(name, nullptr);
+    EXPECT_EQ(agent.Init(&host), 5002);
+    EXPECT_EQ(host.references(), 0);
+    AddPlugins();
+  }
+  ASSERT_EQ(agent.Init(&host), 0);
 
   manager_takes = false;  // The feature's observers hide it.
   EXPECT_EQ(agent.Start(), 0);
@@ -102,14 +97,14 @@ TEST_F(RemoteAccessAgentTest, LivesBetweenItsTwoPluginsAndGivesBothBack) {
   manager_takes = true;
   EXPECT_EQ(agent.Start(), 0);
   agent.UnInit();
-  EXPECT_EQ(Take(), (Calls{"register", "register", "unregister",
-                           "release EndpointIntegration.Manager", "release RemoteAccess"}));
+  EXPECT_EQ(Take(), (Calls{"register", "register", "unregister"}));
+  EXPECT_EQ(host.references(), 0);
   EXPECT_EQ(agent.OnUploadFinished({}), 5002u);
   EXPECT_EQ(Run(L"GetEnabled", "{}"), "21");
 }
 
 TEST_F(RemoteAccessAgentTest, SwitchTellsOnlyOfAChange) {
-  ASSERT_EQ(agent.Init(this), 0);
+  ASSERT_EQ(agent.Init(&host), 0);
   agent.RunPolicyMethod(nullptr);
   EXPECT_EQ(Run(nullptr, "{}"), "13");
   EXPECT_EQ(Run(L"GetEnabled", "{}", /*has_output=*/false), "13");
@@ -123,7 +118,7 @@ TEST_F(RemoteAccessAgentTest, SwitchTellsOnlyOfAChange) {
 }
 
 TEST_F(RemoteAccessAgentTest, ReportsGoOutAsFarAsTheyCanBeWritten) {
-  ASSERT_EQ(agent.Init(this), 0);
+  ASSERT_EQ(agent.Init(&host), 0);
   ProcessExecutionMetadata metadata;
   metadata.exitCode = -1;
   metadata.reason = static_cast<ProcessExecutionMetadata::Reason>(9);

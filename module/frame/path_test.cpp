@@ -26,17 +26,16 @@ class DeletionTest : public testing::Test {
       SetFileAttributesW((folder_ / name).c_str(), FILE_ATTRIBUTE_READONLY);
   }
 
-  bool Delete(const wchar_t* pattern, std::function<bool(const Path&)> skip = nullptr) {
+  bool Delete(std::function<bool(const Path&)> skip = nullptr) {
     return detail::DeletePath(top_.c_str(), reboot_needed_, all_deleted_, /*recursive=*/true,
-                              std::move(skip), detail::kAskForAttributes, pattern,
+                              std::move(skip), detail::kAskForAttributes, /*pattern=*/L"*",
                               /*use_pattern_below=*/false);
   }
-  bool IsThere(const wchar_t* name) const { return Exists(folder_ / name); }
   // What is left of the files, in that order.
   std::string Left() const {
     std::string left;
     for (const wchar_t* name : kFiles)
-      left += IsThere(name) ? '+' : '-';
+      left += Exists(folder_ / name) ? '+' : '-';
     return left;
   }
 
@@ -100,23 +99,22 @@ TEST_F(DeletionTest, ReadOnlyEntriesGoAndALockedOneKeepsOnlyWhatIsAboveIt) {
     EXPECT_EQ(Left(), "---+-");
   }
   EXPECT_TRUE(DeleteFolderRecursively(top_));
-  EXPECT_FALSE(IsThere(L"top"));
+  EXPECT_FALSE(Exists(folder_ / L"top"));
   EXPECT_EQ(top_, folder_ / L"top");
   folder_.File(L"file");
   top_ = (folder_ / L"file").c_str();
   EXPECT_FALSE(DeleteFolderRecursively(top_));
-  EXPECT_TRUE(IsThere(L"file"));
+  EXPECT_TRUE(Exists(folder_ / L"file"));
 }
 
 TEST_F(DeletionTest, SkippedPathIsKeptWithTheFoldersAboveItAndALockedOneIsLeftToTheRestart) {
-  EXPECT_TRUE(
-      Delete(L"*", [&](const Path& path) { return path == folder_ / L"top\\below\\keep.log"; }));
+  EXPECT_TRUE(Delete([&](const Path& path) { return path == folder_ / L"top\\below\\keep.log"; }));
   EXPECT_FALSE(all_deleted_ || reboot_needed_);
   EXPECT_EQ(Left(), "---+-");
 
   const UniqueFile lock = folder_.File(L"top\\below\\keep.log");
   all_deleted_ = true;
-  EXPECT_TRUE(Delete(L"*"));
+  EXPECT_TRUE(Delete());
   EXPECT_TRUE(reboot_needed_ && all_deleted_);
   EXPECT_EQ(Left(), "---+-");
 }

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <malloc.h>
-
-#include <algorithm>
 #include <cstdlib>
 
 #include "module/frame/path_string.h"
@@ -14,7 +11,7 @@ namespace {
 
 using Wide = StringT<wchar_t>;
 
-// The C runtime's heap without its realloc. Keeps count, and wipes what was given back.
+// The C runtime's heap without its realloc. Keeps count.
 class ManagerWithoutReallocate final : public IMemMgr {
  public:
   static ManagerWithoutReallocate& Instance() {
@@ -29,13 +26,6 @@ class ManagerWithoutReallocate final : public IMemMgr {
   void* Reallocate(void*, size_t) override { return nullptr; }
   void Free(void* block) override {
     --blocks;
-#ifdef _WIN32
-    const size_t size = _msize(block);
-#else
-    const size_t size = malloc_usable_size(block);
-#endif
-    // The compiler leaves a memset before free out.
-    std::fill_n(static_cast<volatile char*>(block), size, '\xDD');
     std::free(block);
   }
   void Released() override {}
