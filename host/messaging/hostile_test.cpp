@@ -11,6 +11,7 @@
 #include "host/messaging/pipe_access.h"
 #include "host/messaging/testing/echo_peer.h"
 #include "host/messaging/testing/raw_client.h"
+#include "host/service/low_rights.h"
 #include "module/frame/error_codes.h"
 #include "module/jobs/testing/child_roles.h"
 
@@ -115,7 +116,8 @@ CHILD_ROLE(AnnounceServer) {
 TEST(HostileProcess, OnlyAdministratorsServeButWhereTheHubSaysOtherwise) {
   NewInstance();
   ASSERT_TRUE(IsAdministrator()) << "run the tests as an administrator";
-  const orn::UniqueHandle rights = TokenWithoutAdministrators();
+  orn::UniqueHandle rights;
+  ASSERT_EQ(MakeLowToken(rights), 0u);
   for (const bool allowed : {false, true}) {
     HubProcess hub(allowed ? L"Other;TsrComm.Test" : L"Other");
     Party watcher;
@@ -147,7 +149,8 @@ TEST(HostileProcess, ThatIsFirstAtTheUsersDoorIsBelievedByItsOwnUserAlone) {
   if (!IsAdministrator()) GTEST_SKIP() << "needs an administrator";
   HubProcess hub;
   Party administrator;
-  const orn::UniqueHandle rights = TokenWithoutAdministrators();
+  orn::UniqueHandle rights;
+  ASSERT_EQ(MakeLowToken(rights), 0u);
   Child low("TakeUsersDoor", rights.get());
   administrator.AwaitEntry("impostor");
   EXPECT_FALSE(IsTrustworthyOwner(OpenPipe(HubPipeName(Door::kUsers)).get()));

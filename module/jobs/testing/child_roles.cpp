@@ -95,18 +95,6 @@ void EndWithParent() {
   }
 }
 
-orn::UniqueHandle TokenWithoutAdministrators() {
-  BYTE sid[SECURITY_MAX_SID_SIZE];
-  DWORD size = sizeof(sid);
-  CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size);
-  SID_AND_ATTRIBUTES administrators{.Sid = sid, .Attributes = 0};
-  orn::UniqueHandle own;
-  orn::UniqueHandle restricted;
-  OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, own.put());
-  CreateRestrictedToken(own.get(), 0, 1, &administrators, 0, nullptr, 0, nullptr, restricted.put());
-  return restricted;
-}
-
 size_t CountHandles() {
   size_t count = 0;
   // Windows gives the lowest free numbers, all of them multiples of 4.

@@ -59,8 +59,5 @@ class RoleProcess {
 void Print(const std::string& line);
 // In a role that stays: the process ends when that has gone which started it.
 [[noreturn]] void EndWithParent();
-// This process's rights without those of administrators.
-orn::UniqueHandle TokenWithoutAdministrators();
-
 // The handles that this process holds. (GetProcessHandleCount would say 0 under Wine.)
 size_t CountHandles();
