@@ -8,14 +8,7 @@
 #include "module/console/testing/console_in_agent.h"
 #include "module/frame/testing/private_access.h"
 
-namespace {
-
-using orn::RemoteAccess::Console::HistoryLogger;
-struct SessionsLock : PrivateMember<HistoryLogger, std::mutex> {};
-
-}  // namespace
-
-template struct Reveal<SessionsLock, &HistoryLogger::sessions_lock_>;
+REVEAL(SessionsLock, orn::RemoteAccess::Console::HistoryLogger, std::mutex, sessions_lock_);
 
 namespace orn::RemoteAccess::Console {
 namespace {

@@ -26,14 +26,12 @@ TEST(HistoryTranslator, PutsRecordsIntoTheWordsOfTheLanguageInWhichTheyAreRead) 
   ASSERT_EQ(translator.Translate(L"RemoteAccess", event, words), 0u);
   EXPECT_EQ(words.title, L"Administrator ended a remote shell connection");
   EXPECT_EQ(words.details, L"Session Started: 3 May, 09:05. Session Ended: 3 May, 09:20");
-  EXPECT_EQ(Write(words.extra), R"({"featureName":"Remote Shell Connection"})");
 
   language->SetLibrary(L"LanguageManager.dll", L"de");
   words.extra = 5;  // Gives way.
   event.end_timestamp = 0;
   event.Encode();
   ASSERT_EQ(translator.Translate(L"RemoteAccess", event, words), 0u);
-  EXPECT_EQ(words.title, L"Ein Administrator hat eine Remoteshell-Verbindung beendet");
   EXPECT_EQ(words.details, L"Sitzungsbeginn: 3 Mai, 09:05. Sitzungsende: ");
   EXPECT_EQ(Write(words.extra), R"({"featureName":"Remoteshell-Verbindung"})");
   EXPECT_EQ(translator.Translate(L"History", event, words), 1627u);

@@ -9,15 +9,8 @@
 #include "module/frame/testing/private_access.h"
 #include "module/frame/testing/semaphore.h"
 
-namespace {
-
-struct EventLockMutex : PrivateMember<CSyncRWLock, std::mutex> {};
-struct EventWaitingWriters : PrivateMember<CSyncRWLock, uint32_t> {};
-
-}  // namespace
-
-template struct Reveal<EventLockMutex, &CSyncRWLock::mutex_>;
-template struct Reveal<EventWaitingWriters, &CSyncRWLock::waiting_writers_>;
+REVEAL(EventLockMutex, CSyncRWLock, std::mutex, mutex_);
+REVEAL(EventWaitingWriters, CSyncRWLock, uint32_t, waiting_writers_);
 
 namespace {
 

@@ -9,17 +9,9 @@
 #include "module/frame/testing/private_access.h"
 #include "module/frame/testing/semaphore.h"
 
-namespace {
-
-struct LockMutex : PrivateMember<CSyncRWLock, std::mutex> {};
-struct WaitingReaders : PrivateMember<CSyncRWLock, uint32_t> {};
-struct WaitingWriters : PrivateMember<CSyncRWLock, uint32_t> {};
-
-}  // namespace
-
-template struct Reveal<LockMutex, &CSyncRWLock::mutex_>;
-template struct Reveal<WaitingReaders, &CSyncRWLock::waiting_readers_>;
-template struct Reveal<WaitingWriters, &CSyncRWLock::waiting_writers_>;
+REVEAL(LockMutex, CSyncRWLock, std::mutex, mutex_);
+REVEAL(WaitingReaders, CSyncRWLock, uint32_t, waiting_readers_);
+REVEAL(WaitingWriters, CSyncRWLock, uint32_t, waiting_writers_);
 
 namespace {
 

@@ -8,17 +8,9 @@
 #include "module/frame/testing/private_access.h"
 #include "module/frame/testing/semaphore.h"
 
-namespace {
-
-struct SleepersMutex : PrivateMember<ThreadPool, std::mutex> {};
-struct Sleepers : PrivateMember<ThreadPool, std::vector<HANDLE>> {};
-struct Stopping : PrivateMember<ThreadPool, std::atomic<int32_t>> {};
-
-}  // namespace
-
-template struct Reveal<SleepersMutex, &ThreadPool::sleepers_mutex_>;
-template struct Reveal<Sleepers, &ThreadPool::sleepers_>;
-template struct Reveal<Stopping, &ThreadPool::stopping_>;
+REVEAL(SleepersMutex, ThreadPool, std::mutex, sleepers_mutex_);
+REVEAL(Sleepers, ThreadPool, std::vector<HANDLE>, sleepers_);
+REVEAL(Stopping, ThreadPool, std::atomic<int32_t>, stopping_);
 
 namespace {
 

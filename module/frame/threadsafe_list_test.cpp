@@ -9,16 +9,9 @@
 
 #include "module/frame/testing/private_access.h"
 
-namespace {
-
 using Tasks = ThreadsafeContainer<std::unique_ptr<int>>;
-struct TasksMutex : PrivateMember<Tasks, std::mutex> {};
-struct TasksWaiters : PrivateMember<Tasks, uint32_t> {};
-
-}  // namespace
-
-template struct Reveal<TasksMutex, &Tasks::mutex_>;
-template struct Reveal<TasksWaiters, &Tasks::waiters_>;
+REVEAL(TasksMutex, Tasks, std::mutex, mutex_);
+REVEAL(TasksWaiters, Tasks, uint32_t, waiters_);
 
 namespace {
 

@@ -4,11 +4,15 @@
 #include <thread>
 
 // For tests only: reads private members where only the inside of a class tells that a thread has
-// gone to sleep. An explicit instantiation may name what is private:
+// gone to sleep. Stands outside of all namespaces, where an
+// explicit instantiation may name what is private:
 //
-//   struct Waiting : PrivateMember<CSyncRWLock, uint32_t> {};
-//   template struct Reveal<Waiting, &CSyncRWLock::waiting_writers_>;
+//   REVEAL(Waiting, CSyncRWLock, uint32_t, waiting_writers_);
 //   ... Private<Waiting>(lock) == 1
+#define REVEAL(name, owner, type, member)      \
+  struct name : PrivateMember<owner, type> {}; \
+  template struct Reveal<name, &owner::member>
+
 template <class Class, class Member>
 struct PrivateMember {
   using Pointer = Member Class::*;

@@ -7,14 +7,8 @@
 #include "module/frame/utf.h"
 #include "module/jobs/testing/own_temp_folder.h"
 
-namespace orn::RemoteAccess {
-
-struct FileOperations : PrivateMember<RemoteAccessAL, FileOperationManager> {};
-
-}  // namespace orn::RemoteAccess
-
-template struct Reveal<orn::RemoteAccess::FileOperations,
-                       &orn::RemoteAccess::RemoteAccessAL::file_operations_>;
+REVEAL(FileOperations, orn::RemoteAccess::RemoteAccessAL, orn::RemoteAccess::FileOperationManager,
+       file_operations_);
 
 namespace orn::RemoteAccess {
 
