@@ -1,7 +1,7 @@
 import { integer, type Json, list, member, text } from "./api/json";
 import type { Problem } from "./api/problem";
 import type { AuditEntry } from "./records/audit";
-import { describeHttp, problemOfCode } from "./words_of_codes";
+import { type Attempt, describeHttp, problemOfCode } from "./words_of_codes";
 import { duration, size } from "./words_of_sizes";
 
 export interface ActionWords {
@@ -83,11 +83,11 @@ function describePolicyCall(details: Json): ActionWords {
     case "GetEnabled":
       return named("Asked whether remote access is on", "");
     case "StartDownload":
-      return named("Sent files", paths);
+      return named("Started sending files", paths);
     case "StartUploadArchive":
-      return named("Fetched files", paths);
+      return named("Started fetching files", paths);
     case "StartProcess":
-      return named("Ran a command", text(details, "program"));
+      return named("Started a command", text(details, "program"));
     case "CancelDownload":
       return named("Cancelled sending", "");
     case "CancelUpload":
@@ -121,7 +121,7 @@ const ends: Record<string, string> = {
   serverStopping: "The server stopped",
 };
 
-export function describeResult({ action, result }: AuditEntry): ResultWords {
+export function describeResult({ action, details, result }: AuditEntry): ResultWords {
   if (result === undefined) return { text: "Under way", tone: "calm" };
   const reason = text(result, "reason");
   const end = (Object.hasOwn(ends, reason) && ends[reason]) || reason;
@@ -135,7 +135,8 @@ export function describeResult({ action, result }: AuditEntry): ResultWords {
   const refused = action === "refused" || action === "signInRefused";
   const words = [end || (ok ? "Done" : refused ? "Refused" : "Failed"), ...more].join(", ");
   if (ok) return { text: words, tone: end ? "calm" : "good" };
-  return { text: words, tone: "bad", ...problemOfResult(action, result) };
+  const problem = problemOfResult(action, text(details, "method"), result);
+  return { text: words, tone: "bad", ...(problem && { problem }) };
 }
 
 /** What means something else to whoever reads it here than to whom it was told. */
@@ -145,15 +146,25 @@ const errorsHere: Record<string, string> = {
   not_found: "There was no such thing.",
 };
 
-function problemOfResult(action: string, result: Json): { problem?: Problem } {
+const attempts: Record<string, Attempt> = {
+  SetEnabled: "switch",
+  StartDownload: "send",
+  StartUploadArchive: "fetch",
+  StartProcess: "run",
+  CancelDownload: "cancel",
+  CancelUpload: "cancel",
+};
+
+function problemOfResult(action: string, method: string, result: Json): Problem | undefined {
   const code = integer(result, "code");
   // Remote calls have the codes of whatever they call.
-  if (code && action === "call") return { problem: { text: "The method answered:", code } };
-  if (code) return { problem: problemOfCode(code, "") };
+  if (code && action === "call") return { text: "The method answered:", code };
+  const attempt = Object.hasOwn(attempts, method) ? attempts[method] : undefined;
+  if (code) return problemOfCode(code, "", attempt);
   const error = text(result, "error");
-  if (!error) return {};
+  if (!error) return undefined;
   const here = Object.hasOwn(errorsHere, error) ? errorsHere[error] : undefined;
-  if (here) return { problem: { text: here } };
+  if (here) return { text: here };
   const problem = describeHttp(integer(result, "http") ?? -1, error, "");
-  return { problem: integer(result, "http") ? problem : { text: problem.text } };
+  return integer(result, "http") ? problem : { text: problem.text };
 }

@@ -100,7 +100,7 @@ test("an action is told with its names and its result, once, and a strange one a
   const paths = { method: "StartUploadArchive", paths: ["C:\\a", "C:\\b"], pathsInAll: 12 };
   const fetched = entry("policy", paths, { ok: false, http: 200, code: 1260 });
   expect(describeAction(fetched)).toEqual({
-    text: "Fetched files",
+    text: "Started fetching files",
     names: "C:\\a, C:\\b and 10 more",
   });
   expect(describeResult(fetched)).toMatchObject({ tone: "bad", problem: { code: 1260 } });
