@@ -4,6 +4,7 @@ import { AUDIT_HASH, goToAudit, route } from "../routing";
 import { selectedMachine, selectMachine, sessionsOf } from "../sessions/sessions";
 import { currentTheme, toggleTheme } from "../theme";
 import { describeMachine, describeRefusal, moment } from "../words";
+import { count } from "../words_of_sizes";
 import { Icon, StateMark } from "./icons";
 
 export function Sidebar() {
@@ -88,7 +89,7 @@ function MachineRow({ machine }: { machine: MachineInfo }) {
       <StateMark kind={words.kind} />
       <span class="machine-name">{machine.name}</span>
       {here > 0 && (
-        <span class="badge" title={`${here} open in this page`}>
+        <span class="badge" title={`${count(here, "terminal")} in this page`}>
           {here}
         </span>
       )}

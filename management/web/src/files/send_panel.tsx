@@ -40,7 +40,13 @@ export function SendPanel({ machine }: { machine: MachineInfo }) {
       </h2>
       <DropZone sending={sending} />
       {files.length > 0 && <PickedList sending={sending} />}
-      {problem && <ProblemNote problem={problem} />}
+      {problem && (
+        <ProblemNote problem={problem}>
+          <button type="button" class="button small" onClick={() => sending.clear()}>
+            Remove all
+          </button>
+        </ProblemNote>
+      )}
       <label class="field">
         <span>Target folder</span>
         <input

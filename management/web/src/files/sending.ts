@@ -56,6 +56,10 @@ export class Sending {
     this.files.value = this.files.value.filter((other) => other !== picked);
   }
 
+  clear(): void {
+    this.files.value = [];
+  }
+
   /** Why the files can't be sent, as far as it is known here. */
   get problem(): Problem | undefined {
     if (this.files.value.length > MAX_FILES) {
@@ -78,7 +82,7 @@ export class Sending {
     if (check.phase !== "good" && !anyway) return;
     const files = this.files.value;
     if (files.length === 0) return;
-    this.files.value = [];
+    this.clear();
     this.folder.forget();
     await this.#send(this.folder.path.value, files, profile);
   }

@@ -20,7 +20,10 @@ export interface RefusedAgent {
 
 export type ServerLink = { state: "connecting" | "live" } | { state: "lost"; retryAt: number };
 
-/** What the server told last; the list stays as it was while the server can't be reached. */
+const { compare } = new Intl.Collator(undefined, { numeric: true });
+const byName = (one: MachineInfo, other: MachineInfo) => compare(one.name, other.name);
+
+/** What the server told last, by name; the list stays as it was while the server can't be reached. */
 export const machines = signal<MachineInfo[]>([]);
 export const refused = signal<RefusedAgent[]>([]);
 export const serverLink = signal<ServerLink>({ state: "connecting" });
@@ -38,7 +41,7 @@ export function followServer(): void {
   source = new EventSource("/api/live");
   source.onmessage = (event) => {
     const state = JSON.parse(event.data);
-    machines.value = state.machines;
+    machines.value = state.machines.toSorted(byName);
     refused.value = state.refused;
     loaded.value = true;
     serverLink.value = { state: "live" };
