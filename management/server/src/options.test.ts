@@ -1,23 +1,16 @@
-import { mkdtempSync, rmSync, writeFileSync } from "node:fs";
-import { tmpdir } from "node:os";
+import { writeFileSync } from "node:fs";
 import { join } from "node:path";
-import { expect, onTestFinished, test } from "vitest";
+import { expect, test } from "vitest";
 import { readOptions } from "./options.ts";
 import { TestServer } from "./testing/running_server.ts";
-
-function folder(): string {
-  const dir = mkdtempSync(join(tmpdir(), "remote-access-"));
-  onTestFinished(() => rmSync(dir, { recursive: true }));
-  writeFileSync(join(dir, "index.html"), "");
-  writeFileSync(join(dir, "sign-in.html"), "");
-  writeFileSync(join(dir, "secret"), " from-file \n");
-  writeFileSync(join(dir, "empty"), "\n");
-  return dir;
-}
+import { temporaryFolder } from "./testing/temporary_folder.ts";
 
 test("secrets come from files or the environment, and only the loopback is listened on unless told", () => {
-  const dir = folder();
+  const dir = temporaryFolder();
   const secret = join(dir, "secret");
+  writeFileSync(secret, " from-file \n");
+  writeFileSync(join(dir, "empty"), "\n");
+  writeFileSync(join(dir, "index.html"), "");
   const given = ["--data", dir, "--web", dir];
   const env = { REMOTE_ACCESS_TOKEN: "t", REMOTE_ACCESS_ENROLMENT_KEY: "k" };
   const plain = { host: "127.0.0.1", port: 8080, token: "t", enrolmentKey: "k" };

@@ -1,5 +1,4 @@
 import { beforeEach, expect, test } from "vitest";
-import { Backoff } from "./live/backoff";
 import { type MachineInfo, machines, refused } from "./live/live_feed";
 import { describeMachine, nameOf } from "./words";
 
@@ -29,13 +28,4 @@ test("a machine that was refused, is away or is switched off is told apart", () 
   // Whoever claims the name of a machine that is here does not change what is known of it.
   expect(kind({})).toBe("connected");
   expect([nameOf(machine.id), nameOf("unknown")]).toEqual(["Desk", "unknown"]);
-});
-
-test("attempts to reconnect come less and less often, never in step, and quickly again after a success", () => {
-  const backoff = new Backoff(1000, 30_000);
-  const waits = Array.from({ length: 7 }, () => backoff.next(() => 0));
-  expect(waits).toEqual([1000, 2000, 4000, 8000, 16_000, 30_000, 30_000]);
-  expect(backoff.next(() => 0.999)).toBeGreaterThanOrEqual(20_000);
-  backoff.reset();
-  expect(backoff.next(() => 0)).toBe(1000);
 });

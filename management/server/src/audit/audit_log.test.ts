@@ -1,26 +1,22 @@
 import {
   appendFileSync,
-  mkdtempSync,
   readdirSync,
   readFileSync,
   renameSync,
-  rmSync,
   statSync,
   writeFileSync,
 } from "node:fs";
-import { tmpdir } from "node:os";
 import { join } from "node:path";
-import { expect, onTestFinished, test } from "vitest";
+import { expect, test } from "vitest";
+import { temporaryFolder } from "../testing/temporary_folder.ts";
 import type { AuditEntry } from "./audit_entry.ts";
 import { AuditLog, type AuditLogOptions } from "./audit_log.ts";
 import { namesOfInput } from "./names_of_input.ts";
 import { RefusedAttempts } from "./refused_attempts.ts";
 
 function optionsIn(more: Partial<AuditLogOptions> = {}): AuditLogOptions & { problems: unknown[] } {
-  const dir = mkdtempSync(join(tmpdir(), "remote-access-"));
-  onTestFinished(() => rmSync(dir, { recursive: true }));
   const problems: unknown[] = [];
-  const path = join(dir, "audit.log");
+  const path = join(temporaryFolder(), "audit.log");
   const onError = (error: unknown) => problems.push(error);
   return { path, maxBytes: 1e6, maxFiles: 20, underWayMs: 60_000, onError, problems, ...more };
 }

@@ -37,8 +37,7 @@ test("a call without an answer ends after its time or with the connection, and a
   const calls = ["Running", "Waiting", "Waiting"].map((method) => server.call(method));
   // One by one: the others wait for their turn.
   expect(await agent.next("rpc")).toMatchObject({ method: "Running" });
-  agent.send({ type: "ping" });
-  await agent.next("pong");
+  await agent.heard();
   expect(agent.unread()).toEqual([]);
   agent.socket.terminate();
   expect((await Promise.all(calls)).map(({ status }) => status)).toEqual([409, 409, 409]);

@@ -1,15 +1,14 @@
-import { existsSync, mkdirSync, mkdtempSync, rmSync, statSync } from "node:fs";
-import { tmpdir } from "node:os";
+import { EventEmitter, once } from "node:events";
+import { existsSync, mkdirSync, statSync } from "node:fs";
 import { join } from "node:path";
-import { expect, onTestFinished, test } from "vitest";
+import { expect, test } from "vitest";
 import { EventReader } from "../testing/event_reader.ts";
 import { bearer, TestServer } from "../testing/running_server.ts";
+import { temporaryFolder } from "../testing/temporary_folder.ts";
 import { EventLog } from "./event_log.ts";
 
 test("the log of a machine that tells a lot stays bounded, on disk and after a restart", async () => {
-  const dir = mkdtempSync(join(tmpdir(), "remote-access-"));
-  onTestFinished(() => rmSync(dir, { recursive: true }));
-  const file = join(dir, "events.jsonl");
+  const file = join(temporaryFolder(), "events.jsonl");
   const fail = (error: unknown) => expect.fail(String(error));
   const log = new EventLog(file, fail);
   const payload = JSON.stringify("x".repeat(10_000));
@@ -30,18 +29,13 @@ test("the log of a machine that tells a lot stays bounded, on disk and after a r
 });
 
 test("events that could not be written are not claimed to be, and are written once that is possible", async () => {
-  const dir = mkdtempSync(join(tmpdir(), "remote-access-"));
-  onTestFinished(() => rmSync(dir, { recursive: true }));
-  const folder = join(dir, "gone");
+  const folder = join(temporaryFolder(), "gone");
   const file = join(folder, "events.jsonl");
-  let failed: () => void = () => {};
-  const failure = new Promise<void>((resolve) => {
-    failed = resolve;
-  });
-  const log = new EventLog(file, () => failed(), 1000);
+  const errors = new EventEmitter();
+  const log = new EventLog(file, () => errors.emit("failed"), 1000);
   log.append({ seq: 7, name: "A", payload: "1.0" }, "store");
   const written = log.written();
-  await failure;
+  await once(errors, "failed");
   mkdirSync(folder);
   // The disk is well again, but a later event alone would hide after a crash that the earlier one is missing.
   log.append({ seq: 8, name: "B", payload: "{}" }, "store");
@@ -60,8 +54,7 @@ test("a slow follower gets every event, in order, however many there are", async
   const agent = await server.agent();
   const payload = "x".repeat(100_000);
   for (let seq = 1; seq <= 100; seq++) agent.send({ type: "event", seq, name: "Big", payload });
-  agent.send({ type: "ping" });
-  await agent.next("pong");
+  await agent.heard();
   const follow = (id: string) =>
     server.fetch("/api/machines/machine-0001/events", {
       headers: { ...bearer, "last-event-id": id },

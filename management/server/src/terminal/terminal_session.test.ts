@@ -16,16 +16,14 @@ async function inward(agent: FakeAgent, client?: Peer): Promise<unknown[]> {
     client.socket.ping();
     await once(client.socket, "pong");
   }
-  agent.send({ type: "ping" });
-  await agent.next("pong");
+  await agent.heard();
   const streams = agent.unread().filter((message) => message.type === "stream");
   return streams.map((message) => JSON.parse(message.text));
 }
 
 /** Resolves once the machine has no session left. */
 async function noSessions(server: TestServer, agent: FakeAgent): Promise<void> {
-  agent.send({ type: "ping" });
-  await agent.next("pong");
+  await agent.heard();
   expect(await server.machines()).toMatchObject([{ ...open, sessions: 0 }]);
 }
 

@@ -16,12 +16,10 @@ export class FakeAgent extends Peer {
   /** Answers a remote call; null leaves it without an answer. */
   onCall: (call: Message) => { result?: number; code?: number; text?: string } | null = () => ({});
 
-  readonly id: string;
   readonly #answersPings: boolean;
 
-  private constructor(socket: WebSocket, id: string, answersPings: boolean) {
+  private constructor(socket: WebSocket, answersPings: boolean) {
     super(socket);
-    this.id = id;
     this.#answersPings = answersPings;
   }
 
@@ -32,7 +30,7 @@ export class FakeAgent extends Peer {
       "x-machine-id": id,
       "x-machine-name": encodeURIComponent(name),
     });
-    const agent = new FakeAgent(socket, id, options.answersPings ?? true);
+    const agent = new FakeAgent(socket, options.answersPings ?? true);
     if (hello) agent.send({ type: "hello", version: 1, enabled });
     return agent;
   }

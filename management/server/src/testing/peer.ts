@@ -1,3 +1,4 @@
+import { EventEmitter, once } from "node:events";
 import WebSocket from "ws";
 
 // biome-ignore lint/suspicious/noExplicitAny: tests look into messages of any shape.
@@ -12,7 +13,7 @@ export class Peer {
   readonly socket: WebSocket;
   readonly closed: Promise<Closed>;
   readonly #unread: Message[] = [];
-  #wake: () => void = () => {};
+  readonly #news = new EventEmitter();
   #end: Closed | undefined;
 
   protected constructor(socket: WebSocket) {
@@ -20,15 +21,15 @@ export class Peer {
     this.closed = new Promise((resolve) => {
       socket.on("close", (code, reason) => {
         this.#end = { code, reason: reason.toString() };
-        this.#wake();
+        this.#news.emit("more");
         resolve(this.#end);
       });
     });
+    socket.on("error", () => {}); // "close" follows.
     socket.on("message", (data) => {
       const message: Message = JSON.parse(data.toString());
-      if (this.take(message)) return;
-      this.#unread.push(message);
-      this.#wake();
+      if (!this.take(message)) this.#unread.push(message);
+      this.#news.emit("more");
     });
   }
 
@@ -42,19 +43,28 @@ export class Peer {
 
   /** The next unread message of this type; fails when the connection ends before it. Others stay unread. */
   async next(type: string): Promise<Message> {
-    for (;;) {
-      const index = this.#unread.findIndex((message) => message.type === type);
-      if (index >= 0) return this.#unread.splice(index, 1)[0] as Message;
-      if (this.#end) throw new Error(`closed (${JSON.stringify(this.#end)}) before "${type}"`);
-      await new Promise<void>((resolve) => {
-        this.#wake = resolve;
-      });
+    const index = () => this.#unread.findIndex((message) => message.type === type);
+    await this.until(() => index() >= 0);
+    return this.#unread.splice(index(), 1)[0] as Message;
+  }
+
+  /** Waits for what messages bring about; fails when the connection ends before it. */
+  async until(condition: () => boolean): Promise<void> {
+    while (!condition()) {
+      if (this.#end) throw new Error(`closed before it came: ${JSON.stringify(this.#end)}`);
+      await once(this.#news, "more");
     }
   }
 
   /** Takes out what is unread now. */
   unread(): Message[] {
     return this.#unread.splice(0);
+  }
+
+  /** Resolves once an agent's other end has taken in what was sent so far. */
+  async heard(): Promise<void> {
+    this.send({ type: "ping" });
+    await this.next("pong");
   }
 
   send(message: unknown): void {

@@ -79,8 +79,7 @@ export class TestServer {
   /** An agent that the server has taken in. */
   async agent(options: Partial<FakeAgentOptions> = {}): Promise<FakeAgent> {
     const agent = await FakeAgent.connect(this.url, { key: KEY, ...options });
-    agent.send({ type: "ping" });
-    await agent.next("pong");
+    await agent.heard();
     return agent;
   }
 

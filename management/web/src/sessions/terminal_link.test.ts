@@ -77,6 +77,7 @@ test("each end is told by the server's word, or by what can be known without it"
   const cases: Array<[unknown, number, string, SessionEnd]> = [
     [open, 1000, "shellExited", { reason: "shellExited" }],
     [{ streamId: "s", code: 21 }, 1000, "openFailed", { reason: "openFailed", code: 21 }],
+    [open, 1000, "hostLost", { reason: "hostLost" }],
     [open, 1006, "", { reason: "serverLost" }],
     [undefined, 1006, "", { reason: "notOpened" }],
     [open, 1008, "not allowed", { reason: "refused", detail: "not allowed" }],
