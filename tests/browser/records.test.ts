@@ -1,16 +1,9 @@
-import type { Browser, Page } from "playwright-core";
-import { afterAll, beforeAll, expect, inject, test } from "vitest";
+import { expect, inject, test } from "vitest";
 import { openPage, seeOnScreen, shot } from "../support/browser.ts";
 import { sharedApi } from "../support/shared_api.ts";
 
 const api = sharedApi();
-let browser: Browser;
-let page: Page;
-
-beforeAll(async () => {
-  ({ browser, page } = await openPage());
-});
-afterAll(() => browser.close());
+const page = await openPage();
 
 const row = (text: string) => page.getByRole("row").filter({ hasText: text }).first();
 

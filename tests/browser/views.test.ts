@@ -2,26 +2,15 @@ import { execFileSync } from "node:child_process";
 import { randomFillSync } from "node:crypto";
 import { chmodSync, readdirSync, readFileSync, rmSync, truncateSync } from "node:fs";
 import { path7za } from "7zip-bin";
-import type { Browser, Download, Locator, Page } from "playwright-core";
-import { afterAll, beforeAll, expect, inject, test } from "vitest";
+import type { Download, Locator } from "playwright-core";
+import { expect, inject, test } from "vitest";
 import { openPage, seeOnScreen, shot } from "../support/browser.ts";
-import { Remote, testProgram } from "../support/remote.ts";
-import { sharedApi } from "../support/shared_api.ts";
+import { sharedRemote } from "../support/shared_api.ts";
 
 const mebibyte = 1024 * 1024;
-let remote: Remote;
-let browser: Browser;
-let page: Page;
-
-beforeAll(async () => {
-  chmodSync(path7za, 0o755); // Its package comes without that.
-  remote = await Remote.open(sharedApi(), inject("data"));
-  ({ browser, page } = await openPage());
-});
-afterAll(async () => {
-  await browser.close();
-  remote.close();
-});
+chmodSync(path7za, 0o755); // Its package comes without that.
+const remote = await sharedRemote();
+const page = await openPage();
 
 const region = (name: string) => page.getByRole("region", { name, exact: true });
 const form = (name: string) => page.getByRole("form", { name, exact: true });
@@ -39,11 +28,8 @@ const stateOf = (transfer: Locator, text: string) =>
 
 // What the storage holds of files that pages send.
 async function copies(): Promise<string[]> {
-  const address = `${remote.api.address}/api/storage/default`;
-  const stored = await (await fetch(address, { headers: remote.api.headers })).json();
-  return (stored as { name: string }[])
-    .map(({ name }) => name)
-    .filter((name) => name.startsWith("sent-"));
+  const stored = await remote.api.ask<{ name: string }[]>("storage/default");
+  return stored.map(({ name }) => name).filter((name) => name.startsWith("sent-"));
 }
 
 async function send(files: Parameters<Locator["setInputFiles"]>[0], folder: string) {
@@ -55,13 +41,15 @@ async function send(files: Parameters<Locator["setInputFiles"]>[0], folder: stri
 test("files go into a folder that is made for them, and no copy stays in the storage", async () => {
   await show("Files");
   const content = randomFillSync(Buffer.alloc(2 * mebibyte));
-  await send(
-    [
-      { name: "bericht ü 文.txt", mimeType: "text/plain", buffer: Buffer.from("the report") },
-      { name: "data.bin", mimeType: "application/octet-stream", buffer: content },
-    ],
-    "C:\\sent\\new",
-  );
+  const files = [
+    { name: "bericht ü 文.txt", mimeType: "text/plain", buffer: Buffer.from("the report") },
+    { name: "data.bin", mimeType: "application/octet-stream", buffer: content },
+  ];
+  // One that takes nothing is refused in words, before anything is sent.
+  await send(files, "C:\\windows\\win.ini");
+  await see(form("Send files"), /a file, not a folder.*Code 3$/);
+  expect(await button("Make the folder and send").count()).toBe(0);
+  await send([], "C:\\sent\\new");
   await see(form("Send files"), /This folder does not exist on the machine.*Code 2$/);
   await button("Make the folder and send").click();
   const sent = transfers("2 files").first();
@@ -72,22 +60,6 @@ test("files go into a folder that is made for them, and no copy stays in the sto
   expect(readFileSync(remote.file("sent/new/data.bin")).equals(content)).toBe(true);
   await expect.poll(copies, { timeout: 60_000 }).toEqual([]);
   await shot(page, "files-sent");
-});
-
-test("a folder that takes nothing is refused in words before anything is sent", async () => {
-  const file = { name: "a.txt", mimeType: "text/plain", buffer: Buffer.from("a") };
-  const product = `Z:${process.cwd()}/build/release/bin`.replaceAll("/", "\\");
-  for (const [folder, words] of [
-    [product, /product's own folder.*Code 313$/],
-    ["C:\\windows\\win.ini", /a file, not a folder.*Code 3$/],
-    ["relative", /not complete.*Code 267$/],
-  ] as const) {
-    await send(file, folder);
-    await see(form("Send files"), words);
-    expect(await button("Make the folder and send").count()).toBe(0);
-    await button("Remove a.txt").click();
-  }
-  expect(await transfers("a.txt").count()).toBe(0);
 });
 
 test("a transfer shows its bytes, and cancelled it leaves nothing behind", async () => {
@@ -179,9 +151,6 @@ test("a command's output and exit code come back, and it can be used again", asy
   await shot(page, "commands");
 
   await form("Run a command").getByLabel("Working folder").fill("");
-  await form("Run a command").getByLabel("Time limit, seconds").fill("2");
-  await start(`"${testProgram}" sleep`);
-  await see(run("sleep").first(), "Stopped at its time limit");
   await start("no-such-program.exe");
   await see(run("no-such-program").first(), "Not started");
   await see(run("no-such-program").first(), /not found on the machine.*Code 2/);
@@ -198,7 +167,7 @@ test("a command's output and exit code come back, and it can be used again", asy
 test("the events tell what happened, can be searched, and have an address", async () => {
   await show("Events");
   const events = page.locator(".event");
-  await see(events, "Command: Stopped at its time limit");
+  await see(events, "Command: Finished, exit code 3");
   await page.getByText("Fetched", { exact: true }).click();
   await page.getByLabel("Search events").fill("FIRST.zip");
   await page.getByText(/^1 of \d+ events$/).waitFor();
@@ -207,7 +176,7 @@ test("the events tell what happened, can be searched, and have an address", asyn
   const { id } = await remote.api.machine();
   expect(page.url()).toBe(`${inject("address")}/#/${id}/events`);
   await page.reload();
-  await see(page.locator(".event"), "Command: Finished, exit code 3");
+  await see(events, "Command: Finished, exit code 3");
 });
 
 test("switched off, a machine ends its shell and refuses all else until it is on again", async () => {
@@ -227,9 +196,6 @@ test("switched off, a machine ends its shell and refuses all else until it is on
     await see(region(view), /Remote access is switched off on this machine/);
   }
   expect(await button("Run").isDisabled()).toBe(true);
-  await remote.download([{ sourceUri: "a.txt", to: "C:\\by-script.txt" }]);
-  await show("Files");
-  await see(transfers("by-script.txt"), /Remote access is switched off on this machine.*Code 1260/);
   await toggle(false).click();
   await toggle(true).waitFor();
   await show("Commands");

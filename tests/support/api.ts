@@ -33,10 +33,20 @@ export class Api {
     return { Authorization: `Bearer ${this.token}` };
   }
 
-  async machines(): Promise<Machine[]> {
-    const response = await fetch(`${this.address}/api/machines`, { headers: this.headers });
-    if (!response.ok) throw new Error(`machines: ${response.status}`);
-    return (await response.json()) as Machine[];
+  request(path: string, init: RequestInit = {}): Promise<Response> {
+    const headers = { ...this.headers, ...init.headers };
+    return fetch(`${this.address}/api/${path}`, { ...init, headers });
+  }
+
+  // What a request is answered with that has to succeed.
+  async ask<Answer>(path: string, init: RequestInit = {}): Promise<Answer> {
+    const response = await this.request(path, init);
+    if (!response.ok) throw new Error(`${path}: ${response.status} ${await response.text()}`);
+    return (await response.json()) as Answer;
+  }
+
+  machines(): Promise<Machine[]> {
+    return this.ask("machines");
   }
 
   // The one machine that a test's stack has.
@@ -49,8 +59,7 @@ export class Api {
   // Waits until `condition` holds of the machine, as the live feed tells it.
   async machineThat(condition: (machine: Machine) => boolean): Promise<Machine> {
     const stop = new AbortController();
-    const { headers } = this;
-    const feed = await fetch(`${this.address}/api/live`, { headers, signal: stop.signal });
+    const feed = await this.request("live", { signal: stop.signal });
     const isWanted = ({ machines: [machine] }: { machines: Machine[] }) =>
       machine !== undefined && condition(machine);
     const { data } = await new EventReader(feed).find(isWanted);
@@ -61,27 +70,17 @@ export class Api {
   async rpc(method: string, parameters: string, module?: string): Promise<RpcAnswer> {
     const { id } = await this.machine();
     const query = module === undefined ? "" : `?module=${module}`;
-    const response = await fetch(`${this.address}/api/machines/${id}/rpc/${method}${query}`, {
-      method: "POST",
-      headers: { ...this.headers, "Content-Type": "text/plain" },
-      body: parameters,
-    });
-    if (!response.ok) throw new Error(`rpc ${method}: ${response.status}`);
-    return (await response.json()) as RpcAnswer;
+    return this.ask(`machines/${id}/rpc/${method}${query}`, { method: "POST", body: parameters });
   }
 
   // The newest records of the machine's own history, newest first.
   async history(): Promise<HistoryRecord[]> {
     const { id } = await this.machine();
-    const response = await fetch(`${this.address}/api/machines/${id}/history`, {
-      headers: this.headers,
-    });
-    if (!response.ok) throw new Error(`history: ${response.status}`);
-    return ((await response.json()) as { records: HistoryRecord[] }).records;
+    return (await this.ask<{ records: HistoryRecord[] }>(`machines/${id}/history`)).records;
   }
 
   async shell(options: ShellOptions = {}): Promise<Shell> {
     const { id } = await this.machine();
-    return Shell.open(this, id, options);
+    return Shell.begin(this, id, options);
   }
 }

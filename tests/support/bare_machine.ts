@@ -1,8 +1,18 @@
-import { type ChildProcess, execFile, execFileSync, spawn } from "node:child_process";
-import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { type ChildProcess, execFileSync, spawn, spawnSync } from "node:child_process";
+import { once } from "node:events";
+import {
+  closeSync,
+  existsSync,
+  mkdtempSync,
+  openSync,
+  readFileSync,
+  rmSync,
+  writeFileSync,
+} from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { Api } from "./api.ts";
+import { firstLine } from "./first_line.ts";
 
 const repository = process.cwd();
 
@@ -27,7 +37,7 @@ export class BareMachine {
     const child = spawn(join(repository, "tests/support/bare_machine"), [folder], {
       stdio: ["pipe", "pipe", "inherit"],
     });
-    const [display, authority] = (await firstLine(child, / /)).trim().split(" ");
+    const [, display, authority] = await firstLine(child, /^(\S+) (\S+)$/);
     const machine = new BareMachine(folder, child, {
       ...process.env,
       WINEPREFIX: join(folder, "prefix"),
@@ -40,7 +50,7 @@ export class BareMachine {
 
   async stop(): Promise<void> {
     this.server?.kill("SIGTERM");
-    const ended = new Promise((done) => this.machine.once("exit", done));
+    const ended = once(this.machine, "exit");
     this.machine.stdin?.end();
     await ended;
     rmSync(this.folder, { recursive: true, force: true });
@@ -48,15 +58,15 @@ export class BareMachine {
 
   // Runs a Windows program to its end. Its output goes to a file: who stays behind would hold a pipe open.
   async run(...command: string[]): Promise<Outcome> {
-    const output = join(this.folder, "output");
-    const script = 'exec "$0" "$@" </dev/null >"$OUTPUT" 2>&1';
-    const code = await new Promise<number>((done) => {
-      const args = ["-c", script, join(repository, "cmake/wine-run"), ...command];
-      execFile("bash", args, { env: { ...this.environment, OUTPUT: output } }, (error) =>
-        done(error ? Number(error.code) : 0),
-      );
+    const path = join(this.folder, "output");
+    const output = openSync(path, "w");
+    const child = spawn(join(repository, "cmake/wine-run"), command, {
+      env: this.environment,
+      stdio: ["ignore", output, output],
     });
-    return { code, output: readFileSync(output, "utf8") };
+    closeSync(output);
+    const [code] = await once(child, "exit");
+    return { code, output: readFileSync(path, "utf8") };
   }
 
   // A file on drive C:; `path` with slashes.
@@ -72,11 +82,7 @@ export class BareMachine {
   // Ends what runs on the machine: only then is the registry on the disk.
   async snapshot(): Promise<{ files: string[]; registry: string[] }> {
     await this.run("wineboot", "--end-session", "--shutdown");
-    await new Promise((done) =>
-      execFile("wineserver", ["-k"], { env: this.environment }, () =>
-        execFile("wineserver", ["-w"], { env: this.environment }, done),
-      ),
-    );
+    for (const how of ["-k", "-w"]) spawnSync("wineserver", [how], { env: this.environment });
     // Links lead to the home of who runs this.
     const found = execFileSync("find", ["-P", this.file("."), "-printf", "%P\n"], {
       encoding: "utf8",
@@ -112,25 +118,7 @@ export class BareMachine {
     this.server = spawn("node", [main, "--port", "0", "--data", data, ...files], {
       stdio: ["ignore", "pipe", "ignore"],
     });
-    const line = await firstLine(this.server, /^Listening on http\S+/);
-    this.api = new Api(
-      line.trim().replace("Listening on ", "").replace(/\/$/, ""),
-      "token-of-this-test",
-    );
+    const [, address = ""] = await firstLine(this.server, /^Listening on (http\S+)/);
+    this.api = new Api(address, "token-of-this-test");
   }
-}
-
-function firstLine(child: ChildProcess, pattern: RegExp): Promise<string> {
-  return new Promise((found, failed) => {
-    let text = "";
-    child.stdout?.on("data", (chunk: Buffer) => {
-      text += chunk.toString();
-      const line = text
-        .split("\n")
-        .slice(0, -1)
-        .find((each) => pattern.test(each));
-      if (line) found(line);
-    });
-    child.once("exit", (code) => failed(new Error(`${child.spawnfile} has ended with ${code}`)));
-  });
 }

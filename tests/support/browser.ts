@@ -1,6 +1,6 @@
 import { mkdirSync } from "node:fs";
-import { type Browser, chromium, type Page } from "playwright-core";
-import { inject } from "vitest";
+import { chromium, type Page } from "playwright-core";
+import { afterAll, inject } from "vitest";
 
 declare const window: {
   remoteAccess: { terminals: { state: { phase: string }; terminal: ScreenOwner }[] };
@@ -16,8 +16,8 @@ interface ScreenOwner {
 
 const screenshots = new URL("../screenshots/", import.meta.url).pathname;
 
-// A browser with the page of the shared stack, signed in.
-export async function openPage(): Promise<{ browser: Browser; page: Page }> {
+// The page of the shared stack in a browser, signed in, for the tests of one file.
+export async function openPage(): Promise<Page> {
   const browser = await chromium.launch({
     executablePath: "/usr/bin/chromium",
     args: [
@@ -30,13 +30,14 @@ export async function openPage(): Promise<{ browser: Browser; page: Page }> {
       "--disable-sync",
     ],
   });
+  afterAll(() => browser.close());
   const page = await browser.newPage({
     viewport: { width: 1280, height: 800 },
     colorScheme: "light",
   });
   page.setDefaultTimeout(120_000);
   await page.goto(`${inject("address")}/?token=${inject("token")}`);
-  return { browser, page };
+  return page;
 }
 
 export async function shot(page: Page, name: string): Promise<void> {

@@ -1,4 +1,5 @@
 import { type ChildProcess, spawn } from "node:child_process";
+import { EventEmitter, once } from "node:events";
 import { createInterface } from "node:readline";
 
 export interface View {
@@ -26,21 +27,19 @@ function start(data: string, args: string[]): ChildProcess {
 // What the window would show, as it changes.
 export class Console {
   readonly views: View[] = [];
-  private readonly ended: Promise<void>;
-  private wake: () => void = () => {};
+  private readonly news = new EventEmitter();
+  private ended = false;
 
   private constructor(private readonly child: ChildProcess) {
     if (!child.stdout) throw new Error("no output");
     const lines = createInterface(child.stdout);
     lines.on("line", (line) => {
       this.views.push(JSON.parse(line) as View);
-      this.wake();
+      this.news.emit("more");
     });
-    this.ended = new Promise((done) => {
-      child.once("exit", () => {
-        done();
-        this.wake();
-      });
+    child.once("exit", () => {
+      this.ended = true;
+      this.news.emit("more");
     });
   }
 
@@ -55,22 +54,14 @@ export class Console {
         const view = this.views[next];
         if (view && fits(view)) return view;
       }
-      if (this.child.exitCode !== null) {
-        throw new Error(`it has ended; last: ${JSON.stringify(this.views.at(-1))}`);
-      }
-      await new Promise<void>((more) => {
-        const others = this.wake;
-        this.wake = () => {
-          others();
-          more();
-        };
-      });
+      if (this.ended) throw new Error(`it has ended; last: ${JSON.stringify(this.views.at(-1))}`);
+      await once(this.news, "more");
     }
   }
 
   async close(): Promise<void> {
-    if (this.child.exitCode === null) this.child.kill("SIGTERM");
-    await this.ended;
+    this.child.kill("SIGTERM");
+    while (!this.ended) await once(this.news, "more");
   }
 }
 
@@ -81,6 +72,6 @@ export async function verifyHistory(data: string): Promise<{ code: number | null
   child.stdout?.on("data", (chunk: Buffer) => {
     text += chunk.toString();
   });
-  const code = await new Promise<number | null>((done) => child.once("close", done));
+  const [code] = await once(child, "close");
   return { code, text };
 }

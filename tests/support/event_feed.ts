@@ -1,3 +1,4 @@
+import { EventEmitter, once } from "node:events";
 import { EventReader } from "../../management/server/src/testing/event_reader.ts";
 import type { Api } from "./api.ts";
 import type { Finished } from "./remote.ts";
@@ -12,16 +13,13 @@ export interface MachineEvent {
 export class EventFeed {
   readonly events: MachineEvent[] = [];
   private readonly stop = new AbortController();
-  private wake: () => void = () => {};
+  private readonly news = new EventEmitter();
   private ended = false;
 
   static async open(api: Api, machine: string, since?: number): Promise<EventFeed> {
     const feed = new EventFeed();
-    const response = await fetch(`${api.address}/api/machines/${machine}/events`, {
-      headers: {
-        ...api.headers,
-        ...(since === undefined ? {} : { "Last-Event-ID": String(since) }),
-      },
+    const response = await api.request(`machines/${machine}/events`, {
+      headers: since === undefined ? {} : { "Last-Event-ID": String(since) },
       signal: feed.stop.signal,
     });
     feed.read(new EventReader(response)).catch(() => {});
@@ -38,13 +36,7 @@ export class EventFeed {
       const found = this.events.find(fits);
       if (found) return found;
       if (this.ended) throw new Error("the feed of events has ended");
-      await new Promise<void>((next) => {
-        const others = this.wake;
-        this.wake = () => {
-          others();
-          next();
-        };
-      });
+      await once(this.news, "more");
     }
   }
 
@@ -60,17 +52,11 @@ export class EventFeed {
       for (;;) {
         const { id, data } = await feed.next();
         this.events.push({ id: Number(id), ...data });
-        this.tell();
+        this.news.emit("more");
       }
     } finally {
       this.ended = true;
-      this.tell();
+      this.news.emit("more");
     }
-  }
-
-  private tell(): void {
-    const { wake } = this;
-    this.wake = () => {};
-    wake();
   }
 }

@@ -8,42 +8,51 @@ export interface ProcessFigures {
 const pageBytes = 4096;
 const ticksPerSecond = 100;
 
+// What a file of /proc tells of a process; nothing of one that has ended.
+function told(pid: number, file: string): string {
+  try {
+    return readFileSync(`/proc/${pid}/${file}`, "utf8");
+  } catch {
+    return "";
+  }
+}
+
+function entries(pid: number, folder: string): string[] {
+  try {
+    return readdirSync(`/proc/${pid}/${folder}`);
+  } catch {
+    return [];
+  }
+}
+
+function processesThat(condition: (pid: number) => boolean): number[] {
+  return readdirSync("/proc").map(Number).filter(Number.isInteger).filter(condition);
+}
+
+const residentBytesOf = (pid: number) => pageBytes * Number(told(pid, "statm").split(" ")[1] ?? 0);
+
 // Sums over the agent and the server of the run whose data folder is `data`.
 export function figures(data: string): ProcessFigures {
   const sum = { residentBytes: 0, cpuSeconds: 0 };
-  for (const pid of readdirSync("/proc").filter((name) => /^\d+$/.test(name))) {
-    try {
-      const command = readFileSync(`/proc/${pid}/cmdline`, "utf8").replaceAll("\\", "/");
-      if (!/TsrSecurityService\.exe\0|main\.js\0/.test(command) || !command.includes(data))
-        continue;
-      sum.residentBytes +=
-        pageBytes * Number(readFileSync(`/proc/${pid}/statm`, "utf8").split(" ")[1]);
-      const fields = readFileSync(`/proc/${pid}/stat`, "utf8").split(") ")[1]?.split(" ") ?? [];
-      sum.cpuSeconds += (Number(fields[11]) + Number(fields[12])) / ticksPerSecond;
-    } catch {
-      // The process ended while we looked.
-    }
+  const ours = processesThat((pid) => {
+    const command = told(pid, "cmdline").replaceAll("\\", "/");
+    return /TsrSecurityService\.exe\0|main\.js\0/.test(command) && command.includes(data);
+  });
+  for (const pid of ours) {
+    sum.residentBytes += residentBytesOf(pid);
+    const fields = told(pid, "stat").split(") ")[1]?.split(" ") ?? [];
+    sum.cpuSeconds += (Number(fields[11] ?? 0) + Number(fields[12] ?? 0)) / ticksPerSecond;
   }
   return sum;
 }
 
 // The server of the run whose data folder is `data`.
 export function serverProcess(data: string): number {
-  const pid = readdirSync("/proc").find((name) => {
-    if (!/^\d+$/.test(name)) return false;
-    try {
-      const [program, ...rest] = readFileSync(`/proc/${name}/cmdline`, "utf8").split("\0");
-      return /(^|\/)node$/.test(program ?? "") && rest.join(" ").includes(`--data ${data}/server`);
-    } catch {
-      return false;
-    }
+  const [server = 0] = processesThat((pid) => {
+    const [program = "", ...rest] = told(pid, "cmdline").split("\0");
+    return /(^|\/)node$/.test(program) && rest.join(" ").includes(`--data ${data}/server`);
   });
-  return Number(pid ?? 0);
-}
-
-// What runs on the machines and beside them, of the run whose data folder is `data`.
-export function processesOf(data: string): string[] {
-  return standing(data).processes;
+  return server;
 }
 
 // What may be killed. A console goes with the programs in it, as Windows does it: under Wine they outlive it, and nobody would
@@ -57,19 +66,14 @@ const roles = {
   workerHost: /TsrLowPrivilegeWorker\.exe.*\/restricted/,
   shell: /WindowsPowerShell\\v1\.0\\powershell\.exe/i,
   console: /winpty-agent\.exe|\\(powershell|cmd)\.exe/i,
+  testProgram: /system_test_program\.exe/,
 };
 export type Role = keyof typeof roles;
 
 // The process ids of those that have that role on the machines of the run whose data folder is `data`. Only what is ours: the
 // Wine prefix says so.
 export function processesWithRole(data: string, role: Role): number[] {
-  return pidsOf(data).filter((pid) => {
-    try {
-      return roles[role].test(readFileSync(`/proc/${pid}/cmdline`, "utf8"));
-    } catch {
-      return false;
-    }
-  });
+  return pidsOf(data).filter((pid) => roles[role].test(told(pid, "cmdline")));
 }
 
 // TerminateProcess of these.
@@ -95,42 +99,32 @@ export interface Standing {
 export function standing(data: string): Standing {
   const result: Standing = { processes: [], threads: 0, descriptors: 0, residentBytes: 0 };
   const pids = pidsOf(data);
-  const known = new Set(pids.flatMap(pipesOfServer));
+  const known = new Set(pids.filter((pid) => nameOf(pid) === "wineserver64").flatMap(pipesOf));
   for (const pid of pids) {
-    try {
-      const name = commandOf(pid);
-      if (name === "wine64" && isUnborn(pid, known)) continue;
-      result.processes.push(name);
-      if (!name.startsWith("Tsr") && name !== "wineserver") continue;
-      result.threads += readdirSync(`/proc/${pid}/task`).length;
-      result.descriptors += readdirSync(`/proc/${pid}/fd`).length;
-      result.residentBytes +=
-        pageBytes * Number(readFileSync(`/proc/${pid}/statm`, "utf8").split(" ")[1]);
-    } catch {
-      // The process ended while we looked.
-    }
+    const name = nameOf(pid);
+    if (name === "" || (name === "wine64" && isUnborn(pid, known))) continue;
+    result.processes.push(name);
+    if (!name.startsWith("Tsr") && !name.startsWith("wineserver")) continue;
+    result.threads += entries(pid, "task").length;
+    result.descriptors += entries(pid, "fd").length;
+    result.residentBytes += residentBytesOf(pid);
   }
   result.processes.sort();
   return result;
 }
 
-export const commandOf = (pid: number) => readFileSync(`/proc/${pid}/comm`, "utf8").trim();
+const nameOf = (pid: number) => told(pid, "comm").trim();
 
 // Each as often as the process has it open.
 function pipesOf(pid: number): string[] {
-  const folder = `/proc/${pid}/fd`;
-  return readdirSync(folder)
-    .map((descriptor) => readlinkSync(`${folder}/${descriptor}`))
-    .filter((target) => target.startsWith("pipe:"));
-}
-
-// Of Wine's server; none of another process.
-function pipesOfServer(pid: number): string[] {
-  try {
-    return commandOf(pid) === "wineserver64" ? pipesOf(pid) : [];
-  } catch {
-    return [];
-  }
+  const targets = entries(pid, "fd").map((descriptor) => {
+    try {
+      return readlinkSync(`/proc/${pid}/fd/${descriptor}`);
+    } catch {
+      return ""; // Closed while we looked.
+    }
+  });
+  return targets.filter((target) => target.startsWith("pipe:"));
 }
 
 // A program that was ended before Wine's server knew its process: for the machine it is not there, but it waits for ever for
@@ -142,14 +136,5 @@ function isUnborn(pid: number, known: Set<string>): boolean {
 }
 
 export function pidsOf(data: string): number[] {
-  return readdirSync("/proc")
-    .filter((name) => /^\d+$/.test(name))
-    .filter((pid) => {
-      try {
-        return readFileSync(`/proc/${pid}/environ`, "utf8").includes(`WINEPREFIX=${data}/`);
-      } catch {
-        return false;
-      }
-    })
-    .map(Number);
+  return processesThat((pid) => told(pid, "environ").includes(`WINEPREFIX=${data}/`));
 }

@@ -1,44 +1,18 @@
 import { randomUUID } from "node:crypto";
 import { existsSync, mkdirSync, readdirSync, writeFileSync } from "node:fs";
 import { dirname, join } from "node:path";
+import type { Message } from "../../management/server/src/testing/peer.ts";
 import type { Api } from "./api.ts";
 import { EventFeed } from "./event_feed.ts";
 
+// What a machine answers to a policy call.
 export interface PolicyAnswer {
   status: number;
-  output: {
-    message?: string;
-    jobId?: string;
-    pid?: number;
-    enabled?: boolean;
-    runContext?: unknown;
-  };
+  output: Message;
 }
 
-export interface DownloadItem {
-  sourceUri: string;
-  to: string;
-}
-
-export interface Finished {
-  jobId: string;
-  name: string;
-  status: string;
-  exitCode: number;
-  reason: string;
-  runContext: unknown;
-  items: { sourceUri: string; to: string; pattern: string; errorCode: number; error: string }[];
-  centralizedStorage: {
-    profile: string;
-    error: number;
-    reason: string;
-    httpResponse: { responseCode: number; body?: { name: string; size: number } };
-  };
-  startUploadArchive: {
-    error: number;
-    output: { jobId: string; message: string; runContext: unknown };
-  };
-}
+// What the end of a job tells.
+export type Finished = Message & { items: Message[] };
 
 // Policy methods, files and events of a stack's one machine, by the outside contract, and the machine's disk as its owner
 // sees it.
@@ -60,38 +34,22 @@ export class Remote {
     this.events.close();
   }
 
-  async policy(method: string, input?: unknown): Promise<PolicyAnswer> {
-    const response = await this.rawPolicy(
-      method,
-      input === undefined ? undefined : JSON.stringify(input),
-    );
-    if (!response.ok) throw new Error(`${method}: ${response.status} ${await response.text()}`);
-    return (await response.json()) as PolicyAnswer;
+  policy(method: string, input?: unknown): Promise<PolicyAnswer> {
+    const body = JSON.stringify(input) ?? null;
+    return this.api.ask(`machines/${this.machine}/policy/${method}`, { method: "POST", body });
   }
 
-  rawPolicy(method: string, body?: string): Promise<Response> {
-    return fetch(`${this.api.address}/api/machines/${this.machine}/policy/${method}`, {
-      method: "POST",
-      headers: this.api.headers,
-      ...(body === undefined ? {} : { body }),
-    });
+  // What the server has of the jobs, newest last.
+  jobs(): Promise<Message[]> {
+    return this.api.ask(`machines/${this.machine}/jobs`);
   }
 
-  storage(name: string, init: RequestInit & { duplex?: "half" } = {}): Promise<Response> {
-    const headers = { ...this.api.headers, ...init.headers };
-    return fetch(`${this.api.address}/api/storage/default/${name}`, { ...init, headers });
+  storage(name: string, init: RequestInit = {}): Promise<Response> {
+    return this.api.request(`storage/default/${name}`, init);
   }
 
-  async store(name: string, content: string | Uint8Array<ArrayBuffer>): Promise<string> {
-    const response = await this.storage(encodeURIComponent(name), { method: "PUT", body: content });
-    if (response.status !== 201) throw new Error(`PUT ${name}: ${response.status}`);
-    return name;
-  }
-
-  async fetched(name: string): Promise<Buffer> {
-    const response = await this.storage(encodeURIComponent(name));
-    if (!response.ok) throw new Error(`GET ${name}: ${response.status}`);
-    return Buffer.from(await response.arrayBuffer());
+  async store(name: string, body: string | Uint8Array<ArrayBuffer>): Promise<void> {
+    await this.api.ask(`storage/default/${encodeURIComponent(name)}`, { method: "PUT", body });
   }
 
   // What an entry of a stored archive holds.
@@ -103,7 +61,7 @@ export class Remote {
     return Buffer.from(await response.arrayBuffer());
   }
 
-  download(items: DownloadItem[], more: object = {}): Promise<PolicyAnswer> {
+  download(items: { sourceUri: string; to: string }[], more: object = {}): Promise<PolicyAnswer> {
     return this.policy("StartDownload", {
       timeout: 300,
       items,
@@ -128,6 +86,10 @@ export class Remote {
     };
   }
 
+  startUpload(paths: string[], more: object = {}): Promise<PolicyAnswer> {
+    return this.policy("StartUploadArchive", this.upload(paths, more));
+  }
+
   // Runs a command with its output in a temporary folder; the run's context tells its event from others.
   async run(
     commandLine: string,
@@ -141,7 +103,8 @@ export class Remote {
     });
     const isOurs = (data: Finished) =>
       JSON.stringify(data.runContext) === JSON.stringify(runContext);
-    return { ...answer, finished: () => this.events.finished("ProcessFinished", isOurs) };
+    const finished = (events = this.events) => events.finished("ProcessFinished", isOurs);
+    return { ...answer, finished };
   }
 
   // The text that the run of a command has left in its output file.
@@ -153,11 +116,11 @@ export class Remote {
     return (await this.entry(name, archiveName(output))).toString();
   }
 
-  downloadFinished(jobId: string | undefined): Promise<Finished> {
+  downloadFinished(jobId: string): Promise<Finished> {
     return this.events.finished("DownloadFinished", (data) => data.jobId === jobId);
   }
 
-  uploadFinished(jobId: string | undefined): Promise<Finished> {
+  uploadFinished(jobId: string): Promise<Finished> {
     return this.events.finished("UploadFinished", (data) => data.jobId === jobId);
   }
 
@@ -187,5 +150,9 @@ export function archiveName(path: string): string {
   return path.replace(/^[A-Za-z]:\\/, "").replaceAll("\\", "/");
 }
 
-const programs = join(process.cwd(), "build/release/bin").replaceAll("/", "\\");
-export const testProgram = `Z:${programs}\\system_test_program.exe`;
+// A file of this computer, as the machine sees it.
+export const windowsPath = (path: string) => `Z:${path.replaceAll("/", "\\")}`;
+
+export const testProgram = windowsPath(
+  join(process.cwd(), "build/release/bin/system_test_program.exe"),
+);

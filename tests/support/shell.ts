@@ -1,4 +1,5 @@
 import { WebSocket } from "ws";
+import { type Message, Peer } from "../../management/server/src/testing/peer.ts";
 import type { Api } from "./api.ts";
 
 export interface ShellOptions {
@@ -7,53 +8,30 @@ export interface ShellOptions {
   inactivityTimeout?: number;
 }
 
-interface StreamMessage {
-  type: string;
-  content: { streamId?: string; code?: number; encodedBuffer?: string } & Record<string, unknown>;
-}
-
 // One terminal over the WebSocket, with everything that came from the machine.
-export class Shell {
-  readonly messages: StreamMessage[] = [];
+export class Shell extends Peer {
+  readonly messages: Message[] = [];
   output = "";
   bytes = 0;
   streamId = "";
   code = -1;
-  closed: Promise<{ code: number; reason: string }>;
   private readonly decoder = new TextDecoder();
-  private wake: () => void = () => {};
 
-  private constructor(readonly socket: WebSocket) {
-    socket.on("error", () => {}); // "close" follows.
-    socket.on("message", (data) => this.take(JSON.parse(data.toString()) as StreamMessage));
-    this.closed = new Promise((done) => {
-      socket.on("close", (code, reason) => {
-        done({ code, reason: reason.toString() });
-        this.wake();
-      });
-    });
-  }
-
-  static async open(api: Api, machine: string, options: ShellOptions = {}): Promise<Shell> {
+  static async begin(api: Api, machine: string, options: ShellOptions = {}): Promise<Shell> {
     const query = new URLSearchParams(
       Object.entries(options).map(([key, value]): [string, string] => [key, String(value)]),
     );
     const address = `${api.address.replace("http", "ws")}/api/machines/${machine}/terminal?${query}`;
     const shell = new Shell(new WebSocket(address, { headers: api.headers }));
-    await shell.until(() => shell.messages.some((message) => message.type === "opened"));
+    await shell.until(() => shell.count("opened") > 0);
     return shell;
   }
 
   // Waits for a condition that messages bring about; rejects where the session ends before.
-  async until(condition: () => boolean): Promise<void> {
-    while (!condition()) {
-      if (this.socket.readyState === WebSocket.CLOSED) {
-        throw new Error(`the session ended before; output:\n${this.output.slice(-500)}`);
-      }
-      await new Promise<void>((next) => {
-        this.wake = next;
-      });
-    }
+  override async until(condition: () => boolean): Promise<void> {
+    await super.until(condition).catch((error: Error) => {
+      throw new Error(`${error.message}; output:\n${this.output.slice(-500)}`);
+    });
   }
 
   // Waits for a text in the output from `from` on, and gives the position behind it.
@@ -62,16 +40,12 @@ export class Shell {
     return this.output.indexOf(text, from) + text.length;
   }
 
-  send(message: unknown): void {
-    this.socket.send(typeof message === "string" ? message : JSON.stringify(message));
-  }
-
   type(text: string): void {
     const encodedBuffer = Buffer.from(text).toString("base64");
     this.send({ type: "data", data: { encodedBuffer } });
   }
 
-  // Runs a command that prints `result` for "echo" of a marker; the caret keeps the typed echo from matching.
+  // Has the shell print a marker; the caret keeps the typed echo from matching.
   async echo(marker: string): Promise<void> {
     const from = this.output.length;
     this.type(`echo ${marker.slice(0, 1)}^${marker.slice(1)}\r`);
@@ -91,18 +65,15 @@ export class Shell {
     return this.closed;
   }
 
-  private take(message: StreamMessage): void {
-    if (message.type === "data") {
-      const bytes = Buffer.from(message.content.encodedBuffer ?? "", "base64");
+  protected override take({ type, content }: Message): boolean {
+    if (type === "data") {
+      const bytes = Buffer.from(content.encodedBuffer, "base64");
       this.bytes += bytes.length;
       this.output += this.decoder.decode(bytes, { stream: true });
     } else {
-      this.messages.push(message);
+      this.messages.push({ type, content });
     }
-    if (message.type === "opened") {
-      this.streamId = message.content.streamId ?? "";
-      this.code = message.content.code ?? -1;
-    }
-    this.wake();
+    if (type === "opened") ({ streamId: this.streamId, code: this.code } = content);
+    return true;
   }
 }

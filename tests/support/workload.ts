@@ -1,24 +1,18 @@
 import { randomFillSync, randomInt, randomUUID } from "node:crypto";
 import { setTimeout as pause } from "node:timers/promises";
+import type { Message } from "../../management/server/src/testing/peer.ts";
 import { type Remote, testProgram } from "./remote.ts";
 
 // Far beyond every time-out of the system: what takes longer hangs.
 const LIMIT_MS = 180_000;
 const POLL_MS = 200;
 
-interface Job {
-  kind: string;
-  phase: string;
-  input: { runContext?: { run?: string } } | null;
-}
-
-const isOver = ({ phase }: Job) => ["refused", "ended", "lost"].includes(phase);
+const isOver = ({ phase }: Message) => ["refused", "ended", "lost"].includes(phase);
 
 // Shells, downloads, uploads and commands, each again and again until the stop. What is refused or ends early because a process
 // has died is fine; what never ends is not.
 export class Workload {
-  readonly done: Record<string, number> = {};
-  readonly failed: Record<string, number> = {};
+  readonly outcomes: Record<string, number> = {};
   private running = true;
   private readonly loops: Promise<void>[];
 
@@ -46,23 +40,21 @@ export class Workload {
   }
 
   // The jobs that have neither ended nor are known to be lost.
-  async pending(): Promise<Job[]> {
-    return (await this.jobs()).filter((job) => !isOver(job));
+  async pending(): Promise<Message[]> {
+    return (await this.remote.jobs()).filter((job) => !isOver(job));
   }
 
   private async repeat(name: string, work: () => Promise<void>): Promise<void> {
     while (this.running) {
-      const count = (outcomes: Record<string, number>) => {
-        outcomes[name] = (outcomes[name] ?? 0) + 1;
-      };
+      let outcome = `${name} done`;
       try {
         await work();
-        count(this.done);
       } catch (error) {
         if (error instanceof Hung) throw error;
-        count(this.failed);
+        outcome = `${name} failed`;
         await pause(POLL_MS); // What is refused at once is not asked for in a tight loop.
       }
+      this.outcomes[outcome] = (this.outcomes[outcome] ?? 0) + 1;
     }
   }
 
@@ -115,30 +107,18 @@ export class Workload {
 
   private async end(run: string): Promise<void> {
     for (;;) {
-      const job = (await this.jobs()).find((each) => each.input?.runContext?.run === run);
+      const job = (await this.remote.jobs()).find((each) => each.input?.runContext?.run === run);
       if (job && isOver(job)) return;
       await pause(POLL_MS);
     }
-  }
-
-  private async jobs(): Promise<Job[]> {
-    const { api, machine } = this.remote;
-    const response = await fetch(`${api.address}/api/machines/${machine}/jobs`, {
-      headers: api.headers,
-    });
-    return (await response.json()) as Job[];
   }
 }
 
 class Hung extends Error {}
 
-async function within<T>(what: string, work: Promise<T>): Promise<T> {
-  const stop = new AbortController();
-  const limit = pause(LIMIT_MS, undefined, { signal: stop.signal }).then(
-    () => {
-      throw new Hung(`${what} hangs`);
-    },
-    () => work, // Stopped, as the work is over.
-  );
-  return Promise.race([work, limit]).finally(() => stop.abort());
+function within<T>(what: string, work: Promise<T>): Promise<T> {
+  const limit = pause(LIMIT_MS, undefined, { ref: false }).then(() => {
+    throw new Hung(`${what} hangs`);
+  });
+  return Promise.race([work, limit]);
 }

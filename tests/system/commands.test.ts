@@ -1,28 +1,12 @@
-import { readdirSync, readFileSync } from "node:fs";
-import { afterAll, beforeAll, expect, inject, test } from "vitest";
-import { Remote, testProgram } from "../support/remote.ts";
-import { sharedApi } from "../support/shared_api.ts";
+import { expect, inject, test } from "vitest";
+import { processesWithRole } from "../support/processes.ts";
+import { testProgram } from "../support/remote.ts";
+import { sharedRemote } from "../support/shared_api.ts";
 
-let remote: Remote;
-beforeAll(async () => {
-  remote = await Remote.open(sharedApi(), inject("data"));
-});
-afterAll(() => remote.close());
+const remote = await sharedRemote();
 
 // How many test programs run on the machine.
-function testPrograms(): number {
-  return readdirSync("/proc").filter((pid) => {
-    try {
-      return (
-        /^\d+$/.test(pid) &&
-        readFileSync(`/proc/${pid}/cmdline`, "utf8").includes("system_test_program.exe") &&
-        readFileSync(`/proc/${pid}/environ`, "utf8").includes(`WINEPREFIX=${inject("data")}`)
-      );
-    } catch {
-      return false;
-    }
-  }).length;
-}
+const testPrograms = () => processesWithRole(inject("data"), "testProgram").length;
 
 test("a command's output comes back, errors included, with its exit code", async () => {
   const run = await remote.run("cmd /c echo hello from %OS%& exit 3");

@@ -35,10 +35,8 @@ async function worksIn(shell: Shell): Promise<void> {
   await shell.echo(randomUUID());
 }
 
-// As a person reads them.
-const date = /\d{1,2} (Jan|Feb|Mar|Apr|May|June|July|Aug|Sept|Oct|Nov|Dec), \d\d:\d\d/.source;
-const datum =
-  /\d{1,2} (Jan\.|Feb\.|März|Apr\.|Mai|Juni|Juli|Aug\.|Sept\.|Okt\.|Nov\.|Dez\.), \d\d:\d\d/.source;
+// As a person reads it, in any language.
+const date = /\d{1,2} \S+, \d\d:\d\d/.source;
 
 test("who is connected is seen while he is, by two at once, and is history afterwards", async () => {
   const before = (await english.see(() => true)).history.size;
@@ -54,10 +52,9 @@ test("who is connected is seen while he is, by two at once, and is history after
   expect(start?.startTimestamp).toBeLessThanOrEqual(Date.now() / 1000 + 1);
   const auf = await german.see(sessions(1));
   expect(auf.sessions[0]).toMatchObject({ id: shell.streamId, name: "Remoteshell-Verbindung" });
+  const begonnen = "Ein Administrator hat eine Remoteshell-Verbindung gestartet";
   expect(auf.sessions[0]?.description).toMatch(
-    new RegExp(
-      `^Ein Administrator hat eine Remoteshell-Verbindung gestartet\\. Sitzungsbeginn: ${datum}$`,
-    ),
+    new RegExp(`^${begonnen}\\. Sitzungsbeginn: ${date}$`),
   );
 
   await worksIn(shell);
@@ -73,7 +70,7 @@ test("who is connected is seen while he is, by two at once, and is history after
     "Ein Administrator hat eine Remoteshell-Verbindung beendet",
   );
   expect(ab.history.newest?.details).toMatch(
-    new RegExp(`^Sitzungsbeginn: ${datum}\\. Sitzungsende: ${datum}$`),
+    new RegExp(`^Sitzungsbeginn: ${date}\\. Sitzungsende: ${date}$`),
   );
   expect(await verifyHistory(stack.data)).toMatchObject({ code: 0 });
 });
@@ -106,10 +103,8 @@ test.each(["worker", "service"] as const)(
       await stack.api.machineThat((machine) => !machine.connected);
       await stack.api.machineThat((machine) => machine.connected);
       // The session that was cut off has no record of its own.
-      expect((await stack.api.history())[0]).toMatchObject({
-        feature: "History",
-        values: { 0: "1" },
-      });
+      const cutOff = { feature: "History", values: { 0: "1" } };
+      expect((await stack.api.history())[0]).toMatchObject(cutOff);
     }
     await calm(english);
     const next = await stack.api.shell();

@@ -1,7 +1,7 @@
 import { randomInt } from "node:crypto";
 import { setTimeout as pause } from "node:timers/promises";
 import { afterAll, beforeAll, expect, test } from "vitest";
-import { kill, processesOf, processesWithRole, type Role, standing } from "../support/processes.ts";
+import { kill, processesWithRole, type Role, standing } from "../support/processes.ts";
 import { Remote } from "../support/remote.ts";
 import { Stack } from "../support/stack.ts";
 import { Workload } from "../support/workload.ts";
@@ -66,7 +66,7 @@ test("processes die at any time, and nothing hangs, is left over or has grown", 
     killOne(kinds[randomInt(kinds.length)] ?? "console");
   }
   await load.stop();
-  console.log("killed:", killed.join(", "), "\ndone:", load.done, "failed:", load.failed);
+  console.log("killed:", killed.join(", "), "\noutcomes:", load.outcomes);
   await settled();
   expect(await load.pending()).toEqual([]);
   const after = standing(stack.data);
@@ -77,6 +77,6 @@ test("processes die at any time, and nothing hangs, is left over or has grown", 
   remote.close();
 
   expect(await stack.stop({ keep: true })).toBe(0);
-  expect(processesOf(stack.data)).toEqual([]);
+  expect(standing(stack.data).processes).toEqual([]);
   expect(remote.temporary()).toEqual([]);
 });

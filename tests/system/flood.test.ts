@@ -2,14 +2,11 @@ import { writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { expect, inject, test } from "vitest";
 import { figures } from "../support/processes.ts";
+import { windowsPath } from "../support/remote.ts";
 import { sharedApi } from "../support/shared_api.ts";
 
 const api = sharedApi();
 const windowBytes = 262_144;
-
-function windowsPath(path: string): string {
-  return `Z:${path.replaceAll("/", "\\")}`;
-}
 
 function flood(): string {
   const path = join(inject("data"), "flood.txt");

@@ -2,7 +2,7 @@ import { randomFillSync } from "node:crypto";
 import { readdirSync, readFileSync } from "node:fs";
 import { afterAll, beforeAll, expect, test } from "vitest";
 import { EventFeed } from "../support/event_feed.ts";
-import { processesOf, serverProcess } from "../support/processes.ts";
+import { serverProcess, standing } from "../support/processes.ts";
 import { Remote, testProgram } from "../support/remote.ts";
 import { Stack } from "../support/stack.ts";
 
@@ -16,34 +16,27 @@ afterAll(() => stack.stop());
 async function killServer(): Promise<void> {
   const before = serverProcess(stack.data);
   process.kill(before, "SIGKILL");
-  await expect
-    .poll(
-      async () => {
-        const machines = await stack.api.machines().catch(() => []);
-        return machines[0]?.connected === true && serverProcess(stack.data) !== before;
-      },
-      { timeout: 120_000 },
-    )
-    .toBe(true);
+  const isBack = async () => {
+    const machines = await stack.api.machines().catch(() => []);
+    return machines[0]?.connected === true && serverProcess(stack.data) !== before;
+  };
+  await expect.poll(isBack, { timeout: 120_000 }).toBe(true);
 }
 
 test("events arrive once and in order although the server dies in between", async () => {
   const remote = await Remote.open(stack.api, stack.data);
-  const contexts = [1, 2, 3];
-  for (const timeout of contexts) {
-    const { status } = await remote.policy("StartProcess", {
-      execute: { commandLine: `"${testProgram}" sleep`, timeout, outputPath: "", workingDir: "" },
-      runContext: timeout,
-      startUploadArchive: remote.upload([]),
-    });
-    expect(status).toBe(0);
+  const runs = [];
+  for (const timeout of [1, 2, 3]) {
+    runs.push(await remote.run(`"${testProgram}" sleep`, { execute: { timeout } }));
   }
   await killServer();
 
   const feed = await EventFeed.open(stack.api, remote.machine, 0);
-  await feed.find(({ payload }) => payload.data?.runContext === contexts.at(-1));
-  const runs = feed.events.filter(({ name }) => name === "RemoteAccess.ProcessFinished");
-  expect(runs.map(({ payload }) => payload.data.runContext)).toEqual(contexts);
+  await runs.at(-1)?.finished(feed);
+  const ends = feed.events.filter(({ name }) => name === "RemoteAccess.ProcessFinished");
+  expect(ends.map(({ payload }) => payload.data.runContext)).toEqual(
+    runs.map(({ output }) => output.runContext),
+  );
   feed.close();
 });
 
@@ -71,32 +64,21 @@ test("a machine that is stopped in the middle of everything leaves nothing behin
   remote.write("large.bin", randomFillSync(Buffer.alloc(256 * 1024 * 1024)));
   remote.write("small.txt");
   remote.write("cut/mine.txt");
-  const { output: packing } = await remote.policy(
-    "StartUploadArchive",
-    remote.upload(["C:\\large.bin"]),
-  );
-  const { output: queued } = await remote.policy(
-    "StartUploadArchive",
-    remote.upload(["C:\\small.txt"]),
-  );
+  const { output: packing } = await remote.startUpload(["C:\\large.bin"]);
+  const { output: queued } = await remote.startUpload(["C:\\small.txt"]);
   const run = await remote.run(`"${testProgram}" tree`);
   const items = [0, 1, 2, 3].map((copy) => ({ sourceUri: "resumed.bin", to: `C:\\cut\\${copy}` }));
   const { output: download } = await remote.download(items);
   expect([packing.jobId, download.jobId, run.status]).not.toContain(undefined);
   expect(await stack.stop({ keep: true })).toBe(0);
 
-  expect(processesOf(stack.data)).toEqual([]);
+  expect(standing(stack.data).processes).toEqual([]);
   expect(readdirSync(remote.file("cut"))).toEqual(["mine.txt"]);
   expect(remote.temporary()).toEqual([]);
 
   stack = await Stack.start([], stack.data);
   const told = await Remote.open(stack.api, stack.data, 0);
-  const context = JSON.stringify(run.output.runContext);
-  const ended = await told.events.finished(
-    "ProcessFinished",
-    ({ runContext }) => JSON.stringify(runContext) === context,
-  );
-  expect(ended.reason).toBe("canceled");
+  expect((await run.finished(told.events)).reason).toBe("canceled");
   for (const { jobId } of [packing, queued]) {
     expect((await told.uploadFinished(jobId)).status).not.toBe("success");
   }

@@ -4,7 +4,7 @@ import { userInfo } from "node:os";
 import { join } from "node:path";
 import { afterAll, beforeAll, expect, test } from "vitest";
 import { BareMachine, type Outcome } from "../support/bare_machine.ts";
-import { testProgram } from "../support/remote.ts";
+import { testProgram, windowsPath } from "../support/remote.ts";
 
 let machine: BareMachine;
 beforeAll(async () => {
@@ -16,10 +16,6 @@ afterAll(() => machine.stop());
 const programs = "Program Files/Tessaro";
 const data = "ProgramData/Tessaro";
 const uninstallKey = "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Tessaro";
-
-function windowsPath(path: string): string {
-  return `Z:${path.replaceAll("/", "\\")}`;
-}
 
 function unpack(): string {
   const folder = join(machine.folder, "unpacked package");
@@ -49,12 +45,7 @@ async function usesShell(): Promise<void> {
   await shell.close();
 }
 
-async function historySize(id: string): Promise<number> {
-  const answer = await fetch(`${machine.api.address}/api/machines/${id}/history`, {
-    headers: machine.api.headers,
-  });
-  return ((await answer.json()) as { total: number }).total;
-}
+const historySize = async () => (await machine.api.history())[0]?.sequence ?? 0;
 
 test("the package installs, upgrades in place, and is removed without a trace", async () => {
   const before = await machine.snapshot();
@@ -83,7 +74,7 @@ test("the package installs, upgrades in place, and is removed without a trace", 
   const id = await connects();
   expect((await machine.api.machine()).name).toBe("Büro 7");
   await usesShell();
-  const records = await historySize(id);
+  const records = await historySize();
 
   // A file that is in use holds an upgrade up, and what runs goes on.
   const held = "C:\\Program Files\\Tessaro\\README.txt";
@@ -124,7 +115,7 @@ test("the package installs, upgrades in place, and is removed without a trace", 
   await console;
   expect(await connects()).toBe(id);
   await usesShell();
-  expect(await historySize(id)).toBeGreaterThan(records);
+  expect(await historySize()).toBeGreaterThan(records);
   expect(readFileSync(configuration, "utf8")).toContain("by hand");
 
   // A newer version stays.

@@ -1,22 +1,13 @@
-import { afterAll, beforeAll, expect, inject, test } from "vitest";
-import { Remote } from "../support/remote.ts";
-import { sharedApi } from "../support/shared_api.ts";
+import { expect, test } from "vitest";
+import { sharedRemote } from "../support/shared_api.ts";
 
-const api = sharedApi();
-let remote: Remote;
-beforeAll(async () => {
-  remote = await Remote.open(api, inject("data"));
-  remote.write("check/a.txt", "12345");
-  remote.write("check/sub/b.txt", "123");
-  remote.write("hollow/sub/x");
-});
-afterAll(() => remote.close());
+const remote = await sharedRemote();
+remote.write("check/a.txt", "12345");
+remote.write("check/sub/b.txt", "123");
 
 async function ask(method: string, parameters: unknown): Promise<unknown> {
-  const answer = await api.rpc(
-    method,
-    typeof parameters === "string" ? parameters : JSON.stringify(parameters),
-  );
+  const text = typeof parameters === "string" ? parameters : JSON.stringify(parameters);
+  const answer = await remote.api.rpc(method, text);
   expect(answer.text.endsWith("\n")).toBe(true);
   const content = JSON.parse(answer.text);
   expect(answer.code).toBe(content.code ?? 0);

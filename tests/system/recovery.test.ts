@@ -22,12 +22,7 @@ afterAll(async () => {
   expect(await stack.stop()).toBe(0);
 });
 
-function killRole(role: Role): (what: string) => void {
-  const start = performance.now();
-  kill(processesWithRole(stack.data, role));
-  return (what) =>
-    console.log(`${role}: ${what} after ${Math.round(performance.now() - start)} ms`);
-}
+const killRole = (role: Role) => kill(processesWithRole(stack.data, role));
 
 async function worksIn(shell: Shell): Promise<void> {
   expect(shell.code).toBe(0);
@@ -55,12 +50,10 @@ test.each<Role>(["worker", "workerStarter", "workerHost"])(
     flooding.type("for /L %i in (1,0,2) do @echo flooding flooding flooding flooding\r");
     await flooding.until(() => flooding.bytes > 100_000);
 
-    const told = killRole(role);
+    killRole(role);
     expect(await quiet.closed).toEqual(hostLost);
     expect(await flooding.closed).toEqual(hostLost);
-    told("the shells have ended");
     const next = await stack.api.shell();
-    told("the next one is open");
     await worksIn(next);
     await settled();
   },
@@ -70,9 +63,8 @@ test("a worker that dies again and again ends no open but the one that has its a
   for (let death = 0; death < 5; death++) {
     const opening = stack.api.shell();
     await pause(randomInt(500));
-    const told = killRole("worker");
+    killRole("worker");
     const shell = await opening;
-    told(`an open has the code ${shell.code}`);
     expect(shell.code).toBe(0);
     const outcome = await Promise.race([
       shell.closed,
@@ -85,16 +77,17 @@ test("a worker that dies again and again ends no open but the one that has its a
   await settled();
 });
 
+const getEnabled = () =>
+  remote.api.request(`machines/${remote.machine}/policy/GetEnabled`, { method: "POST" });
+
 // Calls of a method without an end, until the stop: how they were answered.
 function keepCalling(): () => Promise<Set<number>> {
   const answers = new Set<number>();
   let running = true;
   const call = async () => {
     while (running) {
-      const response = await remote.rawPolicy("GetEnabled");
-      answers.add(
-        response.ok ? ((await response.json()) as { status: number }).status : response.status,
-      );
+      const response = await getEnabled();
+      answers.add(response.ok ? (await response.json()).status : response.status);
       if (!response.ok) await pause(20);
     }
   };
@@ -108,27 +101,21 @@ function keepCalling(): () => Promise<Set<number>> {
 }
 
 const callsWork = () =>
-  expect
-    .poll(async () => (await remote.rawPolicy("GetEnabled")).status, { timeout: 60_000 })
-    .toBe(200);
+  expect.poll(async () => (await getEnabled()).status, { timeout: 60_000 }).toBe(200);
 
 async function startWork(timeouts: number[]) {
-  const contexts = timeouts.map((timeout) => ({ timeout, id: randomUUID() }));
-  for (const runContext of contexts) {
-    const execute = { timeout: runContext.timeout, commandLine: `"${testProgram}" sleep` };
-    const { status } = await remote.policy("StartProcess", {
-      execute: { ...execute, outputPath: "", workingDir: "" },
-      runContext,
-      startUploadArchive: remote.upload([]),
-    });
-    expect(status).toBe(0);
+  const runs = [];
+  for (const timeout of timeouts) {
+    const run = await remote.run(`"${testProgram}" sleep`, { execute: { timeout } });
+    expect(run.status).toBe(0);
+    runs.push({ timeout, context: JSON.stringify(run.output.runContext) });
   }
   const items = [{ sourceUri: "recovery.bin", to: `C:\\recovery\\${randomUUID()}` }];
   const files = [
     await remote.download(items),
-    await remote.policy("StartUploadArchive", remote.upload(["C:\\recovery\\source.bin"])),
+    await remote.startUpload(["C:\\recovery\\source.bin"]),
   ];
-  return { contexts, files: files.map(({ output }) => output.jobId) };
+  return { runs, files: files.map(({ output }) => output.jobId) };
 }
 
 // As on a machine that swaps: what is sent to the process meanwhile, it never reads.
@@ -137,34 +124,28 @@ async function standStill(role: Role, milliseconds: number): Promise<void> {
   await pause(milliseconds);
 }
 
-async function phases(): Promise<string[]> {
-  const { api, machine } = remote;
-  const response = await fetch(`${api.address}/api/machines/${machine}/jobs`, {
-    headers: api.headers,
-  });
-  return ((await response.json()) as { phase: string }[]).map(({ phase }) => phase);
-}
+const phases = async () => (await remote.jobs()).map(({ phase }) => phase);
 
 test("no end of a job is lost with the integration process, and each call is answered", async () => {
   for (let round = 0; round < 3; round++) {
     const stopCalling = keepCalling();
-    const { contexts, files } = await startWork([1, 1, 2, 2, 3, 3]);
+    const { runs, files } = await startWork([1, 1, 2, 2, 3, 3]);
     if (round > 0) await pause(randomInt(2_500));
     else await standStill("integration", 5_000);
-    const told = killRole("integration");
+    killRole("integration");
     await pause(50);
     await callsWork();
-    told("calls work");
     const feed = await EventFeed.open(stack.api, remote.machine, 0);
-    const has = ({ payload: { data } }: MachineEvent, id: string) =>
-      JSON.stringify(data)?.includes(id) ?? false;
     const ends: MachineEvent[] = [];
-    for (const { id } of contexts) ends.push(await feed.find((event) => has(event, id)));
+    for (const { context } of runs) {
+      const isOurs = ({ payload }: MachineEvent) =>
+        JSON.stringify(payload.data?.runContext) === context;
+      ends.push(await feed.find(isOurs));
+    }
     for (const id of files) await feed.find((event) => event.payload.data?.jobId === id);
     feed.close();
-    told("all ends are told");
     const of = (seconds: number) =>
-      ends.filter((_, i) => contexts[i]?.timeout === seconds).map(({ id }) => id);
+      ends.filter((_, i) => runs[i]?.timeout === seconds).map(({ id }) => id);
     expect(Math.max(...of(1))).toBeLessThan(Math.min(...of(3)));
     expect([...(await stopCalling())].filter((answer) => ![0, 409].includes(answer))).toEqual([]);
     expect(new Set(await phases())).toEqual(new Set(["ended"]));
@@ -178,7 +159,7 @@ test("with the service its work ends and is known to be lost, and all begins ane
     const run = await remote.run(`"${testProgram}" tree`);
     expect([...files, run.status]).not.toContain(undefined);
     // Wine spares a process that is just being started when the job that it is in is ended.
-    const programs = () => standing(stack.data).processes.filter((name) => /^system_/.test(name));
+    const programs = () => processesWithRole(stack.data, "testProgram");
     await expect.poll(programs, { timeout: 60_000 }).toHaveLength(3);
     const shell = await stack.api.shell();
     await shell.echo("before");
@@ -188,13 +169,11 @@ test("with the service its work ends and is known to be lost, and all begins ane
     );
     const stopCalling = keepCalling();
     const last = remote.events.events.at(-1)?.id ?? 0;
-    const told = killRole("service");
+    killRole("service");
     expect(await shell.closed).toEqual({ code: 1000, reason: "machineLost" });
     await opening;
-    told("the shells have ended");
     await stack.api.machineThat((machine) => machine.connected);
     await callsWork();
-    told("calls work");
     await worksIn(await stack.api.shell());
     expect([...(await stopCalling())].filter((answer) => ![0, 409].includes(answer))).toEqual([]);
     expect((await phases()).filter((phase) => !["ended", "lost"].includes(phase))).toEqual([]);

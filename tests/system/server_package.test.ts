@@ -1,18 +1,10 @@
-import { type ChildProcess, execFileSync, spawn, spawnSync } from "node:child_process";
+import { execFileSync, spawn, spawnSync } from "node:child_process";
+import { once } from "node:events";
 import { existsSync, mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
-import { createInterface } from "node:readline";
 import { expect, onTestFinished, test } from "vitest";
-
-async function addressOf(server: ChildProcess): Promise<string> {
-  if (!server.stdout) throw new Error("no output");
-  for await (const line of createInterface(server.stdout)) {
-    const [, address] = /^Listening on (http:\S+)$/.exec(line) ?? [];
-    if (address) return address;
-  }
-  throw new Error("the server has ended");
-}
+import { firstLine } from "../support/first_line.ts";
 
 test("the packed server is installed without a network, serves the page and stops in order", async () => {
   const dir = mkdtempSync(join(tmpdir(), "remote-access-"));
@@ -34,7 +26,7 @@ test("the packed server is installed without a network, serves the page and stop
     stdio: ["ignore", "pipe", "ignore"],
   });
   onTestFinished(() => void server.kill("SIGKILL"));
-  const address = await addressOf(server);
+  const [, address = ""] = await firstLine(server, /^Listening on (http:\S+)$/);
   expect(await (await fetch(`${address}/healthz`)).json()).toEqual({ status: "ok" });
   expect(await (await fetch(address)).text()).toContain("Sign in");
   const signedIn = await fetch(`${address}/?token=t`, { redirect: "manual" });
@@ -42,9 +34,8 @@ test("the packed server is installed without a network, serves the page and stop
   const page = await (await fetch(address, { headers: { cookie } })).text();
   const [script] = /\/assets\/[^"]*\.js/.exec(page) ?? [];
   expect((await fetch(`${address}${script}`)).status).toBe(200);
-  const ended = new Promise((resolve) => server.once("exit", (code) => resolve(code)));
   server.kill("SIGTERM");
-  expect(await ended).toBe(0);
+  expect(await once(server, "exit")).toEqual([0, null]);
   const audit = readFileSync(join(dir, "data/audit.log"), "utf8").trimEnd().split("\n");
   expect(audit.at(-1)).toContain("serverStop");
 
