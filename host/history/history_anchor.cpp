@@ -4,6 +4,7 @@
 #include <charconv>
 #include <memory>
 
+#include "host/common/security.h"
 #include "module/frame/utf.h"
 #include "module/frame/windows.h"
 
@@ -11,6 +12,8 @@ namespace host::history {
 namespace {
 
 constexpr wchar_t kKey[] = L"Software\\Tessaro\\History";
+// As for the store's folder: not the system, whose account the worker has without its rights.
+constexpr wchar_t kKeyAccess[] = L"O:BAD:P(A;CI;KA;;;BA)(A;CI;KR;;;BU)";
 
 struct CloseKey {
   void operator()(HKEY key) const { RegCloseKey(key); }
@@ -45,10 +48,11 @@ bool ReadAnchor(const std::wstring& path, HistoryHead& head) {
 
 uint32_t WriteAnchor(const std::wstring& path, const HistoryHead& head) {
   HKEY opened = nullptr;
-  if (const LSTATUS status =
-          RegCreateKeyExW(HKEY_LOCAL_MACHINE, kKey, /*Reserved=*/0, /*lpClass=*/nullptr,
-                          REG_OPTION_NON_VOLATILE, KEY_SET_VALUE,
-                          /*lpSecurityAttributes=*/nullptr, &opened, /*lpdwDisposition=*/nullptr);
+  SecurityDescriptor access(kKeyAccess);
+  if (const LSTATUS status = RegCreateKeyExW(
+          HKEY_LOCAL_MACHINE, kKey, /*Reserved=*/0, /*lpClass=*/nullptr, REG_OPTION_NON_VOLATILE,
+          KEY_SET_VALUE | KEY_QUERY_VALUE, access.attributes(), &opened,
+          /*lpdwDisposition=*/nullptr);
       status != 0) {
     return static_cast<uint32_t>(status);
   }

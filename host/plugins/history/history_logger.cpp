@@ -16,8 +16,9 @@ constexpr wchar_t kName[] = L"History.Logger";
 std::wstring FolderAccess() {
   const bool administrator = IsAdministrator();
   std::wstring access = administrator ? L"O:BA" : L"";
-  // Users read, list and pass through.
-  access += L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)";
+  // Users read, list and pass through. The system is not named, whose account the worker has
+  // without its rights: what is typed into a shell must not change the history.
+  access += L"D:P(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)";
   if (!administrator) access += L"(A;OICI;FA;;;" + UserSid() + L")";
   return access;
 }

@@ -18,8 +18,8 @@ namespace host {
 // for records, too (history_outlet.h).
 //
 // Option "path": the file, "<data folder>\history\history.db" without it. Its folder is made with
-// full access for the system and administrators and read access for users; one that is there gets
-// that access unless it has one of its own.
+// full access for administrators, as which the system's services count, and read access for users;
+// one that is there gets that access unless it has one of its own.
 //
 // A file that cannot be opened does not keep the agent from its work: each record tries again.
 class HistoryLogger final : public IHistory, public IServPlugin {
