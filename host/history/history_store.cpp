@@ -150,7 +150,10 @@ uint32_t HistoryStore::MarkRunLocked() {
   if (result != SQLITE_OK) return CodeLocked(result);
   uint32_t status = 0;
   HistoryHead anchor;
-  if (is_new_ && ReadAnchor(path_, anchor)) {
+  if (!aside_.empty()) {
+    status = AppendLocked(OwnEventData(OwnEvent::kSetAside, aside_), kOwnFeature);
+    if (status == 0) aside_.clear();
+  } else if (is_new_ && ReadAnchor(path_, anchor)) {
     status = AppendLocked(OwnEventData(OwnEvent::kRemoved), kOwnFeature);
   } else if (open != 0) {
     status = AppendLocked(OwnEventData(OwnEvent::kUnexpectedEnd), kOwnFeature);
@@ -171,11 +174,10 @@ uint32_t HistoryStore::RenewLocked() {
     WriteAnchor(aside, anchor);
     RemoveAnchor(path_);
   }
+  aside_ = aside.substr(aside.find_last_of(L"\\/") + 1);
   is_marked_ = false;
   uint32_t status = OpenLocked();
   if (status == 0) status = MarkRunLocked();
-  const std::wstring name = aside.substr(aside.find_last_of(L"\\/") + 1);
-  if (status == 0) status = AppendLocked(OwnEventData(OwnEvent::kSetAside, name), kOwnFeature);
   if (status != 0) database_.reset();
   return status;
 }

@@ -61,6 +61,7 @@ class HistoryStore {
   bool in_run_ = false;
   bool is_marked_ = false;  // The file knows of the run.
   bool is_new_ = false;     // The file was begun by the last OpenLocked.
+  std::wstring aside_;      // The name of a store that was set aside, until a record tells it.
 };
 
 }  // namespace host::history
