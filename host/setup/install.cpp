@@ -189,6 +189,9 @@ class Installer {
   }
 
   bool StopWhatRuns() {
+    // One that does not end in time is ended, which is a failure for Windows.
+    if (SuspendRestarts(kServiceName) == 0)
+      OnFailure(L"the restarts of the service", [this] { return RestoreRestarts(); });
     bool running = false;
     const uint32_t status = StopService(Service(), running);
     had_service_ = status != ERROR_SERVICE_DOES_NOT_EXIST;
@@ -258,16 +261,15 @@ class Installer {
   bool Start() {
     if (!options_.start) return true;
     // One that does not start must not be started again while it is replaced.
-    const auto restarts = [this] { return UpdateService(Service(), ServiceProgram()); };
     uint32_t status = SuspendRestarts(kServiceName);
     if (status != 0) return log_.Fail(L"The service cannot be changed", status);
-    OnFailure(L"the restarts of the service", restarts);
+    OnFailure(L"the restarts of the service", [this] { return RestoreRestarts(); });
     OnFailure(L"the start of the service", [this] {
       bool running = false;
       return StopService(Service(), running);
     });
     status = StartInstalledService(kServiceName);
-    if (status == 0) status = restarts();
+    if (status == 0) status = RestoreRestarts();
     if (status == 0) {
       log_.Tell(L"The service runs; it connects to " + values_.server +
                 L" and tries again while that cannot be reached");
@@ -320,6 +322,8 @@ class Installer {
     configuration.file = values_.config() + L'\\' + kServiceProgram + L".xml";
     return configuration;
   }
+
+  uint32_t RestoreRestarts() const { return UpdateService(Service(), ServiceProgram()); }
 
   std::wstring ServiceProgram() const { return places_.programs + L'\\' + kServiceProgram; }
 
