@@ -20,8 +20,8 @@ namespace host::setup {
 namespace {
 
 // What the module packs and runs in, in the temporary folders, as far as the service was killed.
-constexpr const wchar_t* kTemporary[] = {L"\\Tessaro.{899B55B7-2737-4C6E-AE15-51B2D361C85E}",
-                                         L"\\Tessaro.{013D0CD6-1A80-4332-AC26-D4538ABF0971}"};
+constexpr const wchar_t* kTemporary[] = {L"Tessaro.{899B55B7-2737-4C6E-AE15-51B2D361C85E}",
+                                         L"Tessaro.{013D0CD6-1A80-4332-AC26-D4538ABF0971}"};
 
 class Remover {
  public:
@@ -39,7 +39,8 @@ class Remover {
     if (!EndProgramsIn(found_.programs, log_)) return ExitCode::kNotAllRemoved;
     if (found_.present) RemovePrograms();
     // What a user may have arranged so that it cannot be removed holds nothing else up.
-    const bool users_complete = RemoveUserTraces(log_);
+    bool users_complete = RemoveTemporary();
+    users_complete = RemoveUserTraces(log_) && users_complete;
     if (options_.keep_data) {
       log_.Tell(found_.data + L" stays, with the machine's identity, its key and its history");
     } else {
@@ -112,12 +113,23 @@ class Remover {
     // Somebody may have put something else there.
     if (!RemoveDirectoryW(found_.data.c_str()) && GetLastError() == ERROR_DIR_NOT_EMPTY)
       log_.Tell(found_.data + L" stays: there is something in it that is not ours");
-    std::wstring temporary(MAX_PATH + 1, L'\0');
-    temporary.resize(GetTempPathW(MAX_PATH + 1, temporary.data()) - 1);
-    for (const std::wstring& folder : {temporary, ConfiguredPath(L"", L"%SystemRoot%\\Temp")}) {
-      for (const wchar_t* name : kTemporary)
-        Check(folder + name, RemoveFolder(folder + name));
+  }
+
+  // The service's temporary folder is one in which every user may write.
+  bool RemoveTemporary() {
+    bool complete = true;
+    wchar_t own[MAX_PATH + 1] = {};
+    GetTempPathW(MAX_PATH + 1, own);
+    // It may be told by short names.
+    GetLongPathNameW(own, own, MAX_PATH + 1);
+    for (const std::wstring name : kTemporary) {
+      for (const std::wstring& path :
+           {own + name, ConfiguredPath(L"", L"%SystemRoot%\\Temp\\" + name)}) {
+        const uint32_t status = RemoveForeignFolder(path);
+        if (status != 0) complete = log_.Fail(path + L" cannot be removed", status);
+      }
     }
+    return complete;
   }
 
   void RemoveRegistry() {
