@@ -34,8 +34,12 @@ class Writer {
       // Written anew, with its own access.
       if (name == kKeyName) continue;
       const std::wstring to = fresh_ + L'\\' + name;
-      const bool kept = entry.is_directory ? CreateDirectoryW(to.c_str(), nullptr)
-                                           : CopyFileW(entry.path.c_str(), to.c_str(), TRUE);
+      // The file itself, with the access that somebody may have given it; a copy would be for all
+      // to read.
+      const bool kept = entry.is_directory
+                            ? CreateDirectoryW(to.c_str(), nullptr)
+                            : CreateHardLinkW(to.c_str(), entry.path.c_str(), nullptr) ||
+                                  CopyFileW(entry.path.c_str(), to.c_str(), TRUE);
       if (!kept) return log_.Fail(entry.path + L" cannot be copied", GetLastError());
     }
     return true;
