@@ -57,7 +57,8 @@ int32_t LanguageManager::Start() {
   for (std::wstring& code : UserLanguages()) {
     LanguageFile language;
     const uint32_t status = Read(code, language);
-    if (status == error::kNotFound) continue;
+    const bool is_english = code.substr(0, code.find(L'-')) == kEnglish;
+    if (status == error::kNotFound && !is_english) continue;
     if (status == error::kSuccess) Use(std::move(code), std::move(language));
     break;
   }
