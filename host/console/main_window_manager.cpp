@@ -39,7 +39,9 @@ class MainWindowManager::Method final : public ConsoleIntegration::IMethod {
   // How many events of the feature had come when it was called.
   uint64_t events() const { return events_; }
   Json::Value& result() { return result_; }
-  bool completed() const { return completed_; }
+
+  // Nobody uses it any more but the manager. Guarded by the manager's mutex.
+  bool is_over = false;
 
  private:
   MainWindowManager& manager_;
@@ -128,7 +130,7 @@ void MainWindowManager::Call(const std::wstring& feature) {
     Registration& registration = found->second;
     agent = registration.agent;
     // Those that were completed after their calls had returned.
-    std::erase_if(registration.methods, [](const auto& each) { return each->completed(); });
+    std::erase_if(registration.methods, [](const auto& each) { return each->is_over; });
     registration.methods.push_back(std::make_unique<Method>(*this, feature, registration.events));
     method = registration.methods.back().get();
     running_ = agent;
@@ -143,12 +145,14 @@ void MainWindowManager::OnCompleted(Method& method, int32_t status) {
   if (status != 0) {
     ORN_LOG(logging::kWarning, L"host::console::MainWindowManager::OnCompleted",
             L"%s of %s failed: [%d]", kGetSessions, method.feature().c_str(), status);
-    return;
   }
   {
     const Lock lock(mutex_);
+    method.is_over = true;
     const auto found = registrations_.find(method.feature());
-    if (found == registrations_.end() || found->second.events != method.events()) return;
+    if (status != 0 || found == registrations_.end() || found->second.events != method.events()) {
+      return;
+    }
     found->second.list = std::move(method.result());
   }
   changed_();

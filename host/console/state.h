@@ -82,7 +82,8 @@ class ConsoleState final : public IConsoleState, public Connection::IWork {
   IProviders* providers_ = nullptr;
   std::vector<History::IHistoryTranslator*> translators_;
 
-  std::atomic<size_t> sessions_{0};  // As last asked.
+  std::atomic<size_t> sessions_{0};         // As last asked.
+  std::unique_ptr<Connection> connection_;  // From Start on.
 
   Mutex listener_mutex_;  // Held while the listener is called.
   IListener* listener_ = nullptr;
@@ -92,7 +93,6 @@ class ConsoleState final : public IConsoleState, public Connection::IWork {
   TasksManager tasks_;
   MainWindowManager main_window_;
   HistoryView history_;
-  std::unique_ptr<Connection> connection_;  // From Start on.
 };
 
 }  // namespace host::console
