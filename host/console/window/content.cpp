@@ -106,7 +106,6 @@ bool Content::Retranslate() {
     sessions_.Retranslate(state_);
     history_.Retranslate();
   }
-  // Not while the user is about to choose.
   if (ComboBox_GetDroppedState(language_)) return changed;
   const std::wstring code = state_.GetLanguage();
   const auto current =
@@ -117,6 +116,8 @@ bool Content::Retranslate() {
 }
 
 void Content::FillLanguages() {
+  // Not while the user is about to choose.
+  if (ComboBox_GetDroppedState(language_)) return;
   languages_ = state_.GetLanguages();
   ComboBox_ResetContent(language_);
   for (const Language& language : languages_)
@@ -126,7 +127,10 @@ void Content::FillLanguages() {
 
 void Content::ChooseLanguage() {
   const int chosen = ComboBox_GetCurSel(language_);
-  if (chosen >= 0) state_.SetLanguage(languages_[static_cast<size_t>(chosen)].code);
+  if (chosen < 0) return;
+  const std::wstring& code = languages_[static_cast<size_t>(chosen)].code;
+  // A look at the list is no choice.
+  if (code != state_.GetLanguage()) state_.SetLanguage(code);
 }
 
 SIZE Content::Measure(const std::wstring& text, HFONT font, UINT format) const {

@@ -80,7 +80,10 @@ LRESULT HistoryList::OnNotify(NMHDR* header) {
     case LVN_GETINFOTIPW: {
       auto* tip = reinterpret_cast<NMLVGETINFOTIPW*>(header);
       const HistoryLine* line = pages_.Get(static_cast<size_t>(tip->iItem));
-      if (line != nullptr) lstrcpynW(tip->pszText, line->details.c_str(), tip->cchTextMax);
+      if (line == nullptr) return 0;
+      const std::wstring text =
+          line->details.empty() ? line->title : line->title + L"\r\n" + line->details;
+      lstrcpynW(tip->pszText, text.c_str(), tip->cchTextMax);
       return 0;
     }
     case LVN_GETEMPTYMARKUP: {
@@ -129,10 +132,6 @@ void HistoryList::Stretch() {
     details = std::max(details, CellWidth(list_, line->details));
   }
   FillLastColumn(list_, details);
-}
-
-void HistoryList::SelectAll() {
-  ListView_SetItemState(list_, -1, LVIS_SELECTED, LVIS_SELECTED);
 }
 
 bool HistoryList::Copy() const {

@@ -27,7 +27,6 @@ class HistoryList {
   void SizeColumns();
   // For a new size: the last column's.
   void Stretch();
-  void SelectAll();
   bool Copy() const;
   // The focused record as a text of some lines; empty where none is focused.
   std::wstring DescribeFocused();

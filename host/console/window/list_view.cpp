@@ -65,6 +65,10 @@ void ApplySystemColours(HWND list) {
   ListView_SetTextColor(list, GetSysColor(COLOR_WINDOWTEXT));
 }
 
+void SelectAllRows(HWND list) {
+  ListView_SetItemState(list, -1, LVIS_SELECTED, LVIS_SELECTED);
+}
+
 std::vector<int> SelectedRows(HWND list) {
   std::vector<int> rows;
   for (int row = ListView_GetNextItem(list, -1, LVNI_SELECTED); row >= 0;

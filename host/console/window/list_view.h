@@ -22,6 +22,7 @@ void FillLastColumn(HWND list, int minimum);
 // Has the list look as the system's colours are now.
 void ApplySystemColours(HWND list);
 
+void SelectAllRows(HWND list);
 // In ascending order.
 std::vector<int> SelectedRows(HWND list);
 

@@ -233,7 +233,9 @@ void MainWindow::OnCommand(int id, int notification) {
       Hide();
       break;
     case Content::kLanguage:
-      if (notification != CBN_SELCHANGE) break;
+      // Esc in the open list puts back what was chosen before, and says no more than that it
+      // closes.
+      if (notification != CBN_SELCHANGE && notification != CBN_CLOSEUP) break;
       content_.ChooseLanguage();
       Refresh();
       break;
@@ -244,7 +246,7 @@ void MainWindow::OnCommand(int id, int notification) {
       Copy();
       break;
     case kSelectAllItem:
-      content_.history().SelectAll();
+      SelectAllRows(FocusedList());
       break;
     case kRefreshItem:
       content_.FillLanguages();
@@ -262,7 +264,8 @@ LRESULT MainWindow::OnNotify(NMHDR* header) {
   }
   if (header->idFrom == Content::kSessions) return content_.sessions().OnNotify(header);
   if (header->idFrom != Content::kHistory) return 0;
-  if (header->code == NM_DBLCLK) ShowRecord();
+  if (header->code == NM_DBLCLK && reinterpret_cast<const NMITEMACTIVATE*>(header)->iItem >= 0)
+    ShowRecord();
   return content_.history().OnNotify(header);
 }
 
@@ -280,8 +283,7 @@ void MainWindow::OnContextMenu(HWND control, POINT place) {
   }
   const HMENU menu = CreatePopupMenu();
   AddItem(menu, kCopyItem, state_.Translate(texts::kCopy));
-  if (control == content_.history().window())
-    AddItem(menu, kSelectAllItem, state_.Translate(texts::kSelectAll));
+  AddItem(menu, kSelectAllItem, state_.Translate(texts::kSelectAll));
   AddItem(menu, kRefreshItem, state_.Translate(texts::kRefresh));
   OnCommand(TrackMenu(menu, place), /*notification=*/0);
   DestroyMenu(menu);
@@ -384,9 +386,15 @@ void MainWindow::SavePosition() {
   SaveWindowPosition({placement.rcNormalPosition, maximised, content_.style().dpi()});
 }
 
+// The history where the focus is in neither of the two.
+HWND MainWindow::FocusedList() {
+  const HWND sessions = content_.sessions().window();
+  return GetFocus() == sessions ? sessions : content_.history().window();
+}
+
 void MainWindow::Copy() {
   const HCURSOR former = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
-  if (GetFocus() == content_.sessions().window()) {
+  if (FocusedList() == content_.sessions().window()) {
     content_.sessions().Copy();
   } else {
     content_.history().Copy();

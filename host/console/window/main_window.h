@@ -50,6 +50,7 @@ class MainWindow final : public IConsoleState::IListener {
   void ShowForward();
   void Hide();
   void SavePosition();
+  HWND FocusedList();
   void Copy();
   void ShowRecord();
   void ShowAbout();

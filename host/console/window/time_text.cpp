@@ -10,7 +10,7 @@ constexpr int64_t kFrom1601To1970 = 11'644'473'600;  // Seconds.
 constexpr int64_t kLast = 253'402'300'799;           // The end of the year 9999.
 
 bool ToLocalTime(int64_t time, SYSTEMTIME& local) {
-  if (time < 0 || time > kLast) return false;
+  if (time <= 0 || time > kLast) return false;
   const int64_t ticks = (time + kFrom1601To1970) * kTicksPerSecond;
   const FILETIME file_time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
   SYSTEMTIME universal;

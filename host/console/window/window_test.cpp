@@ -59,8 +59,8 @@ TEST(ConsoleTexts, EveryLanguageHasAllOfThemWithTheirPlacesAndDistinctMnemonics)
 TEST(ConsoleTexts, ValuesAreNotFilledAgainAndBrokenPlacesStay) {
   EXPECT_EQ(Fill(L"{1}-{0}", {L"{1}", L"b"}), L"b-{1}");
   EXPECT_EQ(Fill(L"{2} {x} {", {L"a"}), L"{2} {x} {");
-  EXPECT_EQ(DescribeTime(-1, Seconds::kShown), L"");
-  EXPECT_EQ(DescribeTime(INT64_MAX, Seconds::kShown), L"");
+  for (const int64_t no_time : {int64_t{-1}, int64_t{0}, INT64_MAX})
+    EXPECT_EQ(DescribeTime(no_time, Seconds::kShown), L"");
   EXPECT_NE(DescribeTime(1'700'000'000, Seconds::kShown), L"");
 }
 
