@@ -125,6 +125,13 @@ void Content::FillLanguages() {
   EnableWindow(language_, !languages_.empty());
 }
 
+bool Content::OnLanguage(int notification) {
+  // In a list that is open the arrows only look around, and Esc closes it without a choice.
+  const bool is_arrow = notification == CBN_SELCHANGE && !ComboBox_GetDroppedState(language_);
+  if (is_arrow || notification == CBN_SELENDOK) ChooseLanguage();
+  return is_arrow || notification == CBN_CLOSEUP;
+}
+
 void Content::ChooseLanguage() {
   const int chosen = ComboBox_GetCurSel(language_);
   if (chosen < 0) return;

@@ -43,8 +43,9 @@ class Content {
   // Texts in the language of the state. Whether they are others now.
   bool Retranslate();
   void FillLanguages();
-  // Gives the state the language that the user has chosen.
-  void ChooseLanguage();
+  // The answer to a notification of the choice of the language: gives the state the one that the
+  // user has chosen. Whether all is to be shown anew.
+  bool OnLanguage(int notification);
 
   // The window's answers to WM_PAINT, and to the messages that ask for a control's colours.
   void Paint();
@@ -52,6 +53,7 @@ class Content {
 
  private:
   void ShowConnection();
+  void ChooseLanguage();
   Layout ArrangeIn(SIZE client) const;
   SIZE Measure(const std::wstring& text, HFONT font, UINT format) const;
 

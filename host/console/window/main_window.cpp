@@ -233,11 +233,7 @@ void MainWindow::OnCommand(int id, int notification) {
       Hide();
       break;
     case Content::kLanguage:
-      // Esc in the open list puts back what was chosen before, and says no more than that it
-      // closes.
-      if (notification != CBN_SELCHANGE && notification != CBN_CLOSEUP) break;
-      content_.ChooseLanguage();
-      Refresh();
+      if (content_.OnLanguage(notification)) Refresh();
       break;
     case Content::kAbout:
       ShowAbout();
