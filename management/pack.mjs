@@ -58,6 +58,10 @@ cpSync(join(repository, "management/server/packaging"), join(staging, "packaging
   filter: (path) => !path.endsWith("README.md"),
 });
 cpSync(join(repository, "management/server/packaging/README.md"), join(staging, "README.md"));
+mkdirSync(join(staging, "docs"));
+for (const name of ["operations.md", "protocol.md", "console.png", "console-high-contrast.png"]) {
+  cpSync(join(repository, "docs", name), join(staging, "docs", name));
+}
 writeFileSync(
   join(staging, "package.json"),
   JSON.stringify(
