@@ -30,7 +30,7 @@ const wchar_t* const kHelp =
     L"                  prints the same as a line of JSON, and another one for each change\n"
     L"       TsrConsole /verify-history [FILE] [/config FILE]\n"
     L"                  tells whether the history is as it was written; exit code 0: it is,\n"
-    L"                  1: a record was changed or removed, 2: it cannot be read\n"
+    L"                  1: a record was changed or removed, 2: that cannot be told\n"
     L"       TsrConsole /quit [/config FILE]\n"
     L"                  ends the window and the icon of this user\n"
     L"       TsrConsole /help\n"

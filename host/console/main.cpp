@@ -20,6 +20,9 @@ namespace {
 using host::console::CommandLine;
 using host::console::TellError;
 
+// Not 1, which says of a history that it was changed.
+constexpr int kWrongUse = 2;
+
 bool PrintLine(const std::string& line) {
   DWORD written = 0;
   return WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), line.data(), static_cast<DWORD>(line.size()),
@@ -41,7 +44,7 @@ int Run(int count, const wchar_t* const* arguments) {
   const auto command_line = host::console::ParseCommandLine(count, arguments);
   if (!command_line) {
     TellError(host::console::kHelp);
-    return 1;
+    return kWrongUse;
   }
   if (command_line->verb == CommandLine::Verb::kHelp) {
     host::ReportProgress(host::console::kHelp);

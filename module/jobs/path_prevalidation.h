@@ -13,7 +13,7 @@ class Value;
 
 namespace orn::RemoteAccess {
 
-// What the console asks before it offers a transfer: would it work on this machine? Changes
+// What the server's page asks before it offers a transfer: would it work on this machine? Changes
 // nothing, and checks what the service itself may do. Any thread.
 //
 // `params` is any text; good ones are a JSON object with "path" and "againstProfile", the name of a

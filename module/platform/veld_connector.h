@@ -41,7 +41,7 @@ struct IController {
 
 namespace Stream {
 
-// One stream between a console and this machine.
+// One stream between an administrator's terminal and this machine.
 struct IConnection {
   // Takes the incoming messages of one stream, one at a time, on a thread of the stream's.
   struct IMessageHandler {

@@ -50,7 +50,7 @@ std::string StateMessage(bool enabled);
 std::string RpcReplyMessage(uint64_t id, uint32_t result, int32_t code, const std::string& text);
 std::string StreamMessage(const std::string& stream, const std::string& type,
                           const std::string& content);
-// `reason` is "destroyed", "lost" or "unused".
+// `reason` is "destroyed", "lost", "hostLost" or "unused".
 std::string StreamClosedMessage(const std::string& stream, const char* reason);
 std::string EventMessage(uint64_t number, const std::string& name, const Json::Value& payload);
 

@@ -21,7 +21,7 @@ struct StreamLimits {
   std::chrono::milliseconds stall{10'000};  // a waiting Send without any credit
 };
 
-// One stream between a console and its user in this process.
+// One stream between an administrator's terminal and its user in this process.
 //
 // Its user sees an order that keeps a session from being ended twice at once: nothing is delivered
 // before the call that opened it has returned (Begin); at most one message that ends the stream is
