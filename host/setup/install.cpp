@@ -295,8 +295,9 @@ class Installer {
       log_.Fail(L"There is no entry in the start menu", status);
     }
     log_.Tell(std::wstring(L"Done. The feature is ") +
-              (options_.feature ? (*options_.feature ? L"on" : L"off")
-                                : L"as it was: off until somebody switches it on") +
+              (ReadMachineNumber(kFeatureKey, L"enabled") == 1
+                   ? L"on"
+                   : L"off until somebody switches it on") +
               L". Each user's window starts when he signs in");
   }
 

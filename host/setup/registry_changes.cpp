@@ -77,6 +77,15 @@ std::wstring ReadMachineText(const std::wstring& key, const wchar_t* name) {
   return text;
 }
 
+DWORD ReadMachineNumber(const std::wstring& key, const wchar_t* name) {
+  DWORD number = 0;
+  DWORD size = sizeof(number);
+  return RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), name, RRF_RT_REG_DWORD, /*type=*/nullptr,
+                      &number, &size) == ERROR_SUCCESS
+             ? number
+             : 0;
+}
+
 uint32_t RemoveKey(HKEY root, const std::wstring& key) {
   const LSTATUS status = RegDeleteTreeW(root, key.c_str());
   return status == ERROR_FILE_NOT_FOUND ? 0 : static_cast<uint32_t>(status);

@@ -37,6 +37,8 @@ bool MachineKeyExists(const std::wstring& key);
 
 // A text of HKEY_LOCAL_MACHINE; empty where there is none.
 std::wstring ReadMachineText(const std::wstring& key, const wchar_t* name);
+// A number of HKEY_LOCAL_MACHINE; 0 where there is none.
+DWORD ReadMachineNumber(const std::wstring& key, const wchar_t* name);
 
 // Removes the key with all that is in it. A status, 0 also where there is none.
 uint32_t RemoveKey(HKEY root, const std::wstring& key);

@@ -114,7 +114,7 @@ const wchar_t* const kUsage =
     L"exit codes:\n"
     L"  0  done\n"
     L"  1  failed; everything is as it was before\n"
-    L"  2  wrong arguments, or no key in the key file\n"
+    L"  2  wrong arguments, no key in the key file, or a folder that is not empty\n"
     L"  3  nothing is installed that could be removed\n"
     L"  4  another set-up is at work\n"
     L"  5  not an administrator\n"
