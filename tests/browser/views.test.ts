@@ -164,6 +164,26 @@ test("a command's output and exit code come back, and it can be used again", asy
   await see(run("echo größe").first().locator(".run-state"), "Finished, exit code 3");
 });
 
+test("an output that was deleted meanwhile is asked for once", async () => {
+  // Nothing is remembered of the outputs, and all of them are still there.
+  const listed = page.waitForResponse(/storage\/default$/);
+  await page.reload();
+  await listed;
+  const oldest = run("echo größe").last();
+  const outputs = (await remote.jobs()).filter(({ parent }) => parent !== null);
+  const { name } = outputs[0]?.end.centralizedStorage.httpResponse.body;
+  expect((await remote.storage(name, { method: "DELETE" })).status).toBe(204);
+  let asked = 0;
+  page.on("request", (request) => {
+    if (request.url().includes(`${name}?entry=`)) asked++;
+  });
+  await oldest.getByRole("button", { expanded: false }).click();
+  await see(oldest, "The server does not have this.");
+  await start("cmd /c echo afterwards");
+  await see(run("afterwards").first().getByRole("region", { name: "Output" }), "afterwards");
+  expect(asked).toBe(1);
+});
+
 test("the events tell what happened, can be searched, and have an address", async () => {
   await show("Events");
   const events = page.locator(".event");
