@@ -170,8 +170,8 @@ test("an output that was deleted meanwhile is asked for once", async () => {
   await page.reload();
   await listed;
   const oldest = run("echo größe").last();
-  const outputs = (await remote.jobs()).filter(({ parent }) => parent !== null);
-  const { name } = outputs[0]?.end.centralizedStorage.httpResponse.body;
+  const output = (await remote.jobs()).find(({ parent }) => parent !== null);
+  const name = output?.end.centralizedStorage.httpResponse.body.name;
   expect((await remote.storage(name, { method: "DELETE" })).status).toBe(204);
   let asked = 0;
   page.on("request", (request) => {
