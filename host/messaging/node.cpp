@@ -148,6 +148,8 @@ void Node::AddEntry(Gateway& gateway, messaging::channel_subscriber entry) {
     return;
   }
   const std::lock_guard lock(mutex_);
+  // The gateway may have ended meanwhile, and nobody would take the entry back.
+  if (std::ranges::find(gateways_, &gateway) == gateways_.end()) return;
   const Gateway::EntryKey key(entry.channel, entry.id);
   const auto [place, added] = gateway.entries.try_emplace(key, entry);
   if (!added) {
