@@ -29,9 +29,11 @@ std::string Again(const Frame& frame) {
       const auto id = DecodeLetGo(frame.payload);
       return id ? EncodeLetGo(*id) : "";
     }
-    case FrameKind::kPresent: {
+    case FrameKind::kPresent:
+    case FrameKind::kUsersDoor: {
       const auto suffix = DecodePresent(frame.payload);
-      return suffix ? EncodePresent(*suffix) : "";
+      if (!suffix) return "";
+      return frame.kind == FrameKind::kPresent ? EncodePresent(*suffix) : EncodeUsersDoor(*suffix);
     }
     case FrameKind::kAddEntry:
     case FrameKind::kRemoveEntry: {
@@ -39,6 +41,7 @@ std::string Again(const Frame& frame) {
       return entry ? EncodeEntry(frame.kind, *entry) : "";
     }
     case FrameKind::kEntryAdded:
+    case FrameKind::kUserEntryAdded:
     case FrameKind::kEntryRemoved: {
       const auto entry = DecodeRemoteEntry(frame.payload);
       return entry ? EncodeRemoteEntry(frame.kind, *entry) : "";
