@@ -1,8 +1,12 @@
 // What headers of the module promise and Windows does, for the build machine. Wide texts hold
 // UTF-16 units there too, one in each wchar_t.
 
+#include <algorithm>
 #include <atomic>
+#include <climits>
+#include <clocale>
 #include <cstdint>
+#include <cuchar>
 #include <iterator>
 #include <string>
 
@@ -40,21 +44,16 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
+// What the library's conversions go by.
+[[maybe_unused]] const char* const locale = std::setlocale(LC_CTYPE, "C.UTF-8");
+
 // Takes a code point from the front of `utf8`; of bytes that are none only the first goes.
 char32_t TakeCodePoint(std::string_view& utf8) {
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(utf8[i]); };
-  const unsigned char first = byte(0);
-  const size_t length = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-  char32_t point = length == 1 ? first : first & (0x7Fu >> length);
-  bool is_whole = length <= utf8.size() && (first < 0x80 || first >= 0xC2) && first < 0xF5;
-  for (size_t i = 1; is_whole && i != length; ++i) {
-    is_whole = (byte(i) & 0xC0) == 0x80;
-    point = point << 6 | (byte(i) & 0x3F);
-  }
-  constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  is_whole = is_whole && point >= kSmallest[length] && point < 0x110000 &&
-             (point < 0xD800 || point > 0xDFFF);
-  utf8.remove_prefix(is_whole ? length : 1);
+  char32_t point = 0;
+  std::mbstate_t state{};
+  const size_t length = std::mbrtoc32(&point, utf8.data(), utf8.size(), &state);
+  const bool is_whole = length <= utf8.size();
+  utf8.remove_prefix(is_whole ? std::max<size_t>(length, 1) : 1);
   return is_whole ? point : kReplacement;
 }
 
@@ -91,25 +90,9 @@ StringT<wchar_t> ToWide(std::string_view utf8) {
 StringT<char> ToUtf8(std::wstring_view utf16) {
   std::string bytes;
   while (!utf16.empty()) {
-    const char32_t point = TakeCodePoint(utf16);
-    const auto tail = [&](int shift) {
-      bytes += static_cast<char>(0x80 | (point >> shift & 0x3F));
-    };
-    if (point < 0x80) {
-      bytes += static_cast<char>(point);
-    } else if (point < 0x800) {
-      bytes += static_cast<char>(0xC0 | point >> 6);
-      tail(0);
-    } else if (point < 0x10000) {
-      bytes += static_cast<char>(0xE0 | point >> 12);
-      tail(6);
-      tail(0);
-    } else {
-      bytes += static_cast<char>(0xF0 | point >> 18);
-      tail(12);
-      tail(6);
-      tail(0);
-    }
+    char encoded[MB_LEN_MAX];
+    std::mbstate_t state{};
+    bytes.append(encoded, std::c32rtomb(encoded, TakeCodePoint(utf16), &state));
   }
   return StringT<char>(std::string_view(bytes));
 }
