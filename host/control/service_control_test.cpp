@@ -5,7 +5,7 @@
 
 #include "host/testing/host_runner.h"
 #include "module/frame/exported_plugin.h"
-#include "module/frame/handle.h"
+#include "module/frame/testing/semaphore.h"
 #include "module/platform/service_control.h"
 
 namespace host {
@@ -23,16 +23,16 @@ class Observer : public IControl::IEvents {
  public:
   uint32_t OnHostStateChanged(uint32_t state) override {
     state_ = state;
-    SetEvent(told_.get());
+    told_.Release();
     return 0;
   }
   uint32_t Next() {
-    WaitForSingleObject(told_.get(), INFINITE);
+    told_.Acquire();
     return state_;
   }
 
  private:
-  const orn::UniqueHandle told_{CreateEventW(nullptr, /*manualReset=*/FALSE, FALSE, nullptr)};
+  Semaphore told_;
   std::atomic<uint32_t> state_{99};
 };
 

@@ -18,16 +18,6 @@ using orn::EasyEventQueue;
 
 constexpr uint32_t kHour = 3'600'000;
 
-// A task that a test holds up.
-struct Blocker {
-  void operator()() {
-    began.Release();
-    go_on.Acquire();
-  }
-  Semaphore began;
-  Semaphore go_on;
-};
-
 TEST(EventQueue, ExactlyOneFunctionOfEachTaskRunsWhateverMeetsItsEnd) {
   for (const bool stop : {false, true}) {
     constexpr int kAdders = 4;
@@ -79,9 +69,9 @@ TEST(EventQueue, StopDropsWhatHasNotBegunAndWaitsForWhatRuns) {
   ASSERT_EQ(service.Start(4), 0u);
   EasyEventQueue queue;
   queue.Attach(&service, L"");
-  Blocker blocker;
-  queue.AddTask([&] { blocker(), ran += "end "; }, add("wrong ")).Release();
-  blocker.began.Acquire();
+  Gate gate;
+  queue.AddTask([&] { gate.Enter(), ran += "end "; }, add("wrong ")).Release();
+  gate.WaitForEntry();
   queue.AddTask(add("wrong "), add("cancelled ")).Release();
   queue.AddDelayedTask(add("wrong "), kHour).Release();
   queue.AddSerialTask({1, ""}, add("wrong "), add("first "));
@@ -95,7 +85,7 @@ TEST(EventQueue, StopDropsWhatHasNotBegunAndWaitsForWhatRuns) {
     // A drain that could not be queued leaves its key without service.
     EXPECT_FALSE(queue.AddSerialTask({2, ""}, add("wrong "), add("wrong ")));
     EXPECT_TRUE(queue.AddSerialTask({2, ""}, add("wrong "), add("wrong ")));
-    blocker.go_on.Release();
+    gate.Open();
   }
   EXPECT_EQ(ran, "end cancelled first third");
 }
@@ -120,21 +110,21 @@ TEST(EventQueue, DelayedTasksRunAtTheirTimesAndAsOftenAsTheyShould) {
 }
 
 TEST(EventQueue, HundredBlockedTasksStopNoOther) {
-  Blocker blocker;
+  Gate gate;
   Semaphore passed;
   EventQueue service;
   ASSERT_EQ(service.Start(4), 0u);
   EasyEventQueue queue;
   queue.Attach(&service, L"test");
   for (int i = 0; i < 100; ++i)
-    queue.AddTask([&] { blocker(); }).Release();
+    queue.AddTask([&] { gate.Enter(); }).Release();
   for (int i = 0; i < 100; ++i)
-    blocker.began.Acquire();
+    gate.WaitForEntry();
   queue.AddDelayedTask([&] { passed.Release(); }, 1).Release();
   queue.AddTask([&] { passed.Release(); }).Release();
   passed.Acquire();
   passed.Acquire();
-  blocker.go_on.Release(100);
+  gate.Open(100);
 }
 
 TEST(EasyEventQueue, SerialTasksOfAKeyRunInOrderAndThoseOfOthersMeanwhile) {
@@ -143,15 +133,15 @@ TEST(EasyEventQueue, SerialTasksOfAKeyRunInOrderAndThoseOfOthersMeanwhile) {
   EasyEventQueue queue;
   for (int time = 0; time < 2; ++time) {
     queue.Attach(&service, L"");
-    Blocker blocker;
+    Gate gate;
     Semaphore passed;
-    queue.AddSerialTask({1, "a"}, [&] { blocker(); });
-    blocker.began.Acquire();
+    queue.AddSerialTask({1, "a"}, [&] { gate.Enter(); });
+    gate.WaitForEntry();
     queue.AddSerialTask({2, "a"}, [&] { passed.Release(); });
     queue.AddSerialTask({1, "b"}, [&] { passed.Release(); });
     passed.Acquire();
     passed.Acquire();
-    blocker.go_on.Release();
+    gate.Open();
 
     // Whoever adds them. No other lock than the queue's is there to see to it.
     constexpr int kAdders = 4;

@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "host/common/security.h"
 #include "host/messaging/message_codec.h"
@@ -12,16 +11,11 @@
 #include "host/messaging/testing/echo_peer.h"
 #include "host/messaging/testing/raw_client.h"
 #include "host/service/low_rights.h"
-#include "module/frame/error_codes.h"
-#include "module/jobs/testing/child_roles.h"
 
 namespace host::channels::testing {
 namespace {
 
-CHILD_ROLE(ServeSafely) {
-  EchoServer server;
-  EndWithParent();
-}
+using HostileProcess = MessagingTest;
 
 // Where the server of this name listens, as the hub tells everybody; and as which node.
 RemoteEntry FindServer() {
@@ -35,11 +29,10 @@ RemoteEntry FindServer() {
   }
 }
 
-TEST(HostileProcess, BadBytesEndTheirOwnConnectionOnly) {
-  NewInstance();
+TEST_F(HostileProcess, BadBytesEndTheirOwnConnectionOnly) {
   HubProcess hub;
   Party client;
-  Child server("ServeSafely");
+  Child server("Serve");
   client.AwaitEntry("server");
   const RemoteEntry known = FindServer();
   const std::wstring server_pipe = NodePipeName(known.node.pid, known.pipe_suffix);
@@ -77,11 +70,10 @@ TEST(HostileProcess, BadBytesEndTheirOwnConnectionOnly) {
   EXPECT_EQ(client.TimesAdded("server"), 1);
 }
 
-TEST(HostileProcess, NobodyIsTakenForAnother) {
-  NewInstance();
+TEST_F(HostileProcess, NobodyIsTakenForAnother) {
   HubProcess hub;
   Party client;
-  Child server("ServeSafely");
+  Child server("Serve");
   client.AwaitEntry("server");
   const RemoteEntry known = FindServer();
   // It claims to be the server's own node, and whatever its message says.
@@ -104,7 +96,6 @@ TEST(HostileProcess, NobodyIsTakenForAnother) {
   EXPECT_EQ(client.TimesAdded("server"), 1);
 }
 
-// The role of that name, by a process that is no administrator's.
 CHILD_ROLE(AnnounceServer) {
   Party party;
   party.Announce("forbidden", "2");
@@ -113,8 +104,7 @@ CHILD_ROLE(AnnounceServer) {
   return 0;
 }
 
-TEST(HostileProcess, OnlyAdministratorsServeButWhereTheHubSaysOtherwise) {
-  NewInstance();
+TEST_F(HostileProcess, OnlyAdministratorsServeButWhereTheHubSaysOtherwise) {
   ASSERT_TRUE(IsAdministrator()) << "run the tests as an administrator";
   orn::UniqueHandle rights;
   ASSERT_EQ(MakeLowToken(rights), 0u);
@@ -144,8 +134,7 @@ CHILD_ROLE(TakeUsersDoor) {
 }
 
 // Wine lets several processes share a name, so the hub's wait for it cannot be seen here.
-TEST(HostileProcess, ThatIsFirstAtTheUsersDoorIsBelievedByItsOwnUserAlone) {
-  NewInstance();
+TEST_F(HostileProcess, ThatIsFirstAtTheUsersDoorIsBelievedByItsOwnUserAlone) {
   if (!IsAdministrator()) GTEST_SKIP() << "needs an administrator";
   HubProcess hub;
   Party administrator;
@@ -159,8 +148,7 @@ TEST(HostileProcess, ThatIsFirstAtTheUsersDoorIsBelievedByItsOwnUserAlone) {
   EXPECT_EQ(low.Await(), 0u);
 }
 
-TEST(HostileProcess, ManyThatComeAndGoLeaveNothingBehind) {
-  NewInstance();
+TEST_F(HostileProcess, ManyThatComeAndGoLeaveNothingBehind) {
   HubProcess hub;
   EchoServer server;
   const auto come_and_go = [](int times) {

@@ -1,18 +1,21 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <memory>
 #include <thread>
 #include <vector>
 
 #include "host/messaging/testing/echo_peer.h"
+#include "module/feature/testing/call_list.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/exported_plugin.h"
 #include "module/frame/testing/semaphore.h"
-#include "module/jobs/testing/child_roles.h"
 
 namespace host::channels::testing {
 namespace {
+
+using Messaging = MessagingTest;
+using orn::RemoteAccess::CallList;
+using orn::RemoteAccess::Calls;
 
 CHILD_ROLE(Serve) {
   EchoServer server;
@@ -30,8 +33,7 @@ CHILD_ROLE(ServeToTheEnd) {
   EndWithParent();
 }
 
-TEST(Messaging, RequestsGoToAnotherProcessAndAnswersComeBack) {
-  NewInstance();
+TEST_F(Messaging, RequestsGoToAnotherProcessAndAnswersComeBack) {
   HubProcess hub;
   Party client;
   Child server("Serve");
@@ -78,8 +80,7 @@ TEST(Messaging, RequestsGoToAnotherProcessAndAnswersComeBack) {
   EXPECT_EQ(status, error::kNotConnected);
 }
 
-TEST(Messaging, WithinOneProcessNothingIsNeededButTwoGateways) {
-  NewInstance();
+TEST_F(Messaging, WithinOneProcessNothingIsNeededButTwoGateways) {
   Party client;
   auto server = std::make_unique<EchoServer>();
   EXPECT_EQ(client.AwaitEntry("server"), static_cast<int32_t>(GetCurrentProcessId()));
@@ -95,8 +96,7 @@ TEST(Messaging, WithinOneProcessNothingIsNeededButTwoGateways) {
   client.AwaitNoEntry("server");
 }
 
-TEST(Messaging, TheEndOfAGatewayEndsItsCallsAndLeavesItsPartsCallable) {
-  NewInstance();
+TEST_F(Messaging, TheEndOfAGatewayEndsItsCallsAndLeavesItsPartsCallable) {
   HubProcess hub;
   auto server = std::make_unique<EchoServer>();
   Child far_server("Serve");
@@ -124,19 +124,6 @@ TEST(Messaging, TheEndOfAGatewayEndsItsCallsAndLeavesItsPartsCallable) {
   message->release();
 }
 
-struct Heard {
-  Semaphore arrived;
-  std::mutex mutex;
-  std::vector<std::string> texts;
-
-  static void Receive(messaging::message* received, void* user) {
-    auto* const self = static_cast<Heard*>(user);
-    const std::lock_guard lock(self->mutex);
-    self->texts.emplace_back(received->get_string("what"));
-    self->arrived.Release();
-  }
-};
-
 CHILD_ROLE(FireEvents) {
   EchoServer server;
   const int32_t listener = server.party().AwaitEntry("listener");
@@ -154,26 +141,26 @@ CHILD_ROLE(FireForgedEvents) {
   EndWithParent();
 }
 
-TEST(Messaging, EventsComeInOrderAndFromServersOnly) {
-  NewInstance();
+TEST_F(Messaging, EventsComeInOrderAndFromServersOnly) {
   HubProcess hub;
   Party listener;
-  Heard heard;
-  listener.Listen(&Heard::Receive, &heard);
+  CallList heard;
+  listener.Listen(
+      [](messaging::message* received, void* user) {
+        static_cast<CallList*>(user)->Add(received->get_string("what"));
+      },
+      &heard);
   listener.Announce("listener", "0");
   Child forger("FireForgedEvents");
   listener.AwaitEntry("forged");
   Child server("FireEvents");
-  for (int i = 0; i < 300; ++i)
-    heard.arrived.Acquire();
+  const Calls texts = heard.WaitFor(300);
   listener.channel()->close_receiver(listener.channel()->get_receiver());
-  ASSERT_EQ(heard.texts.size(), 300u);
-  for (int i = 0; i < 300; ++i)
-    EXPECT_EQ(heard.texts[static_cast<size_t>(i)], std::to_string(i));
+  for (size_t i = 0; i < texts.size(); ++i)
+    EXPECT_EQ(texts[i], std::to_string(i));
 }
 
-TEST(Messaging, ProcessesFindEachOtherAgainAfterTheHubsRestart) {
-  NewInstance();
+TEST_F(Messaging, ProcessesFindEachOtherAgainAfterTheHubsRestart) {
   auto hub = std::make_unique<HubProcess>();
   Party client;
   auto server = std::make_unique<Child>("Serve");
@@ -201,53 +188,28 @@ TEST(Messaging, ProcessesFindEachOtherAgainAfterTheHubsRestart) {
   EXPECT_EQ(client.Ask("echo", "again"), "again");
 }
 
-CHILD_ROLE(BeHub) {
-  HubProcess hub;
-  Party party;
-  party.Announce("hub", "1");
-  EndWithParent();
-}
-
-TEST(Messaging, AHubThatIsKilledIsReplacedByTheNext) {
-  NewInstance();
-  Party client;
-  Child server("Serve");
-  for (int i = 0; i < 3; ++i) {
-    Child hub("BeHub");
-    EXPECT_EQ(client.AwaitEntry("hub"), hub.pid());
-    EXPECT_EQ(client.AwaitEntry("server"), server.pid());
-    EXPECT_EQ(client.Ask("echo", "x"), "x");
-    hub.Kill();
-    client.AwaitNoEntry("hub");
-    client.AwaitNoEntry("server");
-  }
-}
-
 // Waits in its notifications for as long as the test wants.
 class SlowObserver final : public messaging::channel_observer {
  public:
   void on_new_subscriber(const std::string&, const messaging::channel_subscriber&) override {
-    inside.Release();
-    go_on.Acquire();
+    gate.Enter();
   }
   void on_subscriber_removed(const std::string&, const messaging::channel_subscriber&) override {}
-  Semaphore inside;
-  Semaphore go_on;
+  Gate gate;
 };
 
-TEST(Messaging, AnObserverThatWaitsHoldsUpNeitherAnswersNorOthersObservers) {
-  NewInstance();
+TEST_F(Messaging, AnObserverThatWaitsHoldsUpNeitherAnswersNorOthersObservers) {
   HubProcess hub;
   Party client;
   SlowObserver slow;
   Party other;
   client.gateway()->add_observer(&slow);
   Child server("Serve");
-  slow.inside.Acquire();
+  slow.gate.WaitForEntry();
   EXPECT_EQ(other.AwaitEntry("server"), server.pid());
   EXPECT_EQ(client.Ask("echo", "x"), "x");
   other.Withdraw("none");
-  slow.go_on.Release();
+  slow.gate.Open();
   client.gateway()->remove_observer(&slow);
 }
 
@@ -265,8 +227,7 @@ CHILD_ROLE(Flood) {
   EndWithParent();
 }
 
-TEST(Messaging, AFloodIsPushedBackAndOthersAreServed) {
-  NewInstance();
+TEST_F(Messaging, AFloodIsPushedBackAndOthersAreServed) {
   HubProcess hub;
   EchoServer server;
   Child flood("Flood");
@@ -287,8 +248,7 @@ CHILD_ROLE(CallOnce) {
   return good ? 0 : 1;
 }
 
-TEST(Messaging, ManyClientsComeGoAndDieInTheMiddleOfCalls) {
-  NewInstance();
+TEST_F(Messaging, ManyClientsComeGoAndDieInTheMiddleOfCalls) {
   HubProcess hub;
   EchoServer server;
   std::vector<std::unique_ptr<Child>> polite;
@@ -306,8 +266,7 @@ TEST(Messaging, ManyClientsComeGoAndDieInTheMiddleOfCalls) {
   EXPECT_EQ(server.party().TimesAdded("client"), 36);
 }
 
-TEST(Messaging, TheLibraryServesWithoutAHost) {
-  NewInstance();
+TEST_F(Messaging, TheLibraryServesWithoutAHost) {
   ExportedPlugin<messaging::channel_gateway_factory, messaging::channel_gateway_factory> factory;
   ASSERT_EQ(factory.Load(L"messaging_tsr.dll", messaging::kChannelGateway), 0u);
   messaging::channel_gateway* const gateway = factory.get()->create({kChannel, 0, 1});

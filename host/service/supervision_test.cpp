@@ -46,16 +46,6 @@ TEST(Supervision, AProcessThatDiesIsStartedAgainAndEndsAfterItsStartersPlugins) 
   EXPECT_NE(output.find("A.Stop\nA.UnInit\n", stopped), std::string::npos) << output;
 }
 
-TEST(Supervision, ProcessesEndWithAStarterThatIsKilled) {
-  HostRunner child, starter;
-  child.Configure(TestPlugin("A", Option("pid", "")));
-  starter.Configure(Process(child));
-  starter.Start();
-  const orn::UniqueHandle process = NextProcess(starter);
-  starter.Kill();
-  EXPECT_EQ(WaitForSingleObject(process.get(), INFINITE), WAIT_OBJECT_0);
-}
-
 TEST(Supervision, AHostThatSomebodyElseStartedIsNotDoubledAndIsFollowedByOneFromHere) {
   HostRunner child, starter;
   child.Configure(TestPlugin("A", Option("pid", "")));

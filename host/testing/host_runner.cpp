@@ -20,7 +20,7 @@ HostRunner::HostRunner() {
 }
 
 HostRunner::~HostRunner() {
-  if (process_) Kill();
+  process_.reset();
   std::error_code ignored;
   std::filesystem::remove_all(folder_, ignored);
 }
@@ -33,71 +33,37 @@ void HostRunner::Configure(const std::string& elements, const std::string& attri
 
 void HostRunner::Start(std::wstring arguments) {
   if (arguments.empty()) arguments = L"/process /config \"" + file() + L"\"";
-  std::wstring command = L"\"" + FolderOf(ProgramPath()) + L'\\' + program_ + L"\" " + arguments;
-  SECURITY_ATTRIBUTES inheritable{
-      .nLength = sizeof(inheritable), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
-  orn::UniqueHandle write;
-  CreatePipe(output_.put(), write.put(), &inheritable, 0);
-  SetHandleInformation(output_.get(), HANDLE_FLAG_INHERIT, 0);
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = write.get();
-  startup.hStdError = write.get();
-  PROCESS_INFORMATION information{};
-  CreateProcessW(nullptr, command.data(), nullptr, nullptr, /*inheritHandles=*/TRUE, 0, nullptr,
-                 nullptr, &startup, &information);
-  process_.reset(information.hProcess);
-  orn::UniqueHandle(information.hThread).reset();
+  process_.emplace(L"\"" + FolderOf(ProgramPath()) + L"\\TsrSecurityService.exe\" " + arguments);
   read_.clear();
   next_ = 0;
 }
 
 const std::string& HostRunner::ReadUntil(const std::string& text) {
-  for (;;) {
-    const size_t found = read_.find(text);
-    if (found != std::string::npos && read_.find('\n', found) != std::string::npos) return read_;
-    if (!ReadByte()) return read_;
+  while (read_.find(text) == std::string::npos && ReadLine()) {
   }
+  return read_;
 }
 
 std::string HostRunner::ReadNext(const std::string& text) {
-  for (;;) {
+  while (next_ < read_.size() || ReadLine()) {
     const size_t end = read_.find('\n', next_);
-    if (end == std::string::npos) {
-      if (!ReadByte()) return {};
-      continue;
-    }
     const std::string line = read_.substr(next_, end - next_);
     next_ = end + 1;
     if (line.starts_with(text)) return line.substr(text.size());
   }
+  return {};
 }
 
-bool HostRunner::ReadByte() {
-  char byte = 0;
-  DWORD length = 0;
-  if (!ReadFile(output_.get(), &byte, 1, &length, nullptr) || length == 0) return false;
-  if (byte != '\r') read_ += byte;
-  return true;
+bool HostRunner::ReadLine() {
+  const std::optional<std::string> line = process_->ReadLine();
+  if (line) read_ += *line + '\n';
+  return line.has_value();
 }
 
 void HostRunner::AskToStop() {
   HostPresence presence;
   bool running = false;
   if (presence.Open(name_) == 0) presence.RequestStop(running);
-}
-
-DWORD HostRunner::Wait() {
-  DWORD code = 0;
-  WaitForSingleObject(process_.get(), INFINITE);
-  GetExitCodeProcess(process_.get(), &code);
-  return code;
-}
-
-void HostRunner::Kill() {
-  TerminateProcess(process_.get(), 77);
-  WaitForSingleObject(process_.get(), INFINITE);
 }
 
 std::string Utf8(const std::wstring& text) {

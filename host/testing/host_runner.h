@@ -1,8 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
-#include "module/frame/handle.h"
+#include "module/jobs/testing/child.h"
 
 namespace host::testing {
 
@@ -21,8 +22,6 @@ class HostRunner {
   // Starts the program, its output joined in one pipe; with /process and the configuration unless
   // `arguments` says other.
   void Start(std::wstring arguments = L"");
-  // The program, which lies beside this one; at first "TsrSecurityService.exe".
-  void set_program(std::wstring program) { program_ = std::move(program); }
   // Reads the output up to and with the line that contains `text`, or to its end. What was read
   // since Start.
   const std::string& ReadUntil(const std::string& text);
@@ -32,26 +31,22 @@ class HostRunner {
   const std::string& ReadToEnd() { return ReadUntil("\n\n\n"); }
   void AskToStop();
   // The exit code.
-  DWORD Wait();
-  void Kill();
+  DWORD Wait() { return process_->Await(); }
+  void Kill() { process_->Kill(); }
   // Services of a machine are known by the host's name alone, whatever its instance. Before
   // Configure.
   void MakeNameUnique() { name_ += L'-' + std::to_wstring(GetCurrentProcessId()); }
-  // Of the program as it was started.
-  HANDLE process() const { return process_.get(); }
 
   const std::wstring& name() const { return name_; }
   const std::wstring& folder() const { return folder_; }
   std::wstring file() const { return folder_ + L"\\host.xml"; }
 
  private:
-  bool ReadByte();
+  bool ReadLine();
 
-  std::wstring program_ = L"TsrSecurityService.exe";
   std::wstring name_;
   std::wstring folder_;
-  orn::UniqueHandle process_;
-  orn::UniqueHandle output_;
+  std::optional<Child> process_;  // As it was started last.
   std::string read_;
   size_t next_ = 0;  // Where ReadNext goes on.
 };

@@ -6,14 +6,10 @@
 //   tell = VARIABLE              Init writes a variable of the environment
 //   pid                          Init writes the process's id
 //   run = COMMAND                Init runs a program, whose output is the host's
-//   shell                        Init opens a terminal of the plug-in "RemoteTerminalManager" and
-//                                writes the names of its pipes
 //   stopHost = NAME              Start stops that host and tells the code
 //   call                         a call runs from OpenIntake on, whose end CloseIntake waits for
 //   hang                         Stop does not return
 
-#include <cwchar>
-#include <memory>
 #include <string>
 #include <thread>
 
@@ -25,7 +21,6 @@
 #include "module/frame/serv_plugin.h"
 #include "module/frame/utf.h"
 #include "module/platform/service_control.h"
-#include "module/terminal/host/remote_terminal_manager_interface.h"
 
 namespace {
 
@@ -60,7 +55,6 @@ class TestPlugin : public IServPlugin, public host::IHostIntake {
     }
     if (Has(L"pid")) Tell(L"pid " + std::to_wstring(GetCurrentProcessId()));
     if (const wchar_t* command = Option(L"run")) Run(command);
-    if (Has(L"shell")) OpenShell();
     return Has(L"failInit") ? std::stoi(Option(L"failInit")) : 0;
   }
 
@@ -111,18 +105,6 @@ class TestPlugin : public IServPlugin, public host::IHostIntake {
                    nullptr, &startup, &information);
     const orn::UniqueHandle process(information.hProcess), thread(information.hThread);
     WaitForSingleObject(process.get(), INFINITE);
-  }
-
-  void OpenShell() {
-    using orn::RemoteTerminal::IRemoteTerminalManager;
-    void* object = nullptr;
-    manager_->GetObject(L"RemoteTerminalManager", IRemoteTerminalManager::kInterfaceId, &object);
-    orn::StringT<wchar_t> conin, conout;
-    if (object != nullptr) {
-      static_cast<IRemoteTerminalManager*>(object)->OpenTerminal("id", {80, 24}, conin, conout);
-    }
-    Tell(std::wstring(L"conin ") + conin.c_str());
-    Tell(std::wstring(L"conout ") + conout.c_str());
   }
 
   const wchar_t* Option(const wchar_t* option) {

@@ -1,4 +1,5 @@
 import { expect, test } from "vitest";
+import { testProgram } from "../support/remote.ts";
 import { sharedApi } from "../support/shared_api.ts";
 
 const api = sharedApi();
@@ -11,6 +12,9 @@ test("a shell answers, takes a new size and ends when asked to", async () => {
   await shell.until(() => shell.count("resize") === 1);
   expect(shell.messages.at(-1)?.content).toEqual({ cols: 120, rows: 40 });
   await shell.echo("marker-two");
+  // In all of it nobody is an administrator.
+  shell.type(`"${testProgram}" rights\r`);
+  await shell.see("privileges SeChangeNotifyPrivilege", await shell.see("administrators refused"));
 
   expect(await shell.close()).toEqual({ code: 1000, reason: "closed" });
   expect(shell.count("streamStop")).toBe(1);

@@ -1,13 +1,11 @@
 #include "host/messaging/testing/echo_peer.h"
 
-#include <gtest/gtest.h>
-
 #include "host/common/host_presence.h"
 #include "host/plugins/common/fake_host.h"
 
 namespace host::channels::testing {
 
-void NewInstance() {
+MessagingTest::MessagingTest() {
   static int counter = 0;
   const DWORD pid = GetCurrentProcessId();
   SetEnvironmentVariableW(
@@ -118,9 +116,9 @@ void Party::on_subscriber_removed(const std::string&, const messaging::channel_s
   changed_.notify_all();
 }
 
-EchoServer::EchoServer(const std::string& id) {
+EchoServer::EchoServer() {
   party_.Listen(&EchoServer::Receive, this);
-  party_.Announce(id, "2");
+  party_.Announce("server", "2");
 }
 
 void EchoServer::Receive(messaging::message* received, void* user) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <condition_variable>
 #include <map>
@@ -17,17 +19,17 @@ using Child = RoleProcess;
 
 constexpr const char* kChannel = "TsrComm.Test";
 
-// Names a new instance, so that runs side by side and tests one after the other do not meet.
-// Children inherit it.
-void NewInstance();
+// Each test has an instance of its own, so that runs side by side and tests one after the other do
+// not meet. Children inherit it.
+struct MessagingTest : ::testing::Test {
+  MessagingTest();
+};
 
 // The factory as the process with the hub has it; its life is the hub's.
 class HubProcess {
  public:
   // The options of those names.
   explicit HubProcess(const wchar_t* worker_channels = L"", const wchar_t* users = L"");
-  HubProcess(const HubProcess&) = delete;
-  HubProcess& operator=(const HubProcess&) = delete;
 
  private:
   GatewayFactory factory_;
@@ -85,7 +87,7 @@ class Party : public messaging::channel_observer {
   std::map<std::string, int> added_;
 };
 
-// Serves kChannel with a callback that knows what the request's "what" asks for:
+// Serves kChannel as "server" with a callback that knows what the request's "what" asks for:
 //   echo    answers with the same data
 //   sender  answers with the sender's process id
 //   hold    keeps the request
@@ -94,7 +96,7 @@ class Party : public messaging::channel_observer {
 //   held    answers with the number of requests that are held
 class EchoServer {
  public:
-  explicit EchoServer(const std::string& id = "server");
+  EchoServer();
   ~EchoServer() { party_.End(); }
   Party& party() { return party_; }
   int held() const { return held_; }

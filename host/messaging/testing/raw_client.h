@@ -2,36 +2,35 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <utility>
 
 #include "host/messaging/message_codec.h"
 #include "host/messaging/pipe_access.h"
+#include "host/messaging/pipe_stream.h"
 #include "host/messaging/testing/echo_peer.h"
 
 namespace host::channels::testing {
 
 inline constexpr const char* kSuffix = "0123456789abcdef0123456789abcdef";
 
-// A connection of bare bytes.
+// A connection that sends any bytes.
 class RawClient {
  public:
-  explicit RawClient(const std::wstring& name) : pipe_(OpenPipe(name)) {
-    EXPECT_TRUE(pipe_) << GetLastError();
+  explicit RawClient(const std::wstring& name) {
+    orn::UniqueFile pipe = OpenPipe(name);
+    EXPECT_TRUE(pipe) << GetLastError();
+    stream_.Attach(std::move(pipe));
   }
 
-  void Send(const std::string& bytes) { Transfer(/*write=*/true, nullptr, bytes); }
+  // What the pipe does not take at once goes out while this receives.
+  void Send(const std::string& bytes) { stream_.Write(bytes, SIZE_MAX); }
 
   // The next frame; its kind is 0 when the other end has closed the pipe.
   std::pair<uint8_t, std::string> Receive() {
-    std::string length(4, '\0');
-    if (!Transfer(/*write=*/false, &length, {})) return {};
-    uint32_t size = 0;
-    memcpy(&size, length.data(), 4);
-    std::string frame(size, '\0');
-    if (!Transfer(/*write=*/false, &frame, {})) return {};
-    return {static_cast<uint8_t>(frame[0]), frame.substr(1)};
+    Frame frame;
+    if (stream_.Next(frame, INFINITE) != PipeStream::kFrame) return {};
+    return {static_cast<uint8_t>(frame.kind), std::string(frame.payload)};
   }
   void AwaitEnd() {
     while (Receive().first != 0) {
@@ -39,25 +38,7 @@ class RawClient {
   }
 
  private:
-  bool Transfer(bool write, std::string* read, const std::string& written) {
-    size_t at = 0;
-    const size_t size = write ? written.size() : read->size();
-    while (at < size) {
-      OVERLAPPED io{};
-      io.hEvent = event_.get();
-      const auto count = static_cast<DWORD>(size - at);
-      const BOOL good = write ? WriteFile(pipe_.get(), written.data() + at, count, nullptr, &io)
-                              : ReadFile(pipe_.get(), read->data() + at, count, nullptr, &io);
-      DWORD done = 0;
-      if (!good && GetLastError() != ERROR_IO_PENDING) return false;
-      if (!GetOverlappedResult(pipe_.get(), &io, &done, /*wait=*/TRUE)) return false;
-      at += done;
-    }
-    return true;
-  }
-
-  const orn::UniqueFile pipe_;
-  const orn::UniqueHandle event_{CreateEventW(nullptr, /*manualReset=*/TRUE, FALSE, nullptr)};
+  PipeStream stream_{kFrameLimit};
 };
 
 // A call as echo_peer.h tells, with a claim that nobody is to believe.

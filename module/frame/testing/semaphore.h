@@ -25,3 +25,18 @@ class Semaphore {
   std::condition_variable released_;
   int count_ = 0;
 };
+
+// Holds up who enters until the test lets him go on.
+class Gate {
+ public:
+  void Enter() {
+    entered_.Release();
+    open_.Acquire();
+  }
+  void WaitForEntry() { entered_.Acquire(); }
+  void Open(int count = 1) { open_.Release(count); }
+
+ private:
+  Semaphore entered_;
+  Semaphore open_;
+};

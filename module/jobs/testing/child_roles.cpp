@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr const wchar_t* kParentVariable = L"TEST_PARENT";
-
 std::map<std::string, RoleFunction>& Roles() {
   static std::map<std::string, RoleFunction> roles;
   return roles;
@@ -31,53 +29,6 @@ orn::StringT<wchar_t> RoleCommandLine(const std::string& role, const std::wstrin
   return (L"\"" + program + L"\" --child=" + orn::ToWide(role).c_str()).c_str();
 }
 
-RoleProcess::RoleProcess(const std::string& role, HANDLE token, const std::wstring& program) {
-  SetEnvironmentVariableW(kParentVariable, std::to_wstring(GetCurrentProcessId()).c_str());
-  std::wstring command(RoleCommandLine(role, program).view());
-  SECURITY_ATTRIBUTES inheritable{
-      .nLength = sizeof(inheritable), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
-  orn::UniqueHandle write;
-  // With room for what nobody reads.
-  CreatePipe(output_.put(), write.put(), &inheritable, /*size=*/65536);
-  SetHandleInformation(output_.get(), HANDLE_FLAG_INHERIT, 0);
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = write.get();
-  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
-  PROCESS_INFORMATION information{};
-  const BOOL started =
-      token == nullptr ? CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                        nullptr, &startup, &information)
-                       : CreateProcessAsUserW(token, nullptr, command.data(), nullptr, nullptr,
-                                              TRUE, 0, nullptr, nullptr, &startup, &information);
-  EXPECT_TRUE(started) << GetLastError();
-  process_.reset(information.hProcess);
-  orn::UniqueHandle(information.hThread).reset();
-  pid_ = information.dwProcessId;
-}
-
-std::string RoleProcess::ReadLine() {
-  std::string line;
-  char byte = 0;
-  DWORD length = 0;
-  while (ReadFile(output_.get(), &byte, 1, &length, nullptr) && length == 1 && byte != '\n')
-    line += byte;
-  return line;
-}
-
-void RoleProcess::Kill() {
-  TerminateProcess(process_.get(), 77);
-  WaitForSingleObject(process_.get(), INFINITE);
-}
-
-DWORD RoleProcess::Await() {
-  WaitForSingleObject(process_.get(), INFINITE);
-  DWORD code = 0;
-  GetExitCodeProcess(process_.get(), &code);
-  return code;
-}
-
 void Print(const std::string& line) {
   DWORD written = 0;
   WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), (line + "\n").data(),
@@ -85,11 +36,10 @@ void Print(const std::string& line) {
 }
 
 void EndWithParent() {
-  wchar_t pid[16] = {};
-  GetEnvironmentVariableW(kParentVariable, pid, 16);
-  const orn::UniqueHandle parent(
-      OpenProcess(SYNCHRONIZE, /*inherit=*/FALSE, static_cast<DWORD>(_wtoi(pid))));
-  if (parent) WaitForSingleObject(parent.get(), INFINITE);
+  // Which alone has the other end.
+  char byte = 0;
+  DWORD length = 0;
+  ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &length, nullptr);
   TerminateProcess(GetCurrentProcess(), 0);
   for (;;) {
   }

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "module/frame/handle.h"
 #include "module/frame/string.h"
 #include "module/frame/windows.h"
+#include "module/jobs/testing/child.h"
 
 // A test program starts itself as the child that it needs:
 //
@@ -31,28 +31,12 @@ std::wstring TestProgram();
 orn::StringT<wchar_t> RoleCommandLine(const std::string& role,
                                       const std::wstring& program = TestProgram());
 
-// A process of this program, or of another copy of it, in a role; with what it prints. It is ended
-// with this object.
-class RoleProcess {
+// A process of this program, or of another copy of it, in a role.
+class RoleProcess : public Child {
  public:
-  // With the rights of `token` where that is not null.
   explicit RoleProcess(const std::string& role, HANDLE token = nullptr,
-                       const std::wstring& program = TestProgram());
-  RoleProcess(const RoleProcess&) = delete;
-  RoleProcess& operator=(const RoleProcess&) = delete;
-  ~RoleProcess() { Kill(); }
-
-  // Without its end; empty at the end of all.
-  std::string ReadLine();
-  void Kill();
-  // Waits for its own end. Gives its exit code.
-  DWORD Await();
-  int32_t pid() const { return static_cast<int32_t>(pid_); }
-
- private:
-  orn::UniqueHandle process_;
-  orn::UniqueHandle output_;
-  DWORD pid_ = 0;
+                       const std::wstring& program = TestProgram())
+      : Child(RoleCommandLine(role, program).c_str(), token) {}
 };
 
 // What a role prints.
