@@ -1,6 +1,5 @@
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include "host/history/testing/history_fixture.h"
 #include "module/jobs/child_process.h"

@@ -2,18 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 
-#include "module/frame/windows.h"
+#include "module/frame/testing/test_folder.h"
 
 namespace host {
 namespace {
 
 TEST(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
-  const auto file = std::filesystem::temp_directory_path() /
-                    (L"configuration-" + std::to_wstring(GetCurrentProcessId()) + L".xml");
+  const TestFolder folder;
   const std::string head = "<host name='H' data='d'>\n";
   const std::string plugin = "<plugin name='P' library='l' object='O'>";
   const std::string good_plugin = plugin + "</plugin>\n";
@@ -49,15 +46,14 @@ TEST(ConfigurationFile, WhateverIsBrokenOrHostileIsRefusedWithItsLine) {
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.text.substr(0, 100));
-    std::ofstream(file, std::ios::binary) << row.text;
+    folder.Write(L"host.xml", row.text);
     Configuration configuration;
     ConfigurationProblem problem;
-    EXPECT_FALSE(ReadConfiguration(file, configuration, problem));
+    EXPECT_FALSE(ReadConfiguration(folder / L"host.xml", configuration, problem));
     EXPECT_EQ(problem.line, row.line);
     EXPECT_NE(problem.text.find(row.problem), std::wstring::npos)
         << std::string(problem.text.begin(), problem.text.end());
   }
-  std::filesystem::remove(file);
 }
 
 }  // namespace

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 #include <sddl.h>
 
-#include <filesystem>
 #include <fstream>
 
 #include "host/common/security.h"
+#include "module/frame/testing/test_folder.h"
 
 namespace host {
 namespace {
@@ -34,26 +34,22 @@ Configuration Folder(const std::wstring& path, bool low) {
 }
 
 TEST(DataFolder, IsClosedToOthersWhetherMadeOrFoundAndAFileInItsPlaceIsToldApart) {
-  const auto root = std::filesystem::temp_directory_path() /
-                    (L"data-folder-" + std::to_wstring(GetCurrentProcessId()));
-  std::filesystem::create_directories(root);
-  SetNamedSecurityInfoW(root.wstring().data(), SE_FILE_OBJECT,
+  const TestFolder root;
+  SetNamedSecurityInfoW((root / L"").data(), SE_FILE_OBJECT,
                         DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr,
                         nullptr, SecurityDescriptor(L"D:(A;OICI;FA;;;WD)").access_list(), nullptr);
   const std::wstring found = root / L"found";
-  const std::wstring made = root / L"a" / L"made";
+  const std::wstring made = root / L"a\\made";
   CreateDirectoryW(found.c_str(), SecurityDescriptor(L"D:(A;OICI;FA;;;WD)").attributes());
   EXPECT_NE(AccessOf(found).find(L";;;WD)"), std::wstring::npos);
   for (const bool low : {false, true}) {
     for (const std::wstring& path : {found, made, made}) {
       EXPECT_EQ(PrepareDataFolder(Folder(path, low)), 0u);
       EXPECT_EQ(AccessOf(path).find(L";;;WD)"), std::wstring::npos);
-      std::ofstream(std::filesystem::path(path) / L"log") << "line";
-      EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(path) / L"log"));
+      EXPECT_TRUE((std::ofstream((path + L"\\log").c_str()) << "line").good());
     }
   }
   EXPECT_EQ(PrepareDataFolder(Folder(found + L"\\log", false)), DWORD{ERROR_DIRECTORY});
-  std::filesystem::remove_all(root);
 }
 
 }  // namespace

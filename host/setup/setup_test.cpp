@@ -10,6 +10,7 @@
 #include "host/setup/setup_options.h"
 #include "host/setup/setup_values.h"
 #include "host/setup/user_traces.h"
+#include "module/frame/testing/test_folder.h"
 
 namespace host::setup {
 namespace {
@@ -18,10 +19,6 @@ constexpr wchar_t kEverybody[] = L"D:P(A;OICI;FA;;;WD)";
 
 class Setup : public ::testing::Test {
  protected:
-  Setup() { std::filesystem::create_directories(root_); }
-  ~Setup() override { std::filesystem::remove_all(root_); }
-
-  std::wstring Folder(const wchar_t* name) const { return root_ / name; }
   static void Write(const std::wstring& path, const std::string& text) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(std::filesystem::path(path), std::ios::binary) << text;
@@ -31,8 +28,7 @@ class Setup : public ::testing::Test {
     return ReadWholeFile(path, 1000, text) == 0 ? text : "none";
   }
 
-  const std::filesystem::path root_ = std::filesystem::temp_directory_path() /
-                                      (L"setup-test-" + std::to_wstring(GetCurrentProcessId()));
+  const TestFolder root_;
 };
 
 bool Parses(std::initializer_list<const wchar_t*> arguments, SetupOptions& options) {
@@ -82,7 +78,7 @@ TEST_F(Setup, ReadsNoPackageListThatLeadsOutOfThePackageOrIsCutOff) {
 }
 
 TEST_F(Setup, AFolderIsReplacedAsAWholeAndComesBackAlsoAfterASetUpThatWasCutOff) {
-  const std::wstring folder = Folder(L"programs");
+  const std::wstring folder = root_ / L"programs";
   Write(folder + L"\\file", "old");
   {
     FolderReplacement replacement(folder);
@@ -102,7 +98,7 @@ TEST_F(Setup, AFolderIsReplacedAsAWholeAndComesBackAlsoAfterASetUpThatWasCutOff)
   Write(folder + kOldSuffix + L"\\file", "older");
   EXPECT_EQ(FolderReplacement(folder).Recover(), 0u);
   EXPECT_EQ(Read(folder + L"\\file"), "old");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root_), {}), 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root_ / L""), {}), 1);
 
   EXPECT_EQ(FindFileInUse(folder, 0), L"");
   std::ofstream holder(std::filesystem::path(folder) / L"file", std::ios::app);
@@ -110,12 +106,12 @@ TEST_F(Setup, AFolderIsReplacedAsAWholeAndComesBackAlsoAfterASetUpThatWasCutOff)
 }
 
 TEST_F(Setup, AFolderOfAUserGoesAsAWholeButNotWhereALinkLeadsToIt) {
-  const std::wstring folder = Folder(L"user");
+  const std::wstring folder = root_ / L"user";
   EXPECT_EQ(RemoveForeignFolder(folder), 0u);
   Write(folder + L"\\log\\deep\\file", "text");
   Write(folder + L"\\file", "text");
   // Another way to the same folder, as a link in the path would be.
-  EXPECT_EQ(RemoveForeignFolder(Folder(L".") + L"\\user"), DWORD{ERROR_CANT_RESOLVE_FILENAME});
+  EXPECT_EQ(RemoveForeignFolder(root_ / L"." + L"\\user"), DWORD{ERROR_CANT_RESOLVE_FILENAME});
   EXPECT_EQ(Read(folder + L"\\log\\deep\\file"), "text");
   EXPECT_EQ(RemoveForeignFolder(folder), 0u);
   EXPECT_FALSE(std::filesystem::exists(folder));
@@ -126,8 +122,8 @@ TEST_F(Setup, ConfigurationsThatWereChangedByHandStayUnlessTheirValuesAreToChang
   SetupValues values = {.server = L"https://host",
                         .machine_id = L"12345678-id",
                         .machine_name = L"\"A\" & <B> @C@",
-                        .data = Folder(L"root")};
-  const std::wstring templates = Folder(L"templates"), name = L"\\A.exe.xml";
+                        .data = root_ / L"root"};
+  const std::wstring templates = root_ / L"templates", name = L"\\A.exe.xml";
   const auto host = [](const std::string& more) {
     return "<host name=\"A\" data=\"@DATA_DIR@\">" + more + "</host>";
   };
