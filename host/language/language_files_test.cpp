@@ -5,11 +5,13 @@
 #include <iterator>
 #include <regex>
 #include <set>
+#include <span>
 
 #include "host/common/file_path.h"
 #include "host/console/window/texts.h"
 #include "host/language/language_file.h"
 #include "module/console/format_template.h"
+#include "module/frame/windows.h"
 
 // The language files as they are shipped.
 
@@ -91,6 +93,27 @@ TEST(LanguageFiles, AreWholeAndKeepThePlaceholdersOfTheEnglishTexts) {
       const auto text = orn::RemoteAccess::Console::FormatTemplate(translation.c_str(), values);
       EXPECT_EQ(Find(std::wstring(text.view()), L"[\x2460\x2461%\\[\\]]"),
                 (std::multiset<std::wstring>{L"\x2460", L"\x2461"}));
+    }
+  }
+}
+
+// The letter that Alt goes with, in lower case; 0 for none.
+wchar_t MnemonicOf(const std::wstring& text) {
+  const size_t mark = text.find(L'&');
+  wchar_t letter = mark == text.npos ? L'\0' : text[mark + 1];
+  CharLowerBuffW(&letter, 1);
+  return letter;
+}
+
+TEST(LanguageFiles, HaveDistinctMnemonicsWhereSeveralWorkAtTheSameTime) {
+  using Group = std::span<const wchar_t* const>;
+  using namespace console::texts;
+  for (const wchar_t* const code : {L"en", L"de", L"fr", L"es", L"ro"}) {
+    Texts texts = Language(code).namespaces[L"console"];
+    for (const Group group : {Group(kLabels), Group(kTrayMenu), Group(kListMenu)}) {
+      std::set<wchar_t> letters = {L'\0'};
+      for (const wchar_t* const english : group)
+        EXPECT_TRUE(letters.insert(MnemonicOf(texts[english])).second) << code << english;
     }
   }
 }

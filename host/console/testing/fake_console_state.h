@@ -1,11 +1,10 @@
 #pragma once
 
 #include <algorithm>
-#include <ctime>
-#include <cwchar>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/console/console_state.h"
@@ -18,107 +17,55 @@ class FakeConsoleState final : public IConsoleState {
  public:
   using Texts = std::map<std::wstring, std::wstring>;
 
-  void SetListener(IListener* listener) override {
-    const std::lock_guard lock(mutex_);
-    listener_ = listener;
-  }
-  bool IsServiceThere() override {
-    const std::lock_guard lock(mutex_);
-    return service_;
-  }
-  std::vector<OpenSession> GetSessions() override {
-    const std::lock_guard lock(mutex_);
-    return sessions_;
-  }
-  std::vector<int64_t> GetSessionStarts() override {
-    const std::lock_guard lock(mutex_);
-    return starts_;
-  }
-  size_t GetHistorySize() override {
-    const std::lock_guard lock(mutex_);
-    return history_size_;
-  }
+  void SetListener(IListener* listener) override { Set(listener_, listener); }
+  bool IsServiceThere() override { return Get(service_); }
+  std::vector<OpenSession> GetSessions() override { return Get(sessions_); }
+  std::vector<int64_t> GetSessionStarts() override { return Get(starts_); }
+  size_t GetHistorySize() override { return Get(history_size_); }
   std::vector<HistoryLine> ReadHistory(size_t first, size_t count) override {
     const std::lock_guard lock(mutex_);
     std::vector<HistoryLine> lines;
-    for (size_t row = first; row < std::min(first + count, history_size_); ++row) {
-      const auto sequence = static_cast<int64_t>(history_size_ - row);
-      const int64_t time = kFirstTime + sequence * 5417;
-      lines.push_back({sequence, time, TextLocked(L"Administrator ended a remote shell connection"),
-                       DetailsLocked(time)});
-    }
+    for (size_t row = first; row < std::min(first + count, history_size_); ++row)
+      lines.push_back({static_cast<int64_t>(history_size_ - row), kTime, L"title", L"details"});
     lines_read_ += lines.size();
     return lines;
   }
   std::wstring Translate(const wchar_t* english) override {
     const std::lock_guard lock(mutex_);
-    return TextLocked(english);
+    const auto text = texts_.find(english);
+    return language_ == L"en" || text == texts_.end() ? english : text->second;
   }
-  std::vector<Language> GetLanguages() override {
-    const std::lock_guard lock(mutex_);
-    return languages_;
-  }
-  std::wstring GetLanguage() override {
-    const std::lock_guard lock(mutex_);
-    return language_;
-  }
-  void SetLanguage(const std::wstring& code) override {
-    const std::lock_guard lock(mutex_);
-    language_ = code;
-  }
+  std::vector<Language> GetLanguages() override { return {{L"de", L"Deutsch"}}; }
+  std::wstring GetLanguage() override { return Get(language_); }
+  void SetLanguage(const std::wstring& code) override { Set(language_, code); }
 
   // No announcement of its own: see Announce.
-  void SetService(bool there) {
-    const std::lock_guard lock(mutex_);
-    service_ = there;
-  }
+  void SetService(bool there) { Set(service_, there); }
   void SetSessions(std::vector<OpenSession> sessions, std::vector<int64_t> starts) {
-    const std::lock_guard lock(mutex_);
-    sessions_ = std::move(sessions);
-    starts_ = std::move(starts);
+    Set(sessions_, std::move(sessions));
+    Set(starts_, std::move(starts));
   }
-  void SetHistorySize(size_t size) {
-    const std::lock_guard lock(mutex_);
-    history_size_ = size;
-  }
-  void AddLanguage(const Language& language, Texts texts) {
-    const std::lock_guard lock(mutex_);
-    languages_.push_back(language);
-    texts_[language.code] = std::move(texts);
-  }
+  void SetHistorySize(size_t size) { Set(history_size_, size); }
+  // Those of the language that is not English.
+  void SetTexts(Texts texts) { Set(texts_, std::move(texts)); }
   void Announce() {
     const std::lock_guard lock(mutex_);
     if (listener_ != nullptr) listener_->OnChanged();
   }
-  size_t lines_read() {
-    const std::lock_guard lock(mutex_);
-    return lines_read_;
-  }
+  size_t lines_read() { return Get(lines_read_); }
 
  private:
-  static constexpr int64_t kFirstTime = 1'236'050'000;
+  static constexpr int64_t kTime = 1'700'000'000;
 
-  std::wstring TextLocked(const std::wstring& english) const {
-    const auto texts = texts_.find(language_);
-    if (texts == texts_.end()) return english;
-    const auto text = texts->second.find(english);
-    return text == texts->second.end() ? english : text->second;
+  template <class T>
+  T Get(const T& member) {
+    const std::lock_guard lock(mutex_);
+    return member;
   }
-
-  std::wstring DateLocked(time_t time) const {
-    constexpr const wchar_t* kMonths[] = {L"Jan",  L"Feb", L"Mar",  L"Apr", L"May", L"June",
-                                          L"July", L"Aug", L"Sept", L"Oct", L"Nov", L"Dec"};
-    const tm* date = gmtime(&time);
-    wchar_t text[40];
-    swprintf(text, 40, L"%d %ls, %02d:%02d", date->tm_mday,
-             TextLocked(kMonths[date->tm_mon]).c_str(), date->tm_hour, date->tm_min);
-    return text;
-  }
-  std::wstring DetailsLocked(int64_t end) const {
-    std::wstring details = TextLocked(L"Session Started: [%1]. Session Ended: [%2]");
-    const int64_t start = end - 120 - end % 3000;
-    details.replace(details.find(L"[%1]"), 4, DateLocked(start));
-    return details.replace(details.find(L"[%2]"), 4, DateLocked(end));
+  template <class T>
+  void Set(T& member, T value) {
+    const std::lock_guard lock(mutex_);
+    member = std::move(value);
   }
 
   std::mutex mutex_;
@@ -129,8 +76,7 @@ class FakeConsoleState final : public IConsoleState {
   size_t history_size_ = 0;
   size_t lines_read_ = 0;
   std::wstring language_ = L"en";
-  std::vector<Language> languages_;
-  std::map<std::wstring, Texts> texts_;
+  Texts texts_;
 };
 
 }  // namespace host::console
