@@ -12,6 +12,7 @@
 #include "host/history/history_store.h"
 #include "host/language/language_manager.h"
 #include "host/plugins/common/fake_host.h"
+#include "host/testing/fake_client.h"
 #include "module/frame/error_codes.h"
 #include "module/frame/testing/semaphore.h"
 #include "module/frame/testing/test_folder.h"
@@ -20,32 +21,7 @@ namespace host::console {
 namespace {
 
 using ::Console::Tasks::Task;
-
-// The RPC client's connection, told from outside.
-struct FakeClient final : IOrnBaseInterface, messaging::rpc::client_handler {
-  virtual ~FakeClient() = default;
-  void* GetInterface(const InterfaceId& id) override {
-    return id == client_handler::kInterfaceId ? static_cast<client_handler*>(this) : nullptr;
-  }
-  bool register_notifications(messaging::rpc::notifications* handler) override {
-    return (handler_ = handler) != nullptr;
-  }
-  bool unregister_notifications(messaging::rpc::notifications*) override {
-    return std::exchange(handler_, nullptr) != nullptr;
-  }
-  bool is_connected(uint32_t* pid) override { return (*pid = static_cast<uint32_t>(pid_)) != 0; }
-  bool wait_for_connection(uint32_t) override { return pid_ != 0; }
-  std::pair<int32_t, uint32_t> get_timeouts() override { return {0, 0}; }
-
-  void Come(int pid) {
-    pid_ = pid;
-    if (handler_ != nullptr) handler_->on_server_connected(pid);
-  }
-  void Go() { handler_->on_server_disconnected(std::exchange(pid_, 0)); }
-
-  messaging::rpc::notifications* handler_ = nullptr;
-  int pid_ = 0;
-};
+using host::testing::FakeClient;
 
 // What is called of it, in letters; each call waits until it is let.
 struct GatedWork final : Connection::IWork {

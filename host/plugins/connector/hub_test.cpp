@@ -11,6 +11,7 @@
 #include "host/plugins/link/connection_loop.h"
 #include "host/plugins/link/memory_transport.h"
 #include "module/feature/testing/call_list.h"
+#include "module/frame/testing/semaphore.h"
 
 namespace host::connector {
 namespace {
@@ -49,21 +50,6 @@ class User final : public orn::RemoteAccess::CallList,
   std::function<void(const VeldConnector::Rpc::Request&)> on_call;
   std::function<void()> on_message;
   std::function<void()> on_disconnect;
-};
-
-// What a test lets go on when it says so.
-class Gate {
- public:
-  void Enter() {
-    entered_.set_value();
-    open_.get_future().wait();
-  }
-  void WaitForEntry() { entered_.get_future().wait(); }
-  void Open() { open_.set_value(); }
-
- private:
-  std::promise<void> entered_;
-  std::promise<void> open_;
 };
 
 std::string Rpc(int id, const std::string& method, const std::string& module = "M") {
@@ -233,12 +219,9 @@ TEST_F(HubTest, ALostConnectionIsToldAfterRunningMessagesAndBeforeTheNextConnect
   server_.Send(Inward("s", "streamStop"));
   message.WaitForEntry();
   server_.Disconnect();
-  const uint32_t result = [&] {
-    uint32_t code = 0;
-    while ((code = stream->Send({"data", std::string(1000, 'x')}, 10)) == 0) {
-    }
-    return code;
-  }();
+  uint32_t result = 0;
+  while (result == 0)
+    result = stream->Send({"data", std::string(1000, 'x')}, 10);
   EXPECT_TRUE(result != 8 && result != 9) << result;
   message.Open();
   end.WaitForEntry();

@@ -32,16 +32,16 @@ class Recorder final : public orn::RemoteAccess::CallList,
 
 class StreamTest : public testing::Test {
  protected:
-  ~StreamTest() override {
-    if (stream_ != nullptr) stream_->Destroy();
-  }
+  ~StreamTest() override { Destroy(); }
+  // Ends the former one.
   void Open(const StreamLimits& limits = kSmall) {
+    Destroy();
     stream_ = std::make_shared<Stream>("s", outbox_, limits);
     stream_->StartDelivery();
     stream_->SetMessageHandler(&recorder_);
   }
   std::future<uint32_t> SendLater(const char* type, const char* content) {
-    return std::async(std::launch::async, [=, this] { return stream_->Send({type, content}, 10); });
+    return std::async(std::launch::async, [=, this] { return Send(type, content); });
   }
   uint32_t Send(const char* type, const char* content) {
     return stream_->Send({type, content}, 10);
@@ -51,7 +51,9 @@ class StreamTest : public testing::Test {
     outbox_->Pop(text);
     return text;
   }
-  void Destroy() { std::exchange(stream_, nullptr)->Destroy(); }
+  void Destroy() {
+    if (const auto stream = std::exchange(stream_, nullptr)) stream->Destroy();
+  }
 
   std::shared_ptr<link::Outbox> outbox_ =
       std::make_shared<link::Outbox>(link::Outbox::Limits{}, [] {});
@@ -106,7 +108,6 @@ TEST_F(StreamTest, ALostHostEndsTheSessionOnceUnlessAnotherEndWasFirst) {
   EXPECT_EQ(NextSent(), StreamClosedMessage("s", "hostLost"));
   stream_->Begin();
   EXPECT_EQ(recorder_.WaitFor(1), std::vector<std::string>{kStreamErrorText});
-  Destroy();
 
   Open();
   stream_->Begin();
@@ -127,18 +128,12 @@ TEST_F(StreamTest, WaitingSendsEndAtOnceWithTheConnectionOrTheStream) {
     end();
     return waiting.get();
   };
-  {
-    const uint32_t lost = result_when([this] { stream_->Disconnect(); });
-    EXPECT_TRUE(lost != 0 && lost != 8 && lost != 9) << lost;
-    Destroy();
-  }
+  const uint32_t lost = result_when([this] { stream_->Disconnect(); });
+  EXPECT_TRUE(lost != 0 && lost != 8 && lost != 9) << lost;
   EXPECT_EQ(result_when([this] { stream_->Accept(kStopText); }), 0u);
   EXPECT_EQ(Send("data", "1"), 0u);
-  Destroy();
   EXPECT_EQ(result_when([this] { stream_->EndInward(); }), 0u);
-  Destroy();
   EXPECT_EQ(result_when([this] { stream_->CloseIntake(); }), 0u);
-  Destroy();
 }
 
 TEST_F(StreamTest, DestroyEndsASendThatTheHandlerIsIn) {
@@ -177,7 +172,6 @@ TEST_F(StreamTest, AnEndComesFromTheStreamOrFromElsewhere) {
   stream_->Accept(kStopText);
   recorder_.WaitFor(1);
   EXPECT_FALSE(stream_->YieldEnd());
-  Destroy();
 
   // Not after the user's own stop either.
   Open();

@@ -30,12 +30,10 @@ class EventStoreTest : public testing::Test {
       names.push_back(std::to_string(event.number) + " " + event.name);
     return names;
   }
-  void Write(const std::string& content, std::streamoff offset = 0) const {
-    std::ofstream file(
-        std::filesystem::path(path_),
-        std::ios::binary | std::ios::out | (offset > 0 ? std::ios::in : std::ios::trunc));
+  static void Overwrite(const std::wstring& path, std::streamoff offset, size_t count) {
+    std::fstream file(std::filesystem::path(path), std::ios::binary | std::ios::in | std::ios::out);
     file.seekp(offset);
-    file << content;
+    file << std::string(count, '\xff');
   }
 
   TestFolder folder_;
@@ -91,9 +89,9 @@ TEST_F(EventStoreTest, AFileOfNoUseIsSetAsideAndANewOneBegun) {
     store_.reset();
   };
   store_.reset();
-  Write("no database" + std::string(5000, 'x'));
+  folder_.Write(L"new\\events.db", "no database" + std::string(5000, 'x'));
   expect_new("garbage");
-  Write(std::string(4096, '\xff'), /*offset=*/2 * 4096);
+  Overwrite(path_, 2 * 4096, 4096);
   expect_new("a page overwritten");
   std::filesystem::resize_file(path_, 4096);
   expect_new("cut short");
@@ -107,7 +105,7 @@ TEST_F(EventStoreTest, AFileOfNoUseIsSetAsideAndANewOneBegun) {
     sqlite3_close(foreign);
   }
   expect_new("another program's");
-  Write("");
+  folder_.Write(L"new\\events.db", "");
   EXPECT_EQ(Read(Reopen()), Names{});
   EXPECT_FALSE(Exists(path_ + L".damaged"));
 }
@@ -118,12 +116,7 @@ TEST_F(EventStoreTest, DamageThatIsFoundWhileTheFileIsOpenCostsNoMoreThanWhatWas
   // More than is kept in memory, and less than goes from the journal into the file.
   for (int i = 1; i <= 3; ++i)
     EXPECT_TRUE(store->Append("e", std::string(1024 * 1024, '1')));
-  {
-    std::fstream journal(std::filesystem::path(path_ + L"-wal"),
-                         std::ios::binary | std::ios::in | std::ios::out);
-    journal.seekp(32);
-    journal << std::string(4 * 1024 * 1024, '\xff');
-  }
+  Overwrite(path_ + L"-wal", 32, 4 * 1024 * 1024);
   EXPECT_EQ(Read(*store, 0, 100, 1), Names{});
   EXPECT_TRUE(store->Append("a", "1"));
   EXPECT_EQ(Read(*store), Names{"4 a"});

@@ -5,40 +5,14 @@
 #include "host/common/file_path.h"
 #include "host/common/security.h"
 #include "host/plugins/common/fake_host.h"
-#include "module/frame/handle.h"
+#include "host/service/low_rights.h"
 #include "module/frame/utf.h"
+#include "module/jobs/testing/child.h"
 
 namespace host {
 namespace {
 
-// A process that waits until it is ended.
-class Sleeper {
- public:
-  Sleeper() {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    wchar_t command[] = L"cmd.exe /c pause";
-    EXPECT_TRUE(CreateProcessW(nullptr, command, nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
-                               nullptr, &startup, &process_))
-        << GetLastError();
-  }
-  ~Sleeper() {
-    End();
-    CloseHandle(process_.hThread);
-    CloseHandle(process_.hProcess);
-  }
-  Sleeper(const Sleeper&) = delete;
-  Sleeper& operator=(const Sleeper&) = delete;
-
-  void End() const {
-    TerminateProcess(process_.hProcess, 0);
-    WaitForSingleObject(process_.hProcess, INFINITE);
-  }
-  int32_t pid() const { return static_cast<int32_t>(process_.dwProcessId); }
-
- private:
-  PROCESS_INFORMATION process_{};
-};
+constexpr const wchar_t* kSleeper = L"cmd.exe /c pause";
 
 TEST(ProcessInfoDb, GivesARecordForEveryProcessId) {
   ProcessInfoDb db;
@@ -66,7 +40,7 @@ TEST(ProcessInfoDb, GivesARecordForEveryProcessId) {
     SCOPED_TRACE("another process, and none any more");
     int32_t pid = 0;
     {
-      const Sleeper other;
+      const Child other(kSleeper);
       pid = other.pid();
       EXPECT_TRUE(db.get(pid)->path.ends_with("cmd.exe")) << db.get(pid)->path;
     }
@@ -82,28 +56,20 @@ TEST(ProcessInfoDb, NamedProgramsOfItsOwnFolderMayImpersonate) {
   ProcessInfoDb db;
   ASSERT_EQ(db.Init(&host), 0);
   EXPECT_EQ(db.get(static_cast<int32_t>(GetCurrentProcessId()))->kind, 1);
-  const Sleeper elsewhere;
+  const Child elsewhere(kSleeper);
   EXPECT_EQ(db.get(elsewhere.pid())->kind, 0) << "the right name in a wrong folder";
 }
 
 TEST(ProcessInfoDb, AGroupThatOnlyDeniesMakesNoAdministrator) {
-  orn::UniqueHandle own;
-  ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY | TOKEN_DUPLICATE, own.put()));
-  ASSERT_TRUE(IsAdministratorToken(own.get())) << "run the tests as an administrator";
-  BYTE sid[SECURITY_MAX_SID_SIZE];
-  DWORD size = sizeof(sid);
-  ASSERT_TRUE(CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &size));
-  SID_AND_ATTRIBUTES administrators{.Sid = sid, .Attributes = 0};
-  orn::UniqueHandle restricted;
-  ASSERT_TRUE(CreateRestrictedToken(own.get(), 0, 1, &administrators, 0, nullptr, 0, nullptr,
-                                    restricted.put()))
-      << GetLastError();
-  EXPECT_FALSE(IsAdministratorToken(restricted.get()));
+  ASSERT_TRUE(IsAdministrator()) << "run the tests as an administrator";
+  orn::UniqueHandle low;
+  ASSERT_EQ(MakeLowToken(low), 0u);
+  EXPECT_FALSE(IsAdministratorToken(low.get()));
 
   // Who has no rights must still see who calls.
   ProcessInfoDb db;
-  const Sleeper administrator;
-  ASSERT_TRUE(ImpersonateLoggedOnUser(restricted.get())) << GetLastError();
+  const Child administrator(kSleeper);
+  ASSERT_TRUE(ImpersonateLoggedOnUser(low.get())) << GetLastError();
   const auto seen = db.get(administrator.pid());
   RevertToSelf();
   EXPECT_TRUE(seen->path.ends_with("cmd.exe")) << seen->path;

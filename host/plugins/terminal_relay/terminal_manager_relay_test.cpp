@@ -8,7 +8,9 @@
 #include <mutex>
 
 #include "host/plugins/common/fake_host.h"
+#include "host/testing/fake_client.h"
 #include "module/feature/testing/call_list.h"
+#include "module/frame/testing/semaphore.h"
 
 namespace host {
 namespace {
@@ -75,28 +77,14 @@ class Connector final : public ISessionEnds, public IOrnBaseInterface {
 };
 
 // A worker that comes back whenever it is waited for.
-class Worker final : public messaging::rpc::client_handler {
- public:
-  bool register_notifications(messaging::rpc::notifications* handler) override {
-    handler_ = handler;
+struct Worker final : testing::FakeClient {
+  bool wait_for_connection(uint32_t) override {
+    Come(1);
     return true;
   }
-  bool unregister_notifications(messaging::rpc::notifications*) override { return true; }
-  bool is_connected(uint32_t*) override { return connected; }
-  bool wait_for_connection(uint32_t) override { return connected = true; }
-  std::pair<int32_t, uint32_t> get_timeouts() override { return {}; }
-  void Die() {
-    connected = false;
-    handler_->on_server_disconnected(1);
-  }
-
-  bool connected = false;
-
- private:
-  messaging::rpc::notifications* handler_ = nullptr;
 };
 
-class RelayTest : public testing::Test {
+class RelayTest : public ::testing::Test {
  protected:
   RelayTest() {
     host_.Add(L"VeldConnector", &connector_);
@@ -126,19 +114,17 @@ TEST_F(RelayTest, NotifiesInOrderOfSessionsThatEndNotOtherwiseAndMayBeCalledMean
 }
 
 TEST_F(RelayTest, UnregisterWaitsForARunningNotificationAndDropsTheRest) {
-  std::promise<void> entered;
-  std::promise<void> leave;
+  Gate gate;
   std::atomic<bool> left = false;
   subscriber_.on_closed = [&](const Id&) {
     if (left) return;
-    entered.set_value();
-    leave.get_future().wait();
+    gate.Enter();
     left = true;
   };
   EXPECT_EQ(relay_.Register(&subscriber_), 0u);
   manager_.End("a");
   manager_.End("b");
-  entered.get_future().wait();
+  gate.WaitForEntry();
   auto unregistered = std::async(std::launch::async, [&] {
     EXPECT_EQ(relay_.Unregister(&subscriber_), 0u);
     EXPECT_TRUE(left);
@@ -146,7 +132,7 @@ TEST_F(RelayTest, UnregisterWaitsForARunningNotificationAndDropsTheRest) {
   // It can be registered again once Unregister has taken it out, and waits.
   while (relay_.Register(&subscriber_) != 0)
     std::this_thread::yield();
-  leave.set_value();
+  gate.Open();
   unregistered.wait();
   manager_.End("c");
   EXPECT_EQ(subscriber_.WaitFor(2), (Calls{"a", "c"}));
@@ -160,9 +146,9 @@ TEST_F(RelayTest, AShellIsAskedOfTheNextWorkerWhereOneDiesBeforeItsAnswer) {
   ASSERT_EQ(relay.Start(), 0);
   int deaths = 0;
   manager_.on_open = [&]() -> uint32_t {
-    EXPECT_TRUE(worker.connected);
+    EXPECT_TRUE(worker.is_connected(nullptr));
     if (deaths == 2) return 8;
-    worker.Die();
+    worker.Go();
     return ++deaths == 1 ? 1460 : 2250;
   };
   orn::StringT<wchar_t> conin, conout;
