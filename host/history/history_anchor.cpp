@@ -51,12 +51,15 @@ uint32_t WriteAnchor(const std::wstring& path, const HistoryHead& head) {
   SecurityDescriptor access(kKeyAccess);
   if (const LSTATUS status = RegCreateKeyExW(
           HKEY_LOCAL_MACHINE, kKey, /*Reserved=*/0, /*lpClass=*/nullptr, REG_OPTION_NON_VOLATILE,
-          KEY_SET_VALUE | KEY_QUERY_VALUE, access.attributes(), &opened,
+          KEY_SET_VALUE | KEY_QUERY_VALUE | WRITE_DAC, access.attributes(), &opened,
           /*lpdwDisposition=*/nullptr);
       status != 0) {
     return static_cast<uint32_t>(status);
   }
   const UniqueKey key(opened);
+  // A key that was restored from a backup is as open as those around it.
+  RegSetKeySecurity(opened, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
+                    access.get());
   const std::wstring text =
       std::to_wstring(head.sequence) + L' ' + orn::ToWide(HexText(head.hash)).c_str();
   LSTATUS status = RegSetValueExW(opened, ValueName(path).c_str(), /*Reserved=*/0, REG_SZ,
