@@ -33,7 +33,8 @@ void HostRunner::Configure(const std::string& elements, const std::string& attri
 
 void HostRunner::Start(std::wstring arguments) {
   if (arguments.empty()) arguments = L"/process /config \"" + file() + L"\"";
-  process_.emplace(L"\"" + FolderOf(ProgramPath()) + L"\\TsrSecurityService.exe\" " + arguments);
+  process_ = std::make_unique<Child>(L"\"" + FolderOf(ProgramPath()) +
+                                     L"\\TsrSecurityService.exe\" " + arguments);
   read_.clear();
   next_ = 0;
 }

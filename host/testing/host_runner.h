@@ -1,6 +1,6 @@
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <string>
 
 #include "module/jobs/testing/child.h"
@@ -46,7 +46,7 @@ class HostRunner {
 
   std::wstring name_;
   std::wstring folder_;
-  std::optional<Child> process_;  // As it was started last.
+  std::unique_ptr<Child> process_;  // As it was started last.
   std::string read_;
   size_t next_ = 0;  // Where ReadNext goes on.
 };
