@@ -237,7 +237,8 @@ end_process() {
 }
 
 # An X server without a screen: winpty's console needs one. Only who has the key in
-# $1/Xauthority may use it. Sets and exports DISPLAY and XAUTHORITY; its process id is in $started.
+# $1/Xauthority may use it; $1/display tells its name. Sets and exports DISPLAY and XAUTHORITY; its process id is in
+# $started.
 start_display() { # start_display FOLDER LOG
   local cookie number descriptor
   export XAUTHORITY=$1/Xauthority
@@ -251,7 +252,8 @@ start_display() { # start_display FOLDER LOG
   start_process "$2" Xvfb -displayfd "$descriptor" -nolisten tcp -noreset -screen 0 1280x1024x24 -auth "$XAUTHORITY"
   read -r -t 30 -u "$descriptor" number || die "The X server did not start, see $2"
   exec {descriptor}<&-
-  rm -f "$1/display"
   export DISPLAY=:$number
+  rm -f "$1/display"
+  printf '%s' "$DISPLAY" >"$1/display"
   xauth -q add "$DISPLAY" . "$cookie"
 }

@@ -1,5 +1,6 @@
 import { type ChildProcess, spawn } from "node:child_process";
 import { EventEmitter, once } from "node:events";
+import { readFileSync } from "node:fs";
 import { createInterface } from "node:readline";
 
 export interface View {
@@ -19,7 +20,13 @@ function start(data: string, args: string[]): ChildProcess {
   const configuration = `Z:${machine}/TsrConsole.exe.xml`.replaceAll("/", "\\");
   const program = `${process.cwd()}/build/release/bin/TsrConsole.exe`;
   return spawn("cmake/wine-run", [program, ...args, "/config", configuration], {
-    env: { ...process.env, WINEPREFIX: `${machine}/prefix` },
+    env: {
+      ...process.env,
+      WINEPREFIX: `${machine}/prefix`,
+      // The first program with a window decides which display all others of the machine have.
+      DISPLAY: readFileSync(`${data}/run/display`, "utf8"),
+      XAUTHORITY: `${data}/run/Xauthority`,
+    },
     stdio: ["ignore", "pipe", "ignore"],
   });
 }
